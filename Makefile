@@ -1,0 +1,31 @@
+# Shelfwise: every target installs what the build needs, configures an out-of-source
+# CMake build (RelWithDebInfo, assertions kept) and builds before it runs.
+BUILD_DIR ?= build
+BUILD_TYPE ?= RelWithDebInfo
+JOBS ?= $(shell nproc 2>/dev/null || echo 2)
+
+.PHONY: all bootstrap configure build run test bench clean
+
+all: build
+
+bootstrap:
+	@bash scripts/bootstrap
+
+configure: bootstrap
+	@cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) > $(BUILD_DIR).configure.log 2>&1 \
+		|| (cat $(BUILD_DIR).configure.log; exit 1)
+
+build: configure
+	@cmake --build $(BUILD_DIR) -j $(JOBS)
+
+run: build
+	@scripts/run "$(BUILD_DIR)"
+
+test: build
+	@ctest --test-dir $(BUILD_DIR) --output-on-failure -j $(JOBS)
+
+bench: build
+	@scripts/bench "$(BUILD_DIR)"
+
+clean:
+	@rm -rf $(BUILD_DIR) $(BUILD_DIR).configure.log

@@ -1,0 +1,130 @@
+-- The empty catalogue. shelfwise-mkdb runs this file into a new database, which the
+-- program copies whenever the user starts a new catalogue. The program itself never
+-- creates tables; upgrades come as scripts in the Updates folder.
+-- @VERSION@ is replaced by the program's major.minor version at build time.
+
+PRAGMA page_size = 4096;
+
+CREATE TABLE DatabaseVersion (
+    VersionNumber TEXT NOT NULL
+);
+
+-- SELECT * FROM Storages is read by position: id, name, notes, the four counters,
+-- the date added.
+CREATE TABLE Storages (
+    StorageID INTEGER PRIMARY KEY AUTOINCREMENT,
+    StorageName TEXT NOT NULL,
+    StorageNotes TEXT,
+    FoldersNumber INTEGER NOT NULL DEFAULT 0,
+    DiscsNumber INTEGER NOT NULL DEFAULT 0,
+    FilesNumber INTEGER NOT NULL DEFAULT 0,
+    StorageSize INTEGER NOT NULL DEFAULT 0,
+    DateAdded TEXT NOT NULL DEFAULT (datetime('now', 'localtime'))
+);
+
+CREATE TABLE DiscInfo (
+    DiscInfoID INTEGER PRIMARY KEY AUTOINCREMENT,
+    Label TEXT,
+    SerialNumber INTEGER,
+    Size INTEGER
+);
+
+CREATE TABLE Units (
+    UnitID INTEGER PRIMARY KEY AUTOINCREMENT,
+    UnitName TEXT NOT NULL,
+    UnitNotes TEXT,
+    UnitType TEXT NOT NULL,
+    StorageID INTEGER NOT NULL,
+    ParentUnitID INTEGER,
+    UnitSize INTEGER NOT NULL DEFAULT 0,
+    SubfilesNumber INTEGER NOT NULL DEFAULT 0,
+    SubfoldersNumber INTEGER NOT NULL DEFAULT 0,
+    DateAdded TEXT NOT NULL DEFAULT (datetime('now', 'localtime')),
+    DateCreated TEXT,
+    DateModified TEXT,
+    CategoryID INTEGER NOT NULL DEFAULT 1,
+    DiscInfoID INTEGER,
+    UnitInfoID INTEGER
+);
+
+-- A folder's children, a storage's top units (ParentUnitID IS NULL), a storage's
+-- whole listing, the disc of a DiscInfo row, and the files of a category.
+CREATE INDEX UnitsByParent ON Units (ParentUnitID, UnitType);
+CREATE INDEX UnitsByStorage ON Units (StorageID, ParentUnitID);
+CREATE INDEX UnitsByDiscInfo ON Units (DiscInfoID);
+CREATE INDEX UnitsByCategory ON Units (CategoryID);
+
+CREATE INDEX DiscInfoBySerial ON DiscInfo (SerialNumber);
+
+CREATE TABLE FilmInfo (
+    FilmInfoID INTEGER PRIMARY KEY AUTOINCREMENT,
+    Duration INTEGER,
+    Width INTEGER,
+    Height INTEGER,
+    Bitrate INTEGER,
+    Codec TEXT
+);
+
+CREATE TABLE MusicInfo (
+    MusicInfoID INTEGER PRIMARY KEY AUTOINCREMENT,
+    Duration INTEGER,
+    Bitrate INTEGER,
+    ChannelsNumber INTEGER,
+    SamplingRate INTEGER,
+    Artist TEXT,
+    Title TEXT,
+    Album TEXT,
+    Year INTEGER,
+    TrackNumber INTEGER,
+    Genre TEXT,
+    Comments TEXT
+);
+
+CREATE TABLE PictureInfo (
+    PictureInfoID INTEGER PRIMARY KEY AUTOINCREMENT,
+    Width INTEGER,
+    Height INTEGER,
+    HorizontalResolution INTEGER,
+    VerticalResolution INTEGER,
+    ColorDepth INTEGER
+);
+
+-- SELECT * FROM Categories is read as id, name, custom flag.
+CREATE TABLE Categories (
+    CategoryID INTEGER PRIMARY KEY AUTOINCREMENT,
+    Name TEXT NOT NULL,
+    IsCustom INTEGER NOT NULL DEFAULT 0
+);
+
+-- SELECT * FROM FileExtensions is read as extension, category.
+CREATE TABLE FileExtensions (
+    Name TEXT NOT NULL,
+    CategoryID INTEGER NOT NULL
+);
+CREATE INDEX FileExtensionsByName ON FileExtensions (Name);
+CREATE INDEX FileExtensionsByCategory ON FileExtensions (CategoryID);
+
+INSERT INTO DatabaseVersion (VersionNumber) VALUES ('@VERSION@');
+
+INSERT INTO Categories (CategoryID, Name, IsCustom) VALUES (1, 'General', 0);
+INSERT INTO Categories (CategoryID, Name, IsCustom) VALUES (2, 'Film', 0);
+INSERT INTO Categories (CategoryID, Name, IsCustom) VALUES (3, 'Music', 0);
+INSERT INTO Categories (CategoryID, Name, IsCustom) VALUES (4, 'Picture', 0);
+
+-- Film
+INSERT INTO FileExtensions (Name, CategoryID) VALUES
+    ('3gp', 2), ('asf', 2), ('avi', 2), ('divx', 2), ('flv', 2), ('m2ts', 2), ('m4v', 2),
+    ('mkv', 2), ('mov', 2), ('mp4', 2), ('mpeg', 2), ('mpg', 2), ('mts', 2), ('ogv', 2),
+    ('ts', 2), ('vob', 2), ('webm', 2), ('wmv', 2);
+
+-- Music
+INSERT INTO FileExtensions (Name, CategoryID) VALUES
+    ('aac', 3), ('aif', 3), ('aiff', 3), ('ape', 3), ('flac', 3), ('m4a', 3), ('mid', 3),
+    ('midi', 3), ('mka', 3), ('mp2', 3), ('mp3', 3), ('mpc', 3), ('oga', 3), ('ogg', 3),
+    ('opus', 3), ('ra', 3), ('wav', 3), ('wma', 3), ('wv', 3);
+
+-- Picture
+INSERT INTO FileExtensions (Name, CategoryID) VALUES
+    ('bmp', 4), ('cr2', 4), ('dng', 4), ('gif', 4), ('heic', 4), ('ico', 4), ('jpe', 4),
+    ('jpeg', 4), ('jpg', 4), ('nef', 4), ('pcx', 4), ('png', 4), ('psd', 4), ('svg', 4),
+    ('tga', 4), ('tif', 4), ('tiff', 4), ('webp', 4);

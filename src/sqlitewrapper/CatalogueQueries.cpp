@@ -1,0 +1,251 @@
+// The reading operations of CSqliteWrapper: listings, details, look-ups.
+#include "sqlitewrapper/RowMappers.h"
+#include "sqlitewrapper/SqliteWrapper.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+using SqlText::Format;
+using SqlText::QuoteSqlString;
+
+namespace {
+
+// The lists of GetAncestorIds and GetDescendantIds: one per process, filled afresh by
+// each outer call.
+std::vector<int> g_ancestorIds;
+std::vector<int> g_descendantIds;
+
+const char kUnitListColumns[] =
+    "SELECT UnitID, UnitName, SubfoldersNumber, UnitSize, CategoryID, UnitType FROM Units ";
+
+template <typename Record> bool FirstRow(std::vector<Record>& rows, Record& out)
+{
+    if (rows.empty())
+        return false;
+    out = std::move(rows.front());
+    return true;
+}
+
+} // namespace
+
+QString CSqliteWrapper::GetDatabaseVersion()
+{
+    std::vector<QString> rows;
+    QueryRows(QStringLiteral("SELECT VersionNumber FROM DatabaseVersion"), rows,
+              &RowMappers::Texts);
+    return rows.empty() ? QString() : rows.front();
+}
+
+void CSqliteWrapper::GetStorageList(std::vector<StorageListItem>& items)
+{
+    QString sql =
+        QStringLiteral("SELECT StorageID, StorageName, FoldersNumber, DiscsNumber FROM Storages");
+    if (m_sortByName)
+        sql += QStringLiteral(" ORDER BY StorageName COLLATE NOCASE");
+    items.clear();
+    QueryRows(sql, items, &RowMappers::StorageListItems);
+}
+
+void CSqliteWrapper::GetStorages(std::vector<StorageRecord>& records)
+{
+    QString sql = QStringLiteral("SELECT * FROM Storages");
+    if (m_sortByName)
+        sql += QStringLiteral(" ORDER BY StorageName COLLATE NOCASE");
+    records.clear();
+    QueryRows(sql, records, &RowMappers::StorageRecords);
+}
+
+StorageRecord CSqliteWrapper::GetStorage(int storageId)
+{
+    std::vector<StorageRecord> rows;
+    QueryRows(Format("SELECT * FROM Storages WHERE StorageID = %d", {storageId}), rows,
+              &RowMappers::StorageRecords);
+    StorageRecord record;
+    FirstRow(rows, record);
+    return record;
+}
+
+void CSqliteWrapper::GetSubunits(std::vector<UnitListItem>& items, int id, bool topLevel)
+{
+    QString sql = topLevel ? Format("SELECT UnitID, UnitName, SubfoldersNumber, UnitSize, "
+                                    "CategoryID, UnitType FROM Units WHERE StorageID = %d AND "
+                                    "ParentUnitID IS NULL",
+                                    {id})
+                           : Format("SELECT UnitID, UnitName, SubfoldersNumber, UnitSize, "
+                                    "CategoryID, UnitType FROM Units WHERE ParentUnitID = %d",
+                                    {id});
+    sql += QStringLiteral(" ORDER BY UnitType");
+    if (m_sortByName)
+        sql += QStringLiteral(" , UnitName COLLATE NOCASE");
+    items.clear();
+    QueryRows(sql, items, &RowMappers::UnitListItems);
+}
+
+UnitListItem CSqliteWrapper::GetUnit(int unitId)
+{
+    std::vector<UnitListItem> rows;
+    QueryRows(Format(QString::fromLatin1(kUnitListColumns) + QStringLiteral("WHERE UnitID = %d"),
+                     {unitId}),
+              rows, &RowMappers::UnitListItems);
+    if (rows.empty())
+        throw std::out_of_range("invalid vector<T> subscript");
+    return rows.front();
+}
+
+DiscDetails CSqliteWrapper::GetDiscProperties(int unitId)
+{
+    std::vector<DiscDetails> rows;
+    QueryRows(Format("SELECT UnitName, UnitNotes, CategoryID, Size, DateAdded, Label, "
+                     "SerialNumber, SubfilesNumber, SubfoldersNumber FROM Units INNER JOIN "
+                     "DiscInfo ON Units.DiscInfoID = DiscInfo.DiscInfoID WHERE UnitID = %d",
+                     {unitId}),
+              rows, &RowMappers::DiscDetailsRows);
+    DiscDetails details;
+    FirstRow(rows, details);
+    return details;
+}
+
+FolderDetails CSqliteWrapper::GetFolderProperties(int unitId)
+{
+    std::vector<FolderDetails> rows;
+    QueryRows(Format("SELECT UnitName, UnitNotes, CategoryID, UnitSize, DateAdded, "
+                     "SubfilesNumber, SubfoldersNumber FROM Units WHERE UnitID = %d",
+                     {unitId}),
+              rows, &RowMappers::FolderDetailsRows);
+    FolderDetails details;
+    FirstRow(rows, details);
+    return details;
+}
+
+FileDetails CSqliteWrapper::GetFileProperties(int unitId)
+{
+    std::vector<FileDetails> rows;
+    QueryRows(Format("SELECT UnitName, UnitNotes, CategoryID, UnitSize, DateAdded, "
+                     "DateCreated, DateModified FROM Units WHERE UnitID = %d",
+                     {unitId}),
+              rows, &RowMappers::FileDetailsRows);
+    FileDetails details;
+    FirstRow(rows, details);
+    return details;
+}
+
+bool CSqliteWrapper::GetFilmInfo(int unitId, FilmInfo& info)
+{
+    std::vector<FilmInfo> rows;
+    QueryRows(Format("SELECT FilmInfoID, Duration, Width, Height, Bitrate, Codec FROM FilmInfo "
+                     "INNER JOIN Units ON FilmInfoID = UnitInfoID WHERE UnitID = %d",
+                     {unitId}),
+              rows, &RowMappers::FilmInfoRows);
+    return FirstRow(rows, info);
+}
+
+bool CSqliteWrapper::GetMusicInfo(int unitId, MusicInfo& info)
+{
+    std::vector<MusicInfo> rows;
+    QueryRows(Format("SELECT MusicInfoID, Duration, Bitrate, ChannelsNumber, SamplingRate, "
+                     "Artist, Title, Album, Year, TrackNumber, Genre, Comments FROM MusicInfo "
+                     "INNER JOIN Units ON MusicInfoID = UnitInfoID WHERE UnitID = %d",
+                     {unitId}),
+              rows, &RowMappers::MusicInfoRows);
+    return FirstRow(rows, info);
+}
+
+bool CSqliteWrapper::GetPictureInfo(int unitId, PictureInfo& info)
+{
+    std::vector<PictureInfo> rows;
+    QueryRows(Format("SELECT PictureInfoID, Width, Height, HorizontalResolution, "
+                     "VerticalResolution, ColorDepth FROM PictureInfo INNER JOIN Units ON "
+                     "PictureInfoID = UnitInfoID WHERE UnitID = %d",
+                     {unitId}),
+              rows, &RowMappers::PictureInfoRows);
+    return FirstRow(rows, info);
+}
+
+int CSqliteWrapper::GetUnitStorageId(int unitId)
+{
+    std::vector<int> rows;
+    QueryRows(Format("SELECT StorageID FROM Units WHERE UnitID = %d", {unitId}), rows,
+              &RowMappers::Ids);
+    return rows.empty() ? 0 : rows.front();
+}
+
+std::vector<int> CSqliteWrapper::GetAncestorIds(int unitId)
+{
+    g_ancestorIds.clear();
+    int current = unitId;
+    for (;;) {
+        const size_t before = g_ancestorIds.size();
+        QueryRows(Format("SELECT ParentUnitID FROM Units WHERE UnitID = %d", {current}),
+                  g_ancestorIds, &RowMappers::Ids);
+        if (g_ancestorIds.size() == before)
+            break;
+        current = g_ancestorIds.back();
+        // A damaged catalogue whose parent links form a loop must not hang the program.
+        if (std::find(g_ancestorIds.begin(), g_ancestorIds.end() - 1, current) !=
+                g_ancestorIds.end() - 1 ||
+            current == unitId) {
+            g_ancestorIds.pop_back();
+            break;
+        }
+    }
+    return g_ancestorIds;
+}
+
+void CSqliteWrapper::CollectDescendants(int unitId, std::vector<int>& ids)
+{
+    const size_t first = ids.size();
+    QueryRows(Format("SELECT UnitID FROM Units WHERE ParentUnitID = %d", {unitId}), ids,
+              &RowMappers::Ids);
+    const size_t last = ids.size();
+    // Recurse into the ids this call appended, in order; the list grows meanwhile.
+    for (size_t i = first; i < last; ++i)
+        CollectDescendants(ids[i], ids);
+}
+
+std::vector<int> CSqliteWrapper::GetDescendantIds(int unitId)
+{
+    g_descendantIds.clear();
+    CollectDescendants(unitId, g_descendantIds);
+    return g_descendantIds;
+}
+
+void CSqliteWrapper::GetStorageUnits(std::vector<ReportRow>& rows, int storageId)
+{
+    QString sql = QStringLiteral(
+        "SELECT UnitID, ParentUnitID, StorageID, UnitName, UnitType, UnitSize, DateAdded "
+        "FROM Units");
+    if (storageId != -1)
+        sql += Format(" WHERE StorageID = %d", {storageId});
+    if (m_sortByName)
+        sql += QStringLiteral(" ORDER BY UnitName COLLATE NOCASE");
+    rows.clear();
+    QueryRows(sql, rows, &RowMappers::ReportRows);
+}
+
+std::vector<int> CSqliteWrapper::FindDuplicateDiscs(const QString& label, quint32 serialNumber,
+                                                    qint64 size, bool bySerial, bool bySize,
+                                                    bool byLabel)
+{
+    const QString where = QStringLiteral("WHERE");
+    QString condition = where;
+    if (bySerial)
+        condition += Format(" DiscInfo.SerialNumber = %lu", {serialNumber});
+    if (bySize) {
+        if (condition != where)
+            condition += QStringLiteral(" AND");
+        condition += Format(" DiscInfo.Size = %lld", {size});
+    }
+    if (byLabel) {
+        if (condition != where)
+            condition += QStringLiteral(" AND");
+        condition += Format(" DiscInfo.Label = %s", {QuoteSqlString(label)});
+    }
+    std::vector<int> ids;
+    if (condition == where)
+        return ids;
+    QueryRows(QStringLiteral("SELECT UnitID FROM Units INNER JOIN DiscInfo ON Units.DiscInfoID = "
+                             "DiscInfo.DiscInfoID ") +
+                  condition,
+              ids, &RowMappers::Ids);
+    return ids;
+}

@@ -1,0 +1,309 @@
+// The writing operations of CSqliteWrapper: inserts, counters, deletes, categories and
+// the extension map.
+#include "sqlitewrapper/RowMappers.h"
+#include "sqlitewrapper/SqliteWrapper.h"
+
+using SqlText::Format;
+using SqlText::FormatSqlDate;
+using SqlText::QuoteSqlString;
+
+namespace {
+
+QString QuotedOrNull(const QString& text)
+{
+    return text.isEmpty() ? QStringLiteral("NULL") : QuoteSqlString(text);
+}
+
+QString QuotedNullable(const CNullable<QString>& value)
+{
+    return QuoteSqlString(value.ToSqlText());
+}
+
+QString IdListText(const std::vector<int>& ids)
+{
+    QString list;
+    for (size_t i = 0; i < ids.size(); ++i)
+        list += Format(i == 0 ? "%d" : ",%d", {ids[i]});
+    return list;
+}
+
+// The media tables with the category whose files keep their rows there.
+struct MediaTable
+{
+    const char* deleteTemplate;
+    int categoryId;
+};
+
+const MediaTable kMediaTables[] = {
+    {"DELETE FROM FilmInfo WHERE FilmInfoID IN (%s)", CategoryIds::Film},
+    {"DELETE FROM MusicInfo WHERE MusicInfoID IN (%s)", CategoryIds::Music},
+    {"DELETE FROM PictureInfo WHERE PictureInfoID IN (%s)", CategoryIds::Picture},
+};
+
+} // namespace
+
+int CSqliteWrapper::AddStorage(const QString& name, const QString& notes)
+{
+    Execute(Format("INSERT INTO Storages (StorageName, StorageNotes) VALUES (%s, %s)",
+                   {QuoteSqlString(name), QuotedOrNull(notes)}));
+    return LastInsertId();
+}
+
+void CSqliteWrapper::UpdateStorage(int storageId, const QString& name, const QString& notes)
+{
+    // Both quoted: empty notes become an empty string here, unlike AddStorage.
+    Execute(Format("UPDATE Storages SET StorageName = %s, StorageNotes = %s WHERE StorageID = %d",
+                   {QuoteSqlString(name), QuoteSqlString(notes), storageId}));
+}
+
+void CSqliteWrapper::DeleteStorage(int storageId)
+{
+    Execute(Format("DELETE FROM Storages WHERE StorageID = %d", {storageId}));
+    DeleteStorageUnits(storageId);
+}
+
+int CSqliteWrapper::AddDiscInfo(const QString& label, quint32 serialNumber, qint64 size)
+{
+    Execute(Format("INSERT INTO DiscInfo(Label, SerialNumber, Size) VALUES(%s, %lu, %lld)",
+                   {QuoteSqlString(label), serialNumber, size}));
+    return LastInsertId();
+}
+
+int CSqliteWrapper::AddUnit(UnitKind kind, const QString& name, const QString& notes,
+                            int categoryId, int storageId, int parentId,
+                            const CNullable<int>& unitInfoId, qint64 size, const QDateTime& created,
+                            const QDateTime& modified, int discInfoId, bool topLevel)
+{
+    const QChar type = UnitTypeChar(kind);
+    const bool isFile = kind == UnitKind::File;
+    const QString dateCreated = isFile ? FormatSqlDate(created) : QStringLiteral("NULL");
+    const QString dateModified = isFile ? FormatSqlDate(modified) : QStringLiteral("NULL");
+    if (topLevel) {
+        Execute(
+            Format("INSERT INTO Units(UnitName, UnitNotes, UnitType, StorageID, UnitSize, "
+                   "DateCreated, DateModified, CategoryID, DiscInfoID, UnitInfoID)VALUES(%s, "
+                   "%s, '%c', %d, %lld, %s, %s, %d, %d, %s)",
+                   {QuoteSqlString(name), QuotedOrNull(notes), type, storageId, size, dateCreated,
+                    dateModified, categoryId, discInfoId, unitInfoId.ToSqlText()}));
+    } else if (isFile) {
+        Execute(Format("INSERT INTO Units(UnitName, UnitType, StorageID, ParentUnitID, UnitSize, "
+                       "DateCreated, DateModified, CategoryID, UnitInfoID)VALUES(%s, '%c', %d, "
+                       "%d, %lld, %s, %s, %d, %s)",
+                       {QuoteSqlString(name), type, storageId, parentId, size, dateCreated,
+                        dateModified, categoryId, unitInfoId.ToSqlText()}));
+    } else {
+        Execute(Format("INSERT INTO Units(UnitName, UnitType, StorageID, ParentUnitID, "
+                       "CategoryID)VALUES(%s, '%c', %d, %d, %d)",
+                       {QuoteSqlString(name), type, storageId, parentId, categoryId}));
+    }
+    return LastInsertId();
+}
+
+int CSqliteWrapper::AddFilmInfo(const FilmInfo& info)
+{
+    Execute(Format("INSERT INTO FilmInfo(Duration, Width, Height, Bitrate, Codec) "
+                   "VALUES(%s, %s, %s, %s, %s)",
+                   {info.Duration.ToSqlText(), info.Width.ToSqlText(), info.Height.ToSqlText(),
+                    info.Bitrate.ToSqlText(), QuotedNullable(info.Codec)}));
+    return LastInsertId();
+}
+
+int CSqliteWrapper::AddMusicInfo(const MusicInfo& info)
+{
+    Execute(Format("INSERT INTO MusicInfo(Duration, Bitrate, ChannelsNumber, SamplingRate, "
+                   "Artist, Title, Album, Year, TrackNumber, Genre, Comments) VALUES(%s, %s, %s, "
+                   "%s, %s, %s, %s, %s, %s, %s, %s)",
+                   {info.Duration.ToSqlText(), info.Bitrate.ToSqlText(),
+                    info.ChannelsNumber.ToSqlText(), info.SamplingRate.ToSqlText(),
+                    QuotedNullable(info.Artist), QuotedNullable(info.Title),
+                    QuotedNullable(info.Album), info.Year.ToSqlText(), info.TrackNumber.ToSqlText(),
+                    QuotedNullable(info.Genre), QuotedNullable(info.Comments)}));
+    return LastInsertId();
+}
+
+int CSqliteWrapper::AddPictureInfo(const PictureInfo& info)
+{
+    Execute(Format("INSERT INTO PictureInfo(Width, Height, HorizontalResolution, "
+                   "VerticalResolution, ColorDepth) VALUES(%s, %s, %s, %s, %s)",
+                   {info.Width.ToSqlText(), info.Height.ToSqlText(),
+                    info.HorizontalResolution.ToSqlText(), info.VerticalResolution.ToSqlText(),
+                    info.ColorDepth.ToSqlText()}));
+    return LastInsertId();
+}
+
+void CSqliteWrapper::SetUnitTotals(int unitId, int files, int folders, qint64 size,
+                                   bool addToStorage)
+{
+    // An empty unit changes nothing, not even the storage: an empty disc is therefore
+    // not counted among the storage's discs.
+    if (files == 0 && folders == 0 && size == 0)
+        return;
+    Execute(Format("UPDATE Units SET SubfilesNumber = %d, SubfoldersNumber = %d, UnitSize = %lld "
+                   "WHERE UnitID = %d",
+                   {files, folders, size, unitId}));
+    if (!addToStorage)
+        return;
+    const UnitListItem unit = GetUnit(unitId);
+    if (unit.Kind == UnitKind::File)
+        ++files;
+    if (unit.Kind == UnitKind::Folder)
+        ++folders;
+    const int discs = unit.Kind == UnitKind::Disc ? 1 : 0;
+    Execute(Format("UPDATE Storages SET FilesNumber = FilesNumber + %d, FoldersNumber = "
+                   "FoldersNumber + %d, DiscsNumber = DiscsNumber + %d, StorageSize = "
+                   "StorageSize + %lld WHERE StorageID = (SELECT StorageID FROM Units WHERE "
+                   "UnitID = %d)",
+                   {files, folders, discs, size, unitId}));
+}
+
+void CSqliteWrapper::SetUnitNotes(int unitId, const QString& notes)
+{
+    Execute(
+        Format("UPDATE Units SET UnitNotes = %s WHERE UnitID = %d", {QuotedOrNull(notes), unitId}));
+}
+
+void CSqliteWrapper::DeleteUnit(int unitId)
+{
+    const UnitListItem unit = GetUnit(unitId);
+    const std::vector<int> descendants = GetDescendantIds(unitId);
+    const std::vector<int> ancestors = GetAncestorIds(unitId);
+
+    Execute(QStringLiteral("BEGIN TRANSACTION"));
+    try {
+        const qint64 size = unit.UnitSize;
+        if (unit.Kind == UnitKind::Disc || unit.Kind == UnitKind::Folder) {
+            qint64 files = 0;
+            qint64 folders = 0;
+            if (unit.Kind == UnitKind::Disc) {
+                const DiscDetails disc = GetDiscProperties(unitId);
+                files = disc.SubfilesNumber;
+                folders = disc.SubfoldersNumber;
+            } else {
+                const FolderDetails folder = GetFolderProperties(unitId);
+                files = folder.SubfilesNumber;
+                folders = folder.SubfoldersNumber + 1; // the folder itself
+            }
+            for (int ancestor : ancestors) {
+                Execute(Format("UPDATE Units SET SubfilesNumber = SubfilesNumber - %lld,     "
+                               "SubfoldersNumber = SubfoldersNumber - %lld,     UnitSize = "
+                               "UnitSize - %lld WHERE UnitID = %d",
+                               {files, folders, size, ancestor}));
+            }
+            if (unit.Kind == UnitKind::Disc) {
+                Execute(Format("UPDATE Storages SET FilesNumber = FilesNumber - %lld,     "
+                               "FoldersNumber = FoldersNumber - %lld, \t DiscsNumber = "
+                               "DiscsNumber - 1,     StorageSize = StorageSize - %lld WHERE "
+                               "StorageID = (SELECT StorageID FROM Units WHERE UnitID = %d)",
+                               {files, folders, size, unitId}));
+            } else {
+                Execute(Format("UPDATE Storages SET FilesNumber = FilesNumber - %lld,     "
+                               "FoldersNumber = FoldersNumber - %lld,     StorageSize = "
+                               "StorageSize - %lld WHERE StorageID = (SELECT StorageID FROM "
+                               "Units WHERE UnitID = %d)",
+                               {files, folders, size, unitId}));
+            }
+        } else if (unit.Kind == UnitKind::File) {
+            for (int ancestor : ancestors) {
+                Execute(Format("UPDATE Units SET SubfilesNumber = SubfilesNumber - 1,     "
+                               "UnitSize = UnitSize - %lld WHERE UnitID = %d",
+                               {size, ancestor}));
+            }
+            Execute(Format("UPDATE Storages SET FilesNumber = FilesNumber - 1,     StorageSize = "
+                           "StorageSize - %lld WHERE StorageID = (SELECT StorageID FROM Units "
+                           "WHERE UnitID = %d)",
+                           {size, unitId}));
+        }
+        std::vector<int> ids;
+        ids.reserve(descendants.size() + 1);
+        ids.push_back(unitId);
+        ids.insert(ids.end(), descendants.begin(), descendants.end());
+        DeleteUnitRows(ids);
+        if (InTransaction())
+            Execute(QStringLiteral("COMMIT TRANSACTION"));
+    } catch (const CSqliteWrapperError&) {
+        RollbackTransaction();
+        throw;
+    }
+}
+
+void CSqliteWrapper::DeleteUnitRows(const std::vector<int>& ids)
+{
+    if (ids.empty())
+        return;
+    const QString list = IdListText(ids);
+    for (const MediaTable& table : kMediaTables) {
+        const QString withSelect =
+            Format(table.deleteTemplate,
+                   {"SELECT UnitInfoID FROM Units WHERE UnitID IN (%s) AND CategoryID = %d"});
+        Execute(Format(withSelect, {list, table.categoryId}));
+    }
+    Execute(Format("DELETE FROM Units WHERE UnitID IN (%s)", {list}));
+}
+
+void CSqliteWrapper::DeleteStorageUnits(int storageId)
+{
+    for (const MediaTable& table : kMediaTables) {
+        const QString withSelect =
+            Format(table.deleteTemplate,
+                   {"SELECT UnitInfoID FROM Units WHERE StorageID = %d AND CategoryID = %d"});
+        Execute(Format(withSelect, {storageId, table.categoryId}));
+    }
+    Execute(Format("DELETE FROM Units WHERE StorageID = %d", {storageId}));
+}
+
+int CSqliteWrapper::AddCategory(const QString& name)
+{
+    Execute(Format("INSERT INTO Categories(Name, IsCustom)VALUES(%s, 1)", {QuoteSqlString(name)}));
+    const int id = LastInsertId();
+    LoadCategories();
+    return id;
+}
+
+void CSqliteWrapper::DeleteCategory(int categoryId)
+{
+    Execute(QStringLiteral("BEGIN TRANSACTION"));
+    try {
+        Execute(Format("DELETE FROM Categories WHERE CategoryID = %d", {categoryId}));
+        Execute(Format("DELETE FROM FileExtensions WHERE CategoryID = %d", {categoryId}));
+        Execute(Format("UPDATE Units SET CategoryID = %d WHERE CategoryID = %d",
+                       {CategoryIds::General, categoryId}));
+        if (InTransaction())
+            Execute(QStringLiteral("COMMIT TRANSACTION"));
+    } catch (const CSqliteWrapperError&) {
+        RollbackTransaction();
+        throw;
+    }
+    LoadCategories();
+    LoadFileExtensions();
+}
+
+void CSqliteWrapper::AddFileExtension(const QString& extension, int categoryId)
+{
+    Execute(Format("INSERT INTO FileExtensions(Name, CategoryID) VALUES(%s, %d)",
+                   {QuoteSqlString(extension), categoryId}));
+    m_extensions[extension] = categoryId;
+}
+
+void CSqliteWrapper::DeleteFileExtension(const QString& extension)
+{
+    Execute(Format("DELETE FROM FileExtensions WHERE Name = %s", {QuoteSqlString(extension)}));
+    m_extensions.erase(extension);
+}
+
+void CSqliteWrapper::SetFileExtensionCategory(const QString& fileName, int categoryId)
+{
+    const QString extension = ExtensionOf(fileName);
+    const auto it = m_extensions.find(extension);
+    if (it == m_extensions.end() || it->second == CategoryIds::General) {
+        AddFileExtension(extension, categoryId);
+    } else if (categoryId != CategoryIds::General) {
+        Execute(Format("UPDATE FileExtensions SET CategoryID = %d WHERE Name = %s",
+                       {categoryId, QuoteSqlString(extension)}));
+        it->second = categoryId;
+    } else {
+        DeleteFileExtension(extension);
+    }
+    Execute(Format("UPDATE Units SET CategoryID = %d WHERE UnitType = '%c' AND UnitName LIKE "
+                   "'%%.%s'",
+                   {categoryId, 'F', extension}));
+}

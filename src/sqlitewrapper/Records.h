@@ -1,0 +1,166 @@
+#pragma once
+
+#include "sqlitewrapper/Nullable.h"
+
+#include <QString>
+#include <QtGlobal>
+
+#include <vector>
+
+// The kind of a unit, as held in memory; stored in Units.UnitType as 'C', 'D', 'F'.
+// Storage stands for a storage in records held in memory and is never stored.
+enum class UnitKind : int {
+    Unset = -1,
+    Storage = 0,
+    Disc = 1,
+    Folder = 2,
+    File = 3,
+};
+
+// The built-in categories.
+namespace CategoryIds {
+constexpr int General = 1;
+constexpr int Film = 2;
+constexpr int Music = 3;
+constexpr int Picture = 4;
+constexpr int All = -1; // in search criteria: "In all categories"
+} // namespace CategoryIds
+
+QChar UnitTypeChar(UnitKind kind);
+UnitKind UnitKindFromChar(char type);
+
+// One row of a unit listing: from "UnitID, UnitName, SubfoldersNumber, UnitSize,
+// CategoryID, UnitType".
+struct UnitListItem
+{
+    QString UnitName;
+    bool HasSubfolders = false;
+    int UnitID = 0;
+    UnitKind Kind = UnitKind::Unset;
+    int CategoryID = 0;
+    qint64 UnitSize = 0;
+};
+
+// One row of the storage list: from "StorageID, StorageName, FoldersNumber, DiscsNumber".
+struct StorageListItem
+{
+    QString StorageName;
+    bool HasChildren = false;
+    int StorageID = 0;
+};
+
+// A whole Storages row, "SELECT * FROM Storages".
+struct StorageRecord
+{
+    int StorageID = 0;
+    QString StorageName;
+    QString StorageNotes;
+    qint64 FoldersNumber = 0;
+    qint64 DiscsNumber = 0;
+    qint64 FilesNumber = 0;
+    qint64 StorageSize = 0;
+    QString DateAdded;
+};
+
+struct CategoryRecord
+{
+    QString Name;
+    bool IsCustom = false;
+};
+
+struct DiscDetails
+{
+    QString UnitName;
+    QString UnitNotes;
+    int CategoryID = 0;
+    qint64 Size = 0;
+    QString DateAdded;
+    QString Label;
+    quint32 SerialNumber = 0;
+    int SubfilesNumber = 0;
+    int SubfoldersNumber = 0;
+};
+
+struct FolderDetails
+{
+    QString UnitName;
+    QString UnitNotes;
+    int CategoryID = 0;
+    qint64 UnitSize = 0;
+    QString DateAdded;
+    int SubfilesNumber = 0;
+    int SubfoldersNumber = 0;
+};
+
+struct FileDetails
+{
+    QString UnitName;
+    QString UnitNotes;
+    int CategoryID = 0;
+    qint64 UnitSize = 0;
+    QString DateAdded;
+    QString DateCreated;
+    QString DateModified;
+};
+
+struct FilmInfo
+{
+    int Id = 0;
+    CNullable<int> Duration;
+    CNullable<int> Width;
+    CNullable<int> Height;
+    CNullable<int> Bitrate;
+    CNullable<QString> Codec;
+};
+
+struct MusicInfo
+{
+    int Id = 0;
+    CNullable<int> Duration;
+    CNullable<int> Bitrate;
+    CNullable<int> ChannelsNumber;
+    CNullable<int> SamplingRate;
+    CNullable<QString> Artist;
+    CNullable<QString> Title;
+    CNullable<QString> Album;
+    CNullable<int> Year;
+    CNullable<int> TrackNumber;
+    CNullable<QString> Genre;
+    CNullable<QString> Comments;
+};
+
+struct PictureInfo
+{
+    int Id = 0;
+    CNullable<int> Width;
+    CNullable<int> Height;
+    CNullable<int> HorizontalResolution;
+    CNullable<int> VerticalResolution;
+    CNullable<int> ColorDepth;
+};
+
+// Everything the properties dialog shows of one unit: the details of its kind and,
+// for a media file, its media row.
+struct UnitInfo
+{
+    UnitKind Kind = UnitKind::Unset;
+    DiscDetails Disc;
+    FolderDetails Folder;
+    FileDetails File;
+    std::vector<FilmInfo> Film;
+    std::vector<MusicInfo> Music;
+    std::vector<PictureInfo> Picture;
+};
+
+// One row of the report listing: "UnitID, ParentUnitID, StorageID, UnitName, UnitType,
+// UnitSize, DateAdded". ParentUnitID is 0 for a unit at the top of its storage.
+struct ReportRow
+{
+    int UnitID = 0;
+    int ParentUnitID = 0;
+    int StorageID = 0;
+    QString UnitName;
+    UnitKind Kind = UnitKind::Unset;
+    qint64 UnitSize = 0;
+    QString DateAdded;
+};

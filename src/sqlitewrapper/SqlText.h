@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QDateTime>
+#include <QString>
+
+#include <initializer_list>
+#include <string>
+
+// Turning values into SQL text. Every statement of the catalogue is complete text
+// with the values written into it; nothing is bound as a parameter.
+namespace SqlText {
+
+// One value for Format(): the text it stands for in the statement.
+class Arg final
+{
+public:
+    Arg(const QString& text) : m_text(text) {}
+    Arg(const char* text) : m_text(QString::fromUtf8(text)) {}
+    Arg(int value) : m_text(QString::number(value)) {}
+    Arg(unsigned int value) : m_text(QString::number(value)) {}
+    Arg(long value) : m_text(QString::number(value)) {}
+    Arg(unsigned long value) : m_text(QString::number(value)) {}
+    Arg(long long value) : m_text(QString::number(value)) {}
+    Arg(unsigned long long value) : m_text(QString::number(value)) {}
+    Arg(char value) : m_text(QChar::fromLatin1(value)) {}
+    Arg(QChar value) : m_text(value) {}
+
+    const QString& text() const { return m_text; }
+
+private:
+    QString m_text;
+};
+
+// Fills a printf-style statement template in one pass: each of %s, %d, %c, %lu, %lld
+// takes the next value's text and %% gives a percent sign. Because the pass never
+// rescans what it inserted, a value holding '%' is written as it is.
+QString Format(const char* pattern, std::initializer_list<Arg> args);
+QString Format(const QString& pattern, std::initializer_list<Arg> args);
+
+// "NULL" stays the bare word NULL; anything else loses its double quotes and is
+// wrapped in double quotes. Single quotes are kept as typed.
+QString QuoteSqlString(const QString& text);
+
+// The date as a double-quoted "YYYY-MM-DD HH:MM:SS" literal.
+QString FormatSqlDate(const QDateTime& time);
+
+// The date text as it is stored, without quotes.
+QString FormatDateText(const QDateTime& time);
+
+std::string ToUtf8(const QString& wide);
+QString FromUtf8(const char* narrow);
+
+} // namespace SqlText

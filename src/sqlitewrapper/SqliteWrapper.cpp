@@ -1,0 +1,138 @@
+#include "sqlitewrapper/SqliteWrapper.h"
+
+#include "common/Strings.h"
+#include "sqlitewrapper/RowMappers.h"
+
+const QString CSqliteWrapper::kImplementationFile = QStringLiteral("SqliteWrapper.cpp");
+const QString CSqliteWrapper::kHeaderFile = QStringLiteral("SqliteWrapper.h");
+
+CSqliteWrapper::~CSqliteWrapper()
+{
+    if (m_db)
+        sqlite3_close(m_db);
+}
+
+std::string CSqliteWrapper::InaccessibleMessage()
+{
+    return Strings::LoadString(Strings::IDS_DATABASE_INACCESSIBLE).toLocal8Bit().toStdString();
+}
+
+void CSqliteWrapper::Open(const QString& path, bool fatal)
+{
+    Close();
+    sqlite3* db = nullptr;
+    const int rc = sqlite3_open(SqlText::ToUtf8(path).c_str(), &db);
+    if (rc != SQLITE_OK) {
+        const std::string message = db ? sqlite3_errmsg(db) : "out of memory";
+        // A handle is returned even on failure; it must still be released.
+        sqlite3_close(db);
+        throw CSqliteWrapperError(message, rc, kImplementationFile, 538, fatal);
+    }
+    m_db = db;
+    Execute(QStringLiteral("PRAGMA temp_store = MEMORY"));
+    LoadCategories();
+    LoadFileExtensions();
+}
+
+void CSqliteWrapper::Close()
+{
+    if (!m_db)
+        return;
+    const int rc = sqlite3_close(m_db);
+    if (rc != SQLITE_OK)
+        throw CSqliteWrapperError(sqlite3_errmsg(m_db), rc, kImplementationFile, 595, false);
+    m_db = nullptr;
+}
+
+void CSqliteWrapper::Execute(const QString& sql)
+{
+    if (!m_db)
+        throw CSqliteWrapperError(InaccessibleMessage(), 0, kImplementationFile, 974, true);
+    char* errmsg = nullptr;
+    const int rc = sqlite3_exec(m_db, SqlText::ToUtf8(sql).c_str(), nullptr, nullptr, &errmsg);
+    if (rc != SQLITE_OK) {
+        const std::string message = errmsg ? errmsg : "";
+        sqlite3_free(errmsg);
+        throw CSqliteWrapperError(message, rc, kImplementationFile, 988, true);
+    }
+    sqlite3_free(errmsg);
+}
+
+void CSqliteWrapper::ExecuteInTransaction(const std::vector<QString>& statements)
+{
+    Execute(QStringLiteral("BEGIN TRANSACTION"));
+    try {
+        for (const QString& sql : statements)
+            Execute(sql);
+    } catch (const CSqliteWrapperError&) {
+        RollbackTransaction();
+        throw;
+    }
+    // A statement may already have ended the transaction; commit only an open one.
+    if (InTransaction())
+        Execute(QStringLiteral("COMMIT TRANSACTION"));
+}
+
+void CSqliteWrapper::RollbackTransaction()
+{
+    Execute(QStringLiteral("ROLLBACK TRANSACTION"));
+}
+
+bool CSqliteWrapper::InTransaction() const
+{
+    return m_db && sqlite3_get_autocommit(m_db) == 0;
+}
+
+int CSqliteWrapper::LastInsertId() const
+{
+    return m_db ? static_cast<int>(sqlite3_last_insert_rowid(m_db)) : 0;
+}
+
+void CSqliteWrapper::LoadCategories()
+{
+    std::vector<RowMappers::CategoryRow> rows;
+    QueryRows(QStringLiteral("SELECT * FROM Categories"), rows, &RowMappers::Categories);
+    m_categories.clear();
+    for (const auto& row : rows)
+        m_categories[row.CategoryID] = row.Category;
+}
+
+void CSqliteWrapper::LoadFileExtensions()
+{
+    std::vector<RowMappers::ExtensionRow> rows;
+    QueryRows(QStringLiteral("SELECT * FROM FileExtensions"), rows, &RowMappers::Extensions);
+    m_extensions.clear();
+    for (const auto& row : rows)
+        m_extensions[row.Name] = row.CategoryID;
+}
+
+CategoryRecord CSqliteWrapper::GetCategory(int categoryId) const
+{
+    const auto it = m_categories.find(categoryId);
+    return it != m_categories.end() ? it->second : CategoryRecord();
+}
+
+std::vector<QString> CSqliteWrapper::GetCategoryExtensions(int categoryId) const
+{
+    std::vector<QString> names;
+    for (const auto& [name, category] : m_extensions) {
+        if (category == categoryId)
+            names.push_back(name);
+    }
+    return names;
+}
+
+QString CSqliteWrapper::ExtensionOf(const QString& fileName)
+{
+    const qsizetype dot = fileName.lastIndexOf(QLatin1Char('.'));
+    return (dot < 0 ? fileName : fileName.mid(dot + 1)).toLower();
+}
+
+int CSqliteWrapper::CategoryForFile(const QString& fileName) const
+{
+    const qsizetype dot = fileName.lastIndexOf(QLatin1Char('.'));
+    if (dot < 0)
+        return CategoryIds::General;
+    const auto it = m_extensions.find(fileName.mid(dot + 1).toLower());
+    return it != m_extensions.end() ? it->second : CategoryIds::General;
+}

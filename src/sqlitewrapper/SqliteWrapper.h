@@ -1,0 +1,161 @@
+#pragma once
+
+#include "sqlitewrapper/Records.h"
+#include "sqlitewrapper/SearchCriteria.h"
+#include "sqlitewrapper/SqlText.h"
+#include "sqlitewrapper/SqliteWrapperError.h"
+
+#include <QDateTime>
+#include <QString>
+#include <QtGlobal>
+
+#include <sqlite3.h>
+
+#include <map>
+#include <vector>
+
+// The one object through which every SQL statement reaches a catalogue: one
+// connection, the caches of the categories and of the extension map, and the
+// catalogue's read, write and search operations. Statements are complete SQL text
+// run with sqlite3_exec; every failure is raised as CSqliteWrapperError.
+//
+// The object has no lock. The caller keeps other work off the catalogue while a
+// worker thread uses it.
+class CSqliteWrapper final
+{
+public:
+    // The source files named by the errors this layer raises.
+    static const QString kImplementationFile;
+    static const QString kHeaderFile;
+
+    template <typename Record> using RowMapper = void (*)(std::vector<Record>&, int, char**);
+
+    CSqliteWrapper() = default;
+    ~CSqliteWrapper();
+    CSqliteWrapper(const CSqliteWrapper&) = delete;
+    CSqliteWrapper& operator=(const CSqliteWrapper&) = delete;
+
+    // Connection
+    void Open(const QString& path, bool fatal);
+    void Close();
+    bool IsOpen() const { return m_db != nullptr; }
+
+    // Statements
+    void Execute(const QString& sql);
+    template <typename Record>
+    void QueryRows(const QString& sql, std::vector<Record>& rows, RowMapper<Record> mapper);
+    void ExecuteInTransaction(const std::vector<QString>& statements);
+    void RollbackTransaction();
+    // True while an explicit transaction is open (sqlite3_get_autocommit is off).
+    bool InTransaction() const;
+    int LastInsertId() const;
+
+    // Listings are ordered by name (case-insensitive) when set, by insertion otherwise.
+    void SetSortByName(bool sortByName) { m_sortByName = sortByName; }
+    bool SortByName() const { return m_sortByName; }
+
+    // Reading
+    QString GetDatabaseVersion();
+    void GetStorageList(std::vector<StorageListItem>& items);
+    void GetStorages(std::vector<StorageRecord>& records);
+    StorageRecord GetStorage(int storageId);
+    void GetSubunits(std::vector<UnitListItem>& items, int id, bool topLevel);
+    UnitListItem GetUnit(int unitId);
+    DiscDetails GetDiscProperties(int unitId);
+    FolderDetails GetFolderProperties(int unitId);
+    FileDetails GetFileProperties(int unitId);
+    // False when the unit has no row in that media table.
+    bool GetFilmInfo(int unitId, FilmInfo& info);
+    bool GetMusicInfo(int unitId, MusicInfo& info);
+    bool GetPictureInfo(int unitId, PictureInfo& info);
+    int GetUnitStorageId(int unitId);
+    // Both keep their result in one process-wide list, which the next call
+    // overwrites; they are not re-entrant. The returned list is a copy.
+    std::vector<int> GetAncestorIds(int unitId);
+    std::vector<int> GetDescendantIds(int unitId);
+    void GetStorageUnits(std::vector<ReportRow>& rows, int storageId);
+    std::vector<int> FindDuplicateDiscs(const QString& label, quint32 serialNumber, qint64 size,
+                                        bool bySerial, bool bySize, bool byLabel);
+    void SearchUnits(const SearchCriteria& criteria, std::vector<UnitListItem>& items);
+    static QString BuildSearchQuery(const SearchCriteria& criteria);
+
+    // The category cache. GetCategory is for ids read from the catalogue; an id
+    // missing from the map gives an empty record.
+    const std::map<int, CategoryRecord>& Categories() const { return m_categories; }
+    const std::map<QString, int>& FileExtensions() const { return m_extensions; }
+    CategoryRecord GetCategory(int categoryId) const;
+    std::vector<QString> GetCategoryExtensions(int categoryId) const;
+    // The category a newly catalogued file gets: the map's category for its
+    // extension, or the general category.
+    int CategoryForFile(const QString& fileName) const;
+    static QString ExtensionOf(const QString& fileName);
+
+    // Writing. Each insert returns the new row id.
+    int AddStorage(const QString& name, const QString& notes);
+    void UpdateStorage(int storageId, const QString& name, const QString& notes);
+    void DeleteStorage(int storageId);
+    int AddDiscInfo(const QString& label, quint32 serialNumber, qint64 size);
+    int AddUnit(UnitKind kind, const QString& name, const QString& notes, int categoryId,
+                int storageId, int parentId, const CNullable<int>& unitInfoId, qint64 size,
+                const QDateTime& created, const QDateTime& modified, int discInfoId, bool topLevel);
+    int AddFilmInfo(const FilmInfo& info);
+    int AddMusicInfo(const MusicInfo& info);
+    int AddPictureInfo(const PictureInfo& info);
+    void SetUnitTotals(int unitId, int files, int folders, qint64 size, bool addToStorage);
+    void SetUnitNotes(int unitId, const QString& notes);
+    void DeleteUnit(int unitId);
+    void DeleteUnitRows(const std::vector<int>& ids);
+    void DeleteStorageUnits(int storageId);
+    void LoadCategories();
+    void LoadFileExtensions();
+    int AddCategory(const QString& name);
+    void DeleteCategory(int categoryId);
+    void AddFileExtension(const QString& extension, int categoryId);
+    void DeleteFileExtension(const QString& extension);
+    void SetFileExtensionCategory(const QString& fileName, int categoryId);
+
+private:
+    // String 150 in the narrow code page: the message when no catalogue is open.
+    static std::string InaccessibleMessage();
+    void CollectDescendants(int unitId, std::vector<int>& ids);
+
+    sqlite3* m_db = nullptr;
+    std::map<int, CategoryRecord> m_categories;
+    std::map<QString, int> m_extensions;
+    bool m_sortByName = false;
+};
+
+namespace SqliteWrapperDetail {
+
+template <typename Record> struct QueryContext
+{
+    std::vector<Record>* rows;
+    CSqliteWrapper::RowMapper<Record> mapper;
+};
+
+template <typename Record> int MapRow(void* context, int columns, char** values, char**)
+{
+    auto* ctx = static_cast<QueryContext<Record>*>(context);
+    ctx->mapper(*ctx->rows, columns, values);
+    return 0;
+}
+
+} // namespace SqliteWrapperDetail
+
+template <typename Record>
+void CSqliteWrapper::QueryRows(const QString& sql, std::vector<Record>& rows,
+                               RowMapper<Record> mapper)
+{
+    if (!m_db)
+        throw CSqliteWrapperError(InaccessibleMessage(), 0, kImplementationFile, 609, true);
+    SqliteWrapperDetail::QueryContext<Record> context{&rows, mapper};
+    char* errmsg = nullptr;
+    const int rc = sqlite3_exec(m_db, SqlText::ToUtf8(sql).c_str(),
+                                &SqliteWrapperDetail::MapRow<Record>, &context, &errmsg);
+    if (rc != SQLITE_OK) {
+        const std::string message = errmsg ? errmsg : "";
+        sqlite3_free(errmsg);
+        throw CSqliteWrapperError(message, rc, kHeaderFile, 623, true);
+    }
+    sqlite3_free(errmsg);
+}

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "sqlitewrapper/SqliteWrapper.h"
+
+#include <QString>
+#include <QTemporaryDir>
+
+// A fresh catalogue made from the real template in a temporary folder, opened.
+class TestCatalogue
+{
+public:
+    TestCatalogue();
+
+    const QString& Path() const { return m_path; }
+    QString FolderPath() const { return m_dir.path(); }
+    CSqliteWrapper& Db() { return m_db; }
+
+    // A single integer from the catalogue, e.g. a counter, for assertions.
+    qint64 Number(const QString& sql);
+
+    // Adds a unit the way the import does and returns its id.
+    int AddDisc(int storageId, const QString& name);
+    int AddFolder(int storageId, int parentId, const QString& name);
+    int AddFile(int storageId, int parentId, const QString& name, qint64 size, int categoryId = 1,
+                const CNullable<int>& unitInfoId = {});
+
+private:
+    QTemporaryDir m_dir;
+    QString m_path;
+    CSqliteWrapper m_db;
+};
+
+// The path of the built template catalogue.
+QString TemplateCataloguePath();
