@@ -1,0 +1,141 @@
+#include "cli/CliContext.h"
+
+#include "errorlog/ErrorLog.h"
+
+#include <QFileInfo>
+
+#include <cerrno>
+#include <cstdio>
+
+namespace {
+
+const char kSource[] = "ShelfwiseCli";
+
+bool AllDigits(const QString& text)
+{
+    if (text.isEmpty())
+        return false;
+    for (const QChar ch : text) {
+        if (!ch.isDigit())
+            return false;
+    }
+    return true;
+}
+
+} // namespace
+
+int CliContext::Fail(const QString& message)
+{
+    ErrorLog::Instance().ReportError(0, message, QString::fromLatin1(kSource), 0, false, false);
+    return ExitStatus::Error;
+}
+
+int CliContext::UsageError(const QString& message)
+{
+    const QByteArray bytes =
+        (QStringLiteral("shelfwise-cli: ") + message + QLatin1Char('\n')).toUtf8();
+    std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stderr);
+    return ExitStatus::Usage;
+}
+
+bool CliContext::OpenCatalogue(const QString& path, bool forEdit)
+{
+    const QFileInfo info(path);
+    if (!info.exists()) {
+        ErrorLog::Instance().ReportError(
+            ENOENT, QStringLiteral("The catalogue \"%1\" does not exist.").arg(path),
+            QString::fromLatin1(kSource), __LINE__, false, false);
+        return false;
+    }
+    if (info.isDir()) {
+        ErrorLog::Instance().ReportError(
+            EISDIR, QStringLiteral("\"%1\" is a folder, not a catalogue.").arg(path),
+            QString::fromLatin1(kSource), __LINE__, false, false);
+        return false;
+    }
+    if (forEdit && !m_lock.Acquire(info.absoluteFilePath())) {
+        ErrorLog::Instance().ReportError(
+            errno, QStringLiteral("The catalogue \"%1\" cannot be read.").arg(path),
+            QString::fromLatin1(kSource), __LINE__, false, false);
+        return false;
+    }
+    m_doc = std::make_unique<CShelfwiseDoc>(true);
+    return m_doc->OnOpenDocument(info.absoluteFilePath()) && !m_prompter.CloseRequested();
+}
+
+bool CliContext::SaveCatalogue()
+{
+    if (!m_doc->FileSave()) {
+        Fail(QStringLiteral("The catalogue \"%1\" could not be written; it is unchanged.")
+                 .arg(m_doc->CataloguePath()));
+        return false;
+    }
+    m_lock.Release();
+    return true;
+}
+
+int CliContext::Finish(bool succeeded)
+{
+    if (!succeeded || m_prompter.CloseRequested())
+        return ExitStatus::Error;
+    return SaveCatalogue() ? ExitStatus::Success : ExitStatus::Error;
+}
+
+bool CliContext::ResolveStorage(const QString& text, int& storageId)
+{
+    const auto& storages = m_doc->Storages();
+    if (AllDigits(text)) {
+        for (const StorageRecord& storage : storages) {
+            if (storage.StorageID == text.toInt()) {
+                storageId = storage.StorageID;
+                return true;
+            }
+        }
+    }
+    for (const StorageRecord& storage : storages) {
+        if (storage.StorageName == text) {
+            storageId = storage.StorageID;
+            return true;
+        }
+    }
+    Fail(QStringLiteral("There is no storage \"%1\".").arg(text));
+    return false;
+}
+
+bool CliContext::ResolveCategory(const QString& text, int& categoryId)
+{
+    const auto& categories = Db().Categories();
+    if (AllDigits(text) && categories.count(text.toInt())) {
+        categoryId = text.toInt();
+        return true;
+    }
+    for (const auto& [id, category] : categories) {
+        if (category.Name == text) {
+            categoryId = id;
+            return true;
+        }
+    }
+    Fail(QStringLiteral("There is no category \"%1\".").arg(text));
+    return false;
+}
+
+bool CliContext::ResolveUnit(const QString& text, UnitListItem& unit)
+{
+    if (AllDigits(text)) {
+        try {
+            unit = Db().GetUnit(text.toInt());
+            return true;
+        } catch (const std::out_of_range&) {
+        } catch (const CSqliteWrapperError& error) {
+            ErrorLog::Instance().ReportException(error, false);
+            return false;
+        }
+    }
+    Fail(QStringLiteral("There is no unit with the id \"%1\".").arg(text));
+    return false;
+}
+
+QString CliContext::CategoryName(int categoryId)
+{
+    return Db().GetCategory(categoryId).Name;
+}

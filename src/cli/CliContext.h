@@ -1,0 +1,76 @@
+#pragma once
+
+#include "cli/CatalogueLock.h"
+#include "cli/CliPrompter.h"
+#include "cli/CommandLine.h"
+#include "document/ShelfwiseDoc.h"
+
+#include <memory>
+#include <vector>
+
+// Exit statuses of shelfwise-cli.
+namespace ExitStatus {
+constexpr int Success = 0;
+constexpr int Error = 1;
+constexpr int Usage = 2;
+constexpr int Duplicates = 3;
+constexpr int Cancelled = 130;
+} // namespace ExitStatus
+
+// What a command works with: its parsed arguments, the output mode, the prompter,
+// and the catalogue opened through the same document the window uses.
+class CliContext final
+{
+public:
+    explicit CliContext(CliPrompter& prompter) : m_prompter(prompter) {}
+
+    CommandLine Args;
+    bool Json = false;
+
+    CliPrompter& Prompter() { return m_prompter; }
+
+    // Opens FILE into a working copy; an editing command locks the file until it has
+    // saved. False when it could not be opened (the error has been shown).
+    bool OpenCatalogue(const QString& path, bool forEdit);
+    CShelfwiseDoc& Doc() { return *m_doc; }
+    CSqliteWrapper& Db() { return m_doc->Database(); }
+    // File Save; false with a message when the file was not written.
+    bool SaveCatalogue();
+    // Saves when the operation succeeded and returns the exit status.
+    int Finish(bool succeeded);
+
+    // Reports an error the way the window does (logged and shown); returns 1.
+    int Fail(const QString& message);
+    // A usage error; returns 2.
+    int UsageError(const QString& message);
+
+    // A storage by id (all digits and existing) or exact name; a category by id or
+    // name; a unit by id. False with a message when there is none.
+    bool ResolveStorage(const QString& text, int& storageId);
+    bool ResolveCategory(const QString& text, int& categoryId);
+    bool ResolveUnit(const QString& text, UnitListItem& unit);
+
+    QString CategoryName(int categoryId);
+
+private:
+    CliPrompter& m_prompter;
+    CatalogueLock m_lock;
+    std::unique_ptr<CShelfwiseDoc> m_doc;
+};
+
+// One subcommand.
+struct CliCommand
+{
+    const char* name;
+    const char* usage;   // the arguments after the name
+    const char* summary; // one line
+    std::vector<CommandLine::Option> options;
+    int minPositionals;
+    int maxPositionals;
+    int (*run)(CliContext&);
+};
+
+std::vector<CliCommand> CatalogueCommands();
+std::vector<CliCommand> CategoryCommands();
+std::vector<CliCommand> SearchCommands();
+std::vector<CliCommand> SettingsCommands();

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <QString>
+
+namespace FileCopy {
+
+// Copies source over destination through a temporary file beside the destination that
+// is renamed over it at the end, so a failed copy never leaves a half-written file.
+// False when the copy did not reach the destination (the old file is then unchanged).
+bool CopyOver(const QString& source, const QString& destination);
+
+} // namespace FileCopy

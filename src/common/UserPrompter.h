@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QString>
+
+// The one way core code shows a message or asks the user something. The window
+// implements it with message boxes and dialogs, the command line with stderr and its
+// --yes/--no options, tests with a scripted fake.
+class UserPrompter
+{
+public:
+    enum class Icon { Information, Warning, Error, Question };
+
+    virtual ~UserPrompter();
+
+    virtual void ShowMessage(const QString& text, Icon icon) = 0;
+    // A Yes/No question; true for Yes.
+    virtual bool AskYesNo(const QString& text, Icon icon) = 0;
+    // Closes the main window (the normal close path follows). The command line ends
+    // the command with an error.
+    virtual void CloseMainWindow() = 0;
+    // The newer-catalogue dialog: the path of another catalogue to open, or empty to
+    // exit the program.
+    virtual QString AskNewerCatalogue(const QString& catalogueVersion) = 0;
+    // The backup-path dialog: a folder, or empty for Cancel.
+    virtual QString AskBackupPath() = 0;
+    // The save dialog for a catalogue that has no file yet: a path, or empty for Cancel.
+    virtual QString AskSaveFileName() = 0;
+
+    // Shorthands taking a string id.
+    void ShowMessage(int stringId, Icon icon);
+    bool AskYesNo(int stringId, Icon icon);
+
+    // The prompter in use; the program sets it once at start.
+    static UserPrompter& Current();
+    static void SetCurrent(UserPrompter* prompter);
+};

@@ -1,0 +1,380 @@
+#include "document/ShelfwiseDoc.h"
+
+#include "common/FileCopy.h"
+#include "common/Strings.h"
+#include "common/UserPrompter.h"
+#include "errorlog/ErrorLog.h"
+#include "settings/Settings.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QFile>
+#include <QStringList>
+
+using SqlText::Format;
+using SqlText::QuoteSqlString;
+
+namespace {
+
+const char kSourceName[] = "ShelfwiseDoc";
+
+} // namespace
+
+CShelfwiseDoc::CShelfwiseDoc(bool uniqueWorkingCopy, QObject* parent) : QObject(parent)
+{
+    const QString folder = SettingsFolder();
+    const qint64 seconds = QDateTime::currentSecsSinceEpoch();
+    m_workingCopyPath =
+        uniqueWorkingCopy
+            ? folder +
+                  QStringLiteral("%1-%2.db3").arg(seconds).arg(QCoreApplication::applicationPid())
+            : folder + QStringLiteral("%1.db3").arg(seconds);
+    m_templatePath = folder + QStringLiteral("empty.db3");
+    ErrorLog::Instance().SetLogPath(folder + QStringLiteral("log.txt"));
+    try {
+        Settings::Instance();
+    } catch (const std::logic_error& error) {
+        // A settings file with a bad value: the rest of it is not read, defaults stand.
+        ErrorLog::Instance().ReportError(0, QString::fromUtf8(error.what()),
+                                         QString::fromLatin1(kSourceName), __LINE__, false, false);
+    }
+}
+
+CShelfwiseDoc::~CShelfwiseDoc()
+{
+    try {
+        m_db.Close();
+    } catch (const CSqliteWrapperError& error) {
+        ErrorLog::Instance().ReportException(error, true);
+    }
+    QFile::remove(m_workingCopyPath);
+    Settings::Instance().SaveSettings();
+}
+
+void CShelfwiseDoc::ReportDatabaseError(const CSqliteWrapperError& error)
+{
+    if (m_db.InTransaction()) {
+        try {
+            m_db.RollbackTransaction();
+        } catch (const CSqliteWrapperError&) {
+            // The original error is the one worth showing.
+        }
+    }
+    ErrorLog::Instance().ReportException(error, false);
+}
+
+void CShelfwiseDoc::ApplySortOrder()
+{
+    m_db.SetSortByName(Settings::Instance().UnitsOrder == UnitsOrder::Alphabetic);
+}
+
+void CShelfwiseDoc::ReplaceWorkingCopy(const QString& source)
+{
+    // The connection lets go of the old copy first, and the old copy goes, so a copy
+    // that fails can never leave the previous catalogue standing in for the new one.
+    Guard([&] { m_db.Close(); });
+    QFile::remove(m_workingCopyPath);
+    FileCopy::CopyOver(source, m_workingCopyPath);
+}
+
+bool CShelfwiseDoc::OnNewDocument()
+{
+    ReplaceWorkingCopy(m_templatePath);
+    m_cataloguePath.clear();
+    const bool opened = Guard([&] {
+        ApplySortOrder();
+        m_db.Open(m_workingCopyPath, true);
+    });
+    if (!opened || !CheckDatabaseVersion())
+        return false;
+    m_fallbackCategoryId = CategoryIds::General;
+    emit cataloguePathChanged(m_cataloguePath);
+    ReloadStorages();
+    SelectedId = -1;
+    SelectedIsStorage = false;
+    m_bChanged = false;
+    m_loaded = true;
+    return true;
+}
+
+bool CShelfwiseDoc::OnOpenDocument(const QString& path)
+{
+    m_bChanged = false;
+    m_cataloguePath = path;
+    ReplaceWorkingCopy(path);
+    // A file that is no catalogue is reported, but the program stays open with what
+    // it had, so the error of the first read is not allowed to close the window.
+    const bool opened = Guard([&] {
+        ApplySortOrder();
+        try {
+            m_db.Open(m_workingCopyPath, false);
+        } catch (const CSqliteWrapperError& error) {
+            throw CSqliteWrapperError(error.what(), error.GetCode(), error.GetFile(),
+                                      error.GetLine(), false);
+        }
+    });
+    if (!opened || !CheckDatabaseVersion())
+        return false;
+    m_fallbackCategoryId = CategoryIds::General;
+    emit cataloguePathChanged(m_cataloguePath);
+    ReloadStorages();
+    SelectedId = -1;
+    SelectedIsStorage = false;
+    m_loaded = true;
+    return true;
+}
+
+bool CShelfwiseDoc::OnSaveDocument(const QString& path)
+{
+    // Pending statements are part of the saved state only once committed.
+    m_lastSaveReachedFile = FileCopy::CopyOver(m_workingCopyPath, path);
+    if (path == m_cataloguePath) {
+        if (m_lastSaveReachedFile)
+            m_bChanged = false;
+        return true;
+    }
+    if (m_lastSaveReachedFile)
+        OnOpenDocument(path);
+    return true;
+}
+
+bool CShelfwiseDoc::FileSave()
+{
+    QString path = m_cataloguePath;
+    if (path.isEmpty()) {
+        path = UserPrompter::Current().AskSaveFileName();
+        if (path.isEmpty())
+            return false;
+    }
+    OnSaveDocument(path);
+    return m_lastSaveReachedFile;
+}
+
+void CShelfwiseDoc::ReloadStorages()
+{
+    Guard([&] { m_db.GetStorages(m_storages); });
+}
+
+void CShelfwiseDoc::SetSelection(int id, bool isStorage, QObject* sender)
+{
+    SelectedId = id;
+    SelectedIsStorage = isStorage;
+    emit viewsNeedUpdate(sender);
+}
+
+void CShelfwiseDoc::MarkChanged()
+{
+    m_bChanged = true;
+    if (Settings::Instance().AutosaveAfterUpdate)
+        FileSave();
+}
+
+void CShelfwiseDoc::FinishUpdate()
+{
+    Guard([&] {
+        if (m_db.InTransaction())
+            m_db.Execute(QStringLiteral("COMMIT TRANSACTION"));
+    });
+    emit viewsNeedUpdate(nullptr);
+    MarkChanged();
+}
+
+bool CShelfwiseDoc::CompressDatabase()
+{
+    if (!Guard([&] { m_db.Execute(QStringLiteral("VACUUM")); }))
+        return false;
+    MarkChanged();
+    return true;
+}
+
+bool CShelfwiseDoc::ExecuteEdit(const QString& sql)
+{
+    return Guard([&] { m_db.Execute(sql); });
+}
+
+int CShelfwiseDoc::AddStorage(const QString& name, const QString& notes)
+{
+    int id = 0;
+    if (!Guard([&] { id = m_db.AddStorage(name, notes); }))
+        return 0;
+    ReloadStorages();
+    MarkChanged();
+    return id;
+}
+
+bool CShelfwiseDoc::RenameStorage(int storageId, const QString& name)
+{
+    if (!ExecuteEdit(Format("UPDATE Storages SET StorageName = %s WHERE StorageID = %d",
+                            {QuoteSqlString(name), storageId})))
+        return false;
+    ReloadStorages();
+    MarkChanged();
+    emit storageRenamed(storageId);
+    return true;
+}
+
+bool CShelfwiseDoc::UpdateStorageNotes(int storageId, const QString& notes)
+{
+    const StorageRecord* storage = nullptr;
+    for (const StorageRecord& record : m_storages) {
+        if (record.StorageID == storageId)
+            storage = &record;
+    }
+    if (!storage)
+        return false;
+    const QString name = storage->StorageName;
+    if (!Guard([&] { m_db.UpdateStorage(storageId, name, notes); }))
+        return false;
+    ReloadStorages();
+    MarkChanged();
+    return true;
+}
+
+bool CShelfwiseDoc::RenameUnit(int unitId, const QString& name, QObject* sender)
+{
+    if (!ExecuteEdit(Format("UPDATE Units SET UnitName = %s WHERE UnitID = %d",
+                            {QuoteSqlString(name), unitId})))
+        return false;
+    MarkChanged();
+    emit unitRenamed(unitId, sender);
+    return true;
+}
+
+bool CShelfwiseDoc::SetUnitNotes(int unitId, const QString& notes)
+{
+    if (!Guard([&] { m_db.SetUnitNotes(unitId, notes); }))
+        return false;
+    MarkChanged();
+    return true;
+}
+
+bool CShelfwiseDoc::SetUnitCategory(int unitId, int categoryId)
+{
+    if (!ExecuteEdit(
+            Format("UPDATE Units SET CategoryID = %d WHERE UnitID = %d", {categoryId, unitId})))
+        return false;
+    MarkChanged();
+    emit viewsNeedUpdate(nullptr);
+    return true;
+}
+
+bool CShelfwiseDoc::SetFileExtensionCategory(const QString& fileName, int categoryId)
+{
+    if (!Guard([&] { m_db.SetFileExtensionCategory(fileName, categoryId); }))
+        return false;
+    MarkChanged();
+    emit viewsNeedUpdate(nullptr);
+    return true;
+}
+
+bool CShelfwiseDoc::SetExtensionFilesCategory(const QString& extension, int categoryId)
+{
+    if (!ExecuteEdit(Format("UPDATE Units SET CategoryID = %d WHERE UnitType = '%c' AND UnitName "
+                            "LIKE '%%.%s'",
+                            {categoryId, 'F', extension})))
+        return false;
+    emit viewsNeedUpdate(nullptr);
+    MarkChanged();
+    return true;
+}
+
+bool CShelfwiseDoc::DropExtensionFilesCategory(const QString& extension)
+{
+    if (!ExecuteEdit(Format("UPDATE Units SET CategoryID = 1 WHERE UnitType = 'F' AND UnitName "
+                            "LIKE '%%.%s'",
+                            {extension})))
+        return false;
+    MarkChanged();
+    return true;
+}
+
+bool CShelfwiseDoc::MoveUnitToStorage(int unitId, int storageId)
+{
+    // The unit's row moves, and with it its subtree and its share of the two storages'
+    // counters, so both storages stay consistent with their units.
+    const bool moved = Guard([&] {
+        const UnitListItem unit = m_db.GetUnit(unitId);
+        const int oldStorage = m_db.GetUnitStorageId(unitId);
+        const std::vector<int> descendants = m_db.GetDescendantIds(unitId);
+        qint64 files = 0;
+        qint64 folders = 0;
+        int discs = 0;
+        if (unit.Kind == UnitKind::File) {
+            files = 1;
+        } else {
+            const FolderDetails details = m_db.GetFolderProperties(unitId);
+            files = details.SubfilesNumber;
+            folders = details.SubfoldersNumber;
+            const bool empty = files == 0 && folders == 0 && unit.UnitSize == 0;
+            // An empty disc or folder was never counted in its storage.
+            if (unit.Kind == UnitKind::Disc && !empty)
+                discs = 1;
+            if (unit.Kind == UnitKind::Folder && !empty)
+                folders += 1;
+        }
+        std::vector<QString> statements{
+            Format("UPDATE Units SET StorageID = %d WHERE UnitID = %d", {storageId, unitId})};
+        if (!descendants.empty()) {
+            QStringList ids;
+            for (int id : descendants)
+                ids << QString::number(id);
+            statements.push_back(Format("UPDATE Units SET StorageID = %d WHERE UnitID IN (%s)",
+                                        {storageId, ids.join(QLatin1Char(','))}));
+        }
+        const char* counters = "UPDATE Storages SET FilesNumber = FilesNumber %s %lld, "
+                               "FoldersNumber = FoldersNumber %s %lld, DiscsNumber = "
+                               "DiscsNumber %s %d, StorageSize = StorageSize %s %lld WHERE "
+                               "StorageID = %d";
+        statements.push_back(Format(
+            counters, {"-", files, "-", folders, "-", discs, "-", unit.UnitSize, oldStorage}));
+        statements.push_back(Format(
+            counters, {"+", files, "+", folders, "+", discs, "+", unit.UnitSize, storageId}));
+        m_db.ExecuteInTransaction(statements);
+    });
+    if (!moved)
+        return false;
+    ReloadStorages();
+    MarkChanged();
+    emit viewsNeedUpdate(nullptr);
+    return true;
+}
+
+bool CShelfwiseDoc::IsTopLevelUnit(int unitId)
+{
+    bool topLevel = false;
+    Guard([&] { topLevel = m_db.GetAncestorIds(unitId).empty(); });
+    return topLevel;
+}
+
+bool CShelfwiseDoc::DeleteItem(QObject* sender, const QString& name, int id, bool isStorage)
+{
+    const QString question = Format(Strings::LoadString(Strings::IDS_DELETE_QUESTION), {name});
+    if (!UserPrompter::Current().AskYesNo(question, UserPrompter::Icon::Question))
+        return false;
+    const bool deleted = Guard([&] {
+        if (isStorage) {
+            m_db.Execute(QStringLiteral("BEGIN TRANSACTION"));
+            m_db.DeleteStorage(id);
+            m_db.Execute(QStringLiteral("COMMIT TRANSACTION"));
+        } else {
+            m_db.DeleteUnit(id);
+        }
+    });
+    if (!deleted)
+        return false;
+    if (isStorage)
+        ReloadStorages();
+    if ((SelectedId == id && SelectedIsStorage == isStorage))
+        SelectedId = -1;
+    emit viewsNeedUpdate(sender);
+    MarkChanged();
+    return true;
+}
+
+std::vector<UnitListItem> CShelfwiseDoc::GetSelectionChildren()
+{
+    std::vector<UnitListItem> items;
+    if (SelectedId != -1)
+        Guard([&] { m_db.GetSubunits(items, SelectedId, SelectedIsStorage); });
+    return items;
+}

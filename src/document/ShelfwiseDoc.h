@@ -1,0 +1,132 @@
+#pragma once
+
+#include "sqlitewrapper/SqliteWrapper.h"
+
+#include <QObject>
+#include <QString>
+
+#include <vector>
+
+// The one open catalogue. All SQL runs against a private working copy in the settings
+// folder; Save copies the working copy back over the user's file, so closing without
+// saving discards every change. Also carries the catalogue-wide edit operations and
+// the common end of every update (commit, refresh, autosave).
+//
+// Every database error is caught here and reported through the ErrorLog.
+class CShelfwiseDoc final : public QObject
+{
+    Q_OBJECT
+
+public:
+    // With uniqueWorkingCopy the working copy's name carries the process id as well as
+    // the seconds, so processes started in the same second never share it.
+    explicit CShelfwiseDoc(bool uniqueWorkingCopy = false, QObject* parent = nullptr);
+    ~CShelfwiseDoc() override;
+    CShelfwiseDoc(const CShelfwiseDoc&) = delete;
+    CShelfwiseDoc& operator=(const CShelfwiseDoc&) = delete;
+
+    // New, Open, Save (Save and Save As). Save returns true whatever the copy did,
+    // as the window expects; LastSaveReachedFile() tells whether the file was written.
+    bool OnNewDocument();
+    bool OnOpenDocument(const QString& path);
+    bool OnSaveDocument(const QString& path);
+    bool LastSaveReachedFile() const { return m_lastSaveReachedFile; }
+    // File Save: asks for a name when the catalogue has no file yet. False on Cancel
+    // or when the file could not be written.
+    bool FileSave();
+    bool IsModified() const { return m_bChanged; }
+    void SetModified(bool changed) { m_bChanged = changed; }
+    bool IsLoaded() const { return m_loaded; }
+
+    const QString& WorkingCopyPath() const { return m_workingCopyPath; }
+    const QString& TemplatePath() const { return m_templatePath; }
+    const QString& CataloguePath() const { return m_cataloguePath; }
+    CSqliteWrapper& Database() { return m_db; }
+
+    // Storages cache, reloaded after each New and Open and after storage edits.
+    const std::vector<StorageRecord>& Storages() const { return m_storages; }
+    void ReloadStorages();
+    int FallbackCategoryId() const { return m_fallbackCategoryId; }
+
+    // The selection of the views: a StorageID or a UnitID, -1 for none.
+    int SelectedId = -1;
+    bool SelectedIsStorage = false;
+    void SetSelection(int id, bool isStorage, QObject* sender);
+
+    // Version check and upgrade of the working copy; false when the catalogue may not
+    // be used.
+    bool CheckDatabaseVersion();
+    void UpgradeDatabase(quint32 catalogueVersion);
+
+    // The common end of a multi-statement update.
+    void FinishUpdate();
+    // VACUUM after the caller asked the user.
+    bool CompressDatabase();
+
+    // Edits. Each returns false when the statement failed (the error is reported).
+    int AddStorage(const QString& name, const QString& notes);
+    bool RenameStorage(int storageId, const QString& name);
+    bool UpdateStorageNotes(int storageId, const QString& notes);
+    bool RenameUnit(int unitId, const QString& name, QObject* sender);
+    bool SetUnitNotes(int unitId, const QString& notes);
+    bool SetUnitCategory(int unitId, int categoryId);
+    // Every file with the given file's extension, and the extension map with it.
+    bool SetFileExtensionCategory(const QString& fileName, int categoryId);
+    bool SetExtensionFilesCategory(const QString& extension, int categoryId);
+    bool DropExtensionFilesCategory(const QString& extension);
+    bool MoveUnitToStorage(int unitId, int storageId);
+
+    // Categories and the extension map, as the categories page edits them. Each shows
+    // its own message when refused (extension already mapped, category name taken).
+    int AddCategory(const QString& name);
+    bool DeleteCategory(int categoryId);
+    bool MapExtension(const QString& extension, int categoryId);
+    bool UnmapExtension(const QString& extension);
+    bool IsTopLevelUnit(int unitId);
+    // Asks "Would you really like to delete ...?" and deletes a storage or a unit;
+    // true when it was deleted.
+    bool DeleteItem(QObject* sender, const QString& name, int id, bool isStorage);
+    // The children shown for the selection.
+    std::vector<UnitListItem> GetSelectionChildren();
+
+    // Runs an operation on the catalogue, reporting a database error (and rolling back
+    // an open transaction); false when it failed.
+    template <typename F> bool Guard(F&& operation);
+
+signals:
+    void viewsNeedUpdate(QObject* sender);
+    void storageRenamed(int storageId);
+    void unitRenamed(int unitId, QObject* sender);
+    void cataloguePathChanged(const QString& path);
+    // The newer-catalogue dialog chose another catalogue to open.
+    void openDocumentRequested(const QString& path);
+
+private:
+    void ReportDatabaseError(const CSqliteWrapperError& error);
+    void ReplaceWorkingCopy(const QString& source);
+    // Marks the document changed and saves at once when AutosaveAfterUpdate is set.
+    void MarkChanged();
+    bool ExecuteEdit(const QString& sql);
+    void ApplySortOrder();
+
+    QString m_workingCopyPath;
+    QString m_templatePath;
+    QString m_cataloguePath;
+    bool m_bChanged = false;
+    bool m_loaded = false;
+    bool m_lastSaveReachedFile = true;
+    CSqliteWrapper m_db;
+    std::vector<StorageRecord> m_storages;
+    int m_fallbackCategoryId = 1;
+};
+
+template <typename F> bool CShelfwiseDoc::Guard(F&& operation)
+{
+    try {
+        operation();
+        return true;
+    } catch (const CSqliteWrapperError& error) {
+        ReportDatabaseError(error);
+        return false;
+    }
+}

@@ -1,0 +1,168 @@
+#include "FakePrompter.h"
+#include "TestCatalogue.h"
+
+#include "document/ShelfwiseDoc.h"
+#include "settings/Settings.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+int StorageCount(const QString& catalogue)
+{
+    CSqliteWrapper db;
+    db.Open(catalogue, false);
+    std::vector<StorageListItem> items;
+    db.GetStorageList(items);
+    return static_cast<int>(items.size());
+}
+
+// Restores the autosave setting that a test changes.
+struct AutosaveScope
+{
+    explicit AutosaveScope(bool on) { Settings::Instance().AutosaveAfterUpdate = on; }
+    ~AutosaveScope() { Settings::Instance().AutosaveAfterUpdate = false; }
+};
+
+} // namespace
+
+TEST(ShelfwiseDoc, WorkingCopyLifeCycle)
+{
+    FakePrompter prompter;
+    QTemporaryDir dir;
+    const QString first = dir.filePath(QStringLiteral("first.db3"));
+    const QString second = dir.filePath(QStringLiteral("second.db3"));
+    QString workingCopy;
+    {
+        CShelfwiseDoc doc;
+        workingCopy = doc.WorkingCopyPath();
+        EXPECT_TRUE(workingCopy.startsWith(SettingsFolder()));
+        ASSERT_TRUE(doc.OnNewDocument());
+        EXPECT_TRUE(QFileInfo::exists(workingCopy));
+        EXPECT_TRUE(doc.CataloguePath().isEmpty());
+        EXPECT_FALSE(doc.IsModified());
+
+        EXPECT_NE(doc.AddStorage(QStringLiteral("Shelf"), QString()), 0);
+        EXPECT_TRUE(doc.IsModified());
+        // The first save of a new catalogue asks for a name and re-opens from it.
+        prompter.QueuePath(first);
+        EXPECT_TRUE(doc.FileSave());
+        EXPECT_EQ(doc.CataloguePath(), first);
+        EXPECT_FALSE(doc.IsModified());
+        EXPECT_EQ(StorageCount(first), 1);
+
+        // Changes stay in the working copy until saved.
+        doc.AddStorage(QStringLiteral("Box"), QString());
+        EXPECT_EQ(StorageCount(first), 1);
+        EXPECT_TRUE(doc.OnSaveDocument(first));
+        EXPECT_EQ(StorageCount(first), 2);
+        EXPECT_FALSE(doc.IsModified());
+
+        // Save As to another file switches to it.
+        doc.RenameStorage(doc.Storages().front().StorageID, QStringLiteral("Attic"));
+        EXPECT_TRUE(doc.OnSaveDocument(second));
+        EXPECT_EQ(doc.CataloguePath(), second);
+        EXPECT_EQ(doc.Storages().front().StorageName, QStringLiteral("Attic"));
+
+        // Opening without saving discards the changes; the working copy name stays.
+        doc.AddStorage(QStringLiteral("Unsaved"), QString());
+        ASSERT_TRUE(doc.OnOpenDocument(first));
+        EXPECT_EQ(doc.Storages().size(), 2u);
+        EXPECT_EQ(doc.WorkingCopyPath(), workingCopy);
+    }
+    EXPECT_FALSE(QFileInfo::exists(workingCopy));
+    EXPECT_TRUE(prompter.Messages().empty());
+}
+
+TEST(ShelfwiseDoc, AutosaveAfterUpdateWritesEveryEdit)
+{
+    FakePrompter prompter;
+    AutosaveScope autosave(true);
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("auto.db3"));
+    CShelfwiseDoc doc;
+    ASSERT_TRUE(doc.OnNewDocument());
+    prompter.QueuePath(path);
+    const int id = doc.AddStorage(QStringLiteral("Shelf"), QString());
+    EXPECT_FALSE(doc.IsModified());
+    EXPECT_EQ(StorageCount(path), 1);
+    EXPECT_TRUE(doc.RenameStorage(id, QStringLiteral("Shelf 2")));
+    EXPECT_FALSE(doc.IsModified());
+    CSqliteWrapper db;
+    db.Open(path, false);
+    EXPECT_EQ(db.GetStorage(id).StorageName, QStringLiteral("Shelf 2"));
+    EXPECT_EQ(prompter.PathRequests().size(), 1u);
+}
+
+TEST(ShelfwiseDoc, FailuresAreReportedAndLoseNothing)
+{
+    FakePrompter prompter;
+    QTemporaryDir dir;
+    const QString text = dir.filePath(QStringLiteral("notes.db3"));
+    QFile file(text);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("these are my notes, not a catalogue\n");
+    file.close();
+
+    CShelfwiseDoc doc;
+    EXPECT_FALSE(doc.OnOpenDocument(text));
+    EXPECT_EQ(prompter.LastMessage(), QStringLiteral("Database file can't be opened."));
+    QFile log(SettingsFolder() + QStringLiteral("log.txt"));
+    ASSERT_TRUE(log.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(log.readAll().contains("is not a database"));
+
+    // A save that cannot reach its file keeps the document changed and the old file.
+    const QString good = dir.filePath(QStringLiteral("good.db3"));
+    ASSERT_TRUE(doc.OnNewDocument());
+    doc.AddStorage(QStringLiteral("Shelf"), QString());
+    ASSERT_TRUE(doc.OnSaveDocument(good));
+    doc.AddStorage(QStringLiteral("Box"), QString());
+    const QString unreachable = text + QStringLiteral("/inside.db3"); // parent is a file
+    EXPECT_TRUE(doc.OnSaveDocument(unreachable));
+    EXPECT_FALSE(doc.LastSaveReachedFile());
+    EXPECT_EQ(doc.CataloguePath(), good);
+    EXPECT_TRUE(doc.IsModified());
+    EXPECT_EQ(StorageCount(good), 1);
+
+    // A failing statement leaves the document as it was.
+    doc.SetModified(false);
+    doc.Database().Execute(QStringLiteral("DROP TABLE Units"));
+    EXPECT_FALSE(doc.RenameUnit(1, QStringLiteral("x"), nullptr));
+    EXPECT_EQ(prompter.LastMessage(), QStringLiteral("no such table: Units"));
+    EXPECT_EQ(prompter.CloseCount(), 1); // statement errors ask to close the window
+}
+
+TEST(ShelfwiseDoc, DeleteAsksFirstAndCategoryEditsRefuseDuplicates)
+{
+    FakePrompter prompter;
+    CShelfwiseDoc doc;
+    ASSERT_TRUE(doc.OnNewDocument());
+    const int box = doc.AddStorage(QStringLiteral("Box"), QString());
+    doc.SetModified(false);
+
+    prompter.QueueYesNo(false);
+    EXPECT_FALSE(doc.DeleteItem(nullptr, QStringLiteral("Box"), box, true));
+    ASSERT_EQ(prompter.Questions().size(), 1u);
+    EXPECT_EQ(prompter.Questions()[0].Text,
+              QStringLiteral("Would you really like to delete Box ?"));
+    EXPECT_EQ(doc.Storages().size(), 1u);
+    EXPECT_FALSE(doc.IsModified());
+    prompter.QueueYesNo(true);
+    EXPECT_TRUE(doc.DeleteItem(nullptr, QStringLiteral("Box"), box, true));
+    EXPECT_TRUE(doc.Storages().empty());
+    EXPECT_TRUE(doc.IsModified());
+
+    EXPECT_FALSE(doc.MapExtension(QStringLiteral("MP3"), 4));
+    EXPECT_EQ(prompter.LastMessage(),
+              QStringLiteral("Extension mp3 is already associated with category Music"));
+    EXPECT_EQ(doc.AddCategory(QStringLiteral("Film")), 0);
+    EXPECT_EQ(prompter.LastMessage(), QStringLiteral("Category Film already exists"));
+    const int books = doc.AddCategory(QStringLiteral("Books"));
+    ASSERT_NE(books, 0);
+    EXPECT_TRUE(doc.MapExtension(QStringLiteral("EPUB"), books));
+    EXPECT_EQ(doc.Database().FileExtensions().at(QStringLiteral("epub")), books);
+}
