@@ -101,6 +101,16 @@ const Entry kEntries[] = {
     // HTML report and other long operations
     {IDS_OPERATION_FAILED, QT_TRANSLATE_NOOP("Strings", "Operation has been failed")},
     {IDS_OPERATION_CANCELLED, QT_TRANSLATE_NOOP("Strings", "Operation has been cancelled")},
+    {IDS_DISC_ABSENT, QT_TRANSLATE_NOOP("Strings", "Disc is absent or invalid")},
+    {IDS_ENTER_DISC_NAME, QT_TRANSLATE_NOOP("Strings", "Enter name of disc first")},
+    {IDS_SELECT_PATH_FIRST, QT_TRANSLATE_NOOP("Strings", "Select path first")},
+    {IDS_PATH_DOES_NOT_EXIST, QT_TRANSLATE_NOOP("Strings", "Entered path doesn't exist.")},
+    {IDS_ADD_FILE_FAILED, QT_TRANSLATE_NOOP("Strings", "Add file operation has been failed")},
+    {IDS_DUPLICATE_DISC,
+     QT_TRANSLATE_NOOP("Strings", "Disc probably already exists in the collection:")},
+    {IDS_FILE_SYSTEM_ERRORS,
+     QT_TRANSLATE_NOOP("Strings", "Some errors have occured during selected path processing. Here "
+                                  "is the list of problems:")},
     {IDS_ALL, QT_TRANSLATE_NOOP("Strings", "All")},
     {IDS_KIND_STORAGE, QT_TRANSLATE_NOOP("Strings", "Storage")},
     {IDS_KIND_DISC, QT_TRANSLATE_NOOP("Strings", "Disc")},

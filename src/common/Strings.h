@@ -82,6 +82,15 @@ enum Id : int {
     IDS_REPORT_COLUMN_ADDED = 214,
     IDS_REPORT_TITLE = 215,
     IDS_REPORT_FOOTER = 216,
+
+    // Adding discs, folders and files (these texts had no number of their own)
+    IDS_DISC_ABSENT = 301,
+    IDS_ENTER_DISC_NAME = 302,
+    IDS_SELECT_PATH_FIRST = 303,
+    IDS_PATH_DOES_NOT_EXIST = 304,
+    IDS_ADD_FILE_FAILED = 305,
+    IDS_DUPLICATE_DISC = 306,
+    IDS_FILE_SYSTEM_ERRORS = 307,
 };
 
 // The text of a string id, translated; empty for an unknown id.

@@ -175,6 +175,7 @@ void CShelfwiseDoc::FinishUpdate()
         if (m_db.InTransaction())
             m_db.Execute(QStringLiteral("COMMIT TRANSACTION"));
     });
+    ReloadStorages();
     emit viewsNeedUpdate(nullptr);
     MarkChanged();
 }

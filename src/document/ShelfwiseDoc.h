@@ -5,7 +5,11 @@
 #include <QObject>
 #include <QString>
 
+#include <memory>
 #include <vector>
+
+class CImporter;
+class SubunitsSearcher;
 
 // The one open catalogue. All SQL runs against a private working copy in the settings
 // folder; Save copies the working copy back over the user's file, so closing without
@@ -89,6 +93,21 @@ public:
     // The children shown for the selection.
     std::vector<UnitListItem> GetSelectionChildren();
 
+    // Adding a disc, folder or file: opens the transaction and inserts the top unit;
+    // a disc starts the scanner and the importer, a folder (already walked by the
+    // scanner in size-counting mode) the importer. A single file is written at once.
+    // False when a single file could not be read or the catalogue refused the top
+    // unit (both reported); no worker runs then.
+    bool AddLocation(QObject* notify, bool isDisc, const QString& name, const QString& path,
+                     const QString& notes, int storageId, bool categorise, int fixedCategory,
+                     quint64 totalSize, const QString& discLabel, quint32 discSerial,
+                     qint64 discSize);
+    void RollbackAdd();
+    SubunitsSearcher& Searcher();
+    CImporter& Importer();
+    int LastAddedStorageId() const { return m_lastAddedStorageId; }
+    int LastAddedUnitId() const { return m_lastAddedUnitId; }
+
     // Runs an operation on the catalogue, reporting a database error (and rolling back
     // an open transaction); false when it failed.
     template <typename F> bool Guard(F&& operation);
@@ -104,6 +123,8 @@ signals:
 private:
     void ReportDatabaseError(const CSqliteWrapperError& error);
     void ReplaceWorkingCopy(const QString& source);
+    // Cancels and joins the scanner and the importer; they use the connection.
+    void StopWorkers();
     // Marks the document changed and saves at once when AutosaveAfterUpdate is set.
     void MarkChanged();
     bool ExecuteEdit(const QString& sql);
@@ -118,6 +139,10 @@ private:
     CSqliteWrapper m_db;
     std::vector<StorageRecord> m_storages;
     int m_fallbackCategoryId = 1;
+    int m_lastAddedStorageId = 0;
+    int m_lastAddedUnitId = 0;
+    std::shared_ptr<SubunitsSearcher> m_searcher;
+    std::shared_ptr<CImporter> m_importer;
 };
 
 template <typename F> bool CShelfwiseDoc::Guard(F&& operation)

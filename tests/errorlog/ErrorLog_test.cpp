@@ -35,13 +35,14 @@ protected:
     {
         ASSERT_TRUE(m_dir.isValid());
         m_logPath = m_dir.filePath(QStringLiteral("log.txt"));
+        m_previousLogPath = ErrorLog::Instance().LogPath();
         ErrorLog::Instance().SetLogPath(m_logPath);
         ErrorLog::Instance().ClearFileSystemErrors();
     }
 
     void TearDown() override
     {
-        ErrorLog::Instance().SetLogPath(QString());
+        ErrorLog::Instance().SetLogPath(m_previousLogPath);
         ErrorLog::Instance().ClearFileSystemErrors();
     }
 
@@ -71,6 +72,7 @@ protected:
 
     QTemporaryDir m_dir;
     QString m_logPath;
+    QString m_previousLogPath;
 };
 
 QByteArray CtimeText(std::time_t when)

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <QObject>
+#include <QString>
+
+#include <vector>
+
+class CShelfwiseDoc;
+class DriveSystem;
+
+// The work behind the add-location dialog, without its widgets: the checks of what is
+// to be added, the duplicate-disc look-up, and the run of the scanner and the importer
+// to one end (committed, or rolled back on failure and cancel), with the tray locked
+// during a disc's scan and ejected afterwards when asked. The window's dialog and the
+// command line both drive it and react to its signals.
+class CAddLocationJob final : public QObject
+{
+    Q_OBJECT
+
+public:
+    enum class Mode { Disc = 1, Folder = 2, File = 3 };
+    enum class Outcome { Succeeded = 0, Failed = 1, Cancelled = 2 };
+
+    struct Request
+    {
+        Mode mode = Mode::Folder;
+        QString path; // the folder or file, or the disc's drive path
+        QString name;
+        QString notes;
+        int storageId = 0;
+        bool categorise = true; // by extension; otherwise every unit gets fixedCategory
+        int fixedCategory = 1;
+        // Disc only.
+        QString discLabel;
+        quint32 discSerial = 0;
+        qint64 discSize = 0;
+        bool autoEject = false;
+    };
+
+    explicit CAddLocationJob(CShelfwiseDoc& doc, QObject* parent = nullptr);
+    ~CAddLocationJob() override;
+
+    // The drive system that locks, unlocks and ejects a disc's tray.
+    void SetDriveSystem(DriveSystem* drives) { m_drives = drives; }
+
+    // A unit's name for a folder or file path: the part behind the last separator,
+    // a trailing separator dropped first.
+    static QString NameFromPath(const QString& path);
+    // The message that refuses a folder or file path, or empty when it may be added.
+    static QString CheckPath(const QString& path);
+    // Discs already in the catalogue that match, by the duplicate settings.
+    std::vector<int> FindDuplicateDiscs(const QString& label, quint32 serial, qint64 size);
+
+    // Starts the addition; false when nothing was started (a single file that could
+    // not be read, or a catalogue error; both reported). A single file ends at once
+    // and emits finished before Start returns.
+    bool Start(const Request& request);
+    // Asks the workers to stop; the job ends with Cancelled.
+    void Cancel();
+    bool IsBusy() const { return m_counting || m_adding; }
+
+signals:
+    void progress(int percent);
+    // After the catalogue was committed or rolled back and the tray released.
+    void finished(CAddLocationJob::Outcome outcome);
+
+protected:
+    void customEvent(QEvent* event) override;
+
+private:
+    void StartImport(quint64 totalSize);
+    void End(Outcome outcome);
+    void StopWorkers();
+
+    CShelfwiseDoc& m_doc;
+    DriveSystem* m_drives = nullptr;
+    Request m_request;
+    bool m_counting = false;
+    bool m_adding = false;
+    bool m_lockedDrive = false;
+};

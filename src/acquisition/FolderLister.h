@@ -1,0 +1,48 @@
+#pragma once
+
+#include "acquisition/SubunitInfo.h"
+
+#include <QString>
+#include <QtGlobal>
+
+#include <functional>
+#include <memory>
+
+// Where a folder lies on its file system (device and inode on POSIX systems, volume
+// serial number and file index on Windows). Two paths to the same folder, through a
+// link or a junction, give the same identity.
+struct FolderIdentity
+{
+    quint64 Device = 0;
+    quint64 Inode = 0;
+    bool Known = false; // false when the file system could not say
+};
+
+// Lists one folder at a time for the scanner. The platform's lister reads the disc;
+// tests put a fake in its place for what a real disc cannot easily produce.
+class FolderLister
+{
+public:
+    /// Told the identity of the folder just opened; returns false to skip its entries
+    /// (a folder already listed in this walk).
+    using OpenedCallback = std::function<bool(const FolderIdentity& identity)>;
+    /// Given one entry; returns false to stop the listing at once (a cancel request).
+    using EntryCallback = std::function<bool(const FindData& entry)>;
+
+    virtual ~FolderLister() = default;
+
+    /// Lists the folder at path. Once it is open, calls opened with its identity; when
+    /// that returns true, calls entry for every entry other than "." and ".." in the
+    /// order the file system delivers them, until entry returns false. Links and
+    /// junctions are followed: an entry describes what it points to. A folder has the
+    /// FindData::kDirectory attribute and size 0.
+    /// Returns 0 when the folder was listed to its end or a callback stopped it;
+    /// otherwise the system's error code (errno; GetLastError on Windows): either the
+    /// folder could not be opened and neither callback was called, or reading broke
+    /// off after the entries already given.
+    virtual int List(const QString& path, const OpenedCallback& opened,
+                     const EntryCallback& entry) = 0;
+
+    /// The lister that reads this platform's file systems.
+    static std::unique_ptr<FolderLister> CreatePlatformLister();
+};

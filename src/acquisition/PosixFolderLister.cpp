@@ -1,0 +1,167 @@
+#include "acquisition/PosixFolderLister.h"
+
+#include <QDir>
+#include <QFile>
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/types.h>
+#include <dirent.h>
+#include <unistd.h>
+
+namespace {
+
+struct DirCloser
+{
+    void operator()(DIR* dir) const { ::closedir(dir); }
+};
+
+// What one stat call tells of an entry.
+struct EntryFacts
+{
+    bool Directory = false;
+    quint64 Size = 0;
+    qint64 Created = FindData::kNoTime;
+    qint64 Accessed = FindData::kNoTime;
+    qint64 Written = FindData::kNoTime;
+};
+
+qint64 Milliseconds(qint64 seconds, qint64 nanoseconds)
+{
+    // Nanoseconds are never negative, so times before 1970 come out right too.
+    return seconds * 1000 + nanoseconds / 1000000;
+}
+
+// The facts of name inside the open folder dirFd: 0, or the errno of the failure.
+int StatEntry(int dirFd, const char* name, bool followLinks, EntryFacts* facts)
+{
+#ifdef STATX_BTIME
+    struct statx extended = {};
+    const int flags = AT_NO_AUTOMOUNT | (followLinks ? 0 : AT_SYMLINK_NOFOLLOW);
+    if (::statx(dirFd, name, flags, STATX_BASIC_STATS | STATX_BTIME, &extended) == 0) {
+        facts->Directory = S_ISDIR(extended.stx_mode);
+        facts->Size = extended.stx_size;
+        if ((extended.stx_mask & STATX_BTIME) != 0)
+            facts->Created = Milliseconds(extended.stx_btime.tv_sec, extended.stx_btime.tv_nsec);
+        facts->Accessed = Milliseconds(extended.stx_atime.tv_sec, extended.stx_atime.tv_nsec);
+        facts->Written = Milliseconds(extended.stx_mtime.tv_sec, extended.stx_mtime.tv_nsec);
+        return 0;
+    }
+    // A kernel older than statx, or a sandbox that refuses it: fall back to fstatat.
+    if (errno != ENOSYS && errno != EPERM)
+        return errno;
+#endif
+    struct stat plain = {};
+    if (::fstatat(dirFd, name, &plain, followLinks ? 0 : AT_SYMLINK_NOFOLLOW) != 0)
+        return errno;
+    facts->Directory = S_ISDIR(plain.st_mode);
+    facts->Size = static_cast<quint64>(plain.st_size);
+#ifdef __APPLE__
+    facts->Created = Milliseconds(plain.st_birthtimespec.tv_sec, plain.st_birthtimespec.tv_nsec);
+    facts->Accessed = Milliseconds(plain.st_atimespec.tv_sec, plain.st_atimespec.tv_nsec);
+    facts->Written = Milliseconds(plain.st_mtimespec.tv_sec, plain.st_mtimespec.tv_nsec);
+#else
+    facts->Accessed = Milliseconds(plain.st_atim.tv_sec, plain.st_atim.tv_nsec);
+    facts->Written = Milliseconds(plain.st_mtim.tv_sec, plain.st_mtim.tv_nsec);
+#endif
+    return 0;
+}
+
+bool IsDotOrDotDot(const char* name)
+{
+    return name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'));
+}
+
+// The same join as SubunitInfo::Path(), so the scanner asks for exactly this text.
+QString JoinPath(const QString& folder, const QString& name)
+{
+    const QChar separator = QDir::separator();
+    return folder.endsWith(separator) ? folder + name : folder + separator + name;
+}
+
+QByteArray JoinNativePath(const QByteArray& folder, const QByteArray& name)
+{
+    return folder.endsWith('/') ? folder + name : folder + '/' + name;
+}
+
+} // namespace
+
+std::unique_ptr<FolderLister> FolderLister::CreatePlatformLister()
+{
+    return std::make_unique<PosixFolderLister>();
+}
+
+QByteArray PosixFolderLister::NativePath(const QString& path, bool* exact) const
+{
+    const auto remembered = m_nativePaths.constFind(path);
+    *exact = remembered == m_nativePaths.cend();
+    return *exact ? QFile::encodeName(path) : *remembered;
+}
+
+int PosixFolderLister::List(const QString& path, const OpenedCallback& opened,
+                            const EntryCallback& entry)
+{
+    bool exact = true;
+    const QByteArray nativePath = NativePath(path, &exact);
+    const int fd = ::open(nativePath.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0)
+        return errno;
+    std::unique_ptr<DIR, DirCloser> dir(::fdopendir(fd));
+    if (!dir) {
+        const int error = errno;
+        ::close(fd);
+        return error;
+    }
+
+    FolderIdentity identity;
+    struct stat folderStat = {};
+    if (::fstat(fd, &folderStat) == 0) {
+        identity.Device = static_cast<quint64>(folderStat.st_dev);
+        identity.Inode = static_cast<quint64>(folderStat.st_ino);
+        identity.Known = true;
+    }
+    if (!opened(identity))
+        return 0;
+
+    for (;;) {
+        // readdir tells the end from a failure only through errno; the callbacks may
+        // have changed it since the last call.
+        errno = 0;
+        const dirent* found = ::readdir(dir.get());
+        if (!found)
+            return errno;
+        if (IsDotOrDotDot(found->d_name))
+            continue;
+
+        EntryFacts facts;
+        int error = StatEntry(fd, found->d_name, true, &facts);
+        if (error != 0)
+            error = StatEntry(fd, found->d_name, false, &facts);
+        if (error == ENOENT)
+            continue;
+
+        FindData data;
+        data.FileName = QFile::decodeName(found->d_name);
+        if (error == 0) {
+            data.Attributes = facts.Directory ? FindData::kDirectory : 0;
+            data.CreationTime = facts.Created;
+            data.LastAccessTime = facts.Accessed;
+            data.LastWriteTime = facts.Written;
+            data.Size = facts.Directory ? 0 : facts.Size;
+        } else {
+#if defined(_DIRENT_HAVE_D_TYPE) || defined(__APPLE__)
+            data.Attributes = found->d_type == DT_DIR ? FindData::kDirectory : 0;
+#endif
+        }
+
+        if (data.IsDirectory()) {
+            const QByteArray name(found->d_name);
+            if (!exact || QFile::encodeName(data.FileName) != name)
+                m_nativePaths.insert(JoinPath(path, data.FileName),
+                                     JoinNativePath(nativePath, name));
+        }
+        if (!entry(data))
+            return 0;
+    }
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QString>
+#include <QtGlobal>
+
+#include <limits>
+#include <memory>
+
+// What a folder listing tells of one entry: a compact stand-in for the system's find
+// data. Times are milliseconds since 1970-01-01 UTC; kNoTime when the file system does
+// not have the time (a creation time on many Linux file systems).
+struct FindData
+{
+    static constexpr quint32 kDirectory = 0x10;
+    static constexpr qint64 kNoTime = std::numeric_limits<qint64>::min();
+
+    quint32 Attributes = 0;
+    qint64 CreationTime = kNoTime;
+    qint64 LastAccessTime = kNoTime;
+    qint64 LastWriteTime = kNoTime;
+    quint64 Size = 0;
+    QString FileName;
+
+    bool IsDirectory() const { return (Attributes & kDirectory) != 0; }
+};
+
+// One file or folder found by the scanner, handed to the importer through the
+// SubunitQueue. Never changed after it has been pushed. The folder path is shared by
+// every entry of that folder, so a queue of a whole tree stays small.
+struct SubunitInfo
+{
+    quint32 ID = 0;       // scan-local identity from a process-wide counter (first is 1)
+    quint32 ParentID = 0; // ID of the folder the entry was found in; 0 in the root
+    FindData Data;
+    std::shared_ptr<const QString> FolderPath; // the folder the entry lies in
+    bool IsFile = true;
+
+    // The folder's path, the native separator, the entry's name.
+    QString Path() const;
+};
+
+using SubunitInfoPtr = std::shared_ptr<const SubunitInfo>;

@@ -1,0 +1,141 @@
+// add-folder, add-file, add-disc: the add-location flow of the window, driven from the
+// command line, with a progress line and Ctrl+C.
+#include "acquisition/AddLocationJob.h"
+#include "cli/CliContext.h"
+#include "cli/Interrupt.h"
+#include "cli/Table.h"
+#include "errorlog/ErrorLog.h"
+
+#include <QDir>
+#include <QEventLoop>
+#include <QFileInfo>
+#include <QTimer>
+
+#include <cstdio>
+
+namespace {
+
+const QString kNotes = QStringLiteral("--notes");
+const QString kCategory = QStringLiteral("--category");
+
+void PrintError(const QString& text)
+{
+    const QByteArray bytes = (text + QLatin1Char('\n')).toUtf8();
+    std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stderr);
+}
+
+} // namespace
+
+// Runs an addition to its end; shared with add-disc.
+int RunAddition(CliContext& ctx, CAddLocationJob& job, const CAddLocationJob::Request& request)
+{
+    ProgressLine line(request.mode == CAddLocationJob::Mode::Folder ? "Adding folder"
+                      : request.mode == CAddLocationJob::Mode::Disc ? "Adding disc"
+                                                                    : "Adding file");
+    InterruptGuard interrupt;
+    QEventLoop loop;
+    bool done = false;
+    auto outcome = CAddLocationJob::Outcome::Failed;
+    QObject::connect(&job, &CAddLocationJob::progress, &loop, [&](int percent) { line.Show(percent); });
+    QObject::connect(&job, &CAddLocationJob::finished, &loop,
+                     [&](CAddLocationJob::Outcome result) {
+                         outcome = result;
+                         done = true;
+                         loop.quit();
+                     });
+    QTimer poll;
+    bool cancelled = false;
+    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
+        if (InterruptGuard::Interrupted() && !cancelled) {
+            cancelled = true;
+            job.Cancel();
+        }
+    });
+    poll.start(50);
+    if (!job.Start(request))
+        return ExitStatus::Error;
+    if (!done)
+        loop.exec();
+    line.Done();
+
+    switch (outcome) {
+    case CAddLocationJob::Outcome::Succeeded:
+        for (const FileSystemError& error : ErrorLog::Instance().FileSystemErrors())
+            PrintError(QStringLiteral("%1 - %2").arg(error.Path, error.Message));
+        break;
+    case CAddLocationJob::Outcome::Failed:
+        return ExitStatus::Error;
+    case CAddLocationJob::Outcome::Cancelled:
+        return ExitStatus::Cancelled;
+    }
+    if (!ctx.SaveCatalogue())
+        return ExitStatus::Error;
+    Table table({"id", "name", "storage"});
+    table.AddRow({ctx.Doc().LastAddedUnitId(), request.name, request.storageId});
+    table.Print(ctx.Json);
+    return ExitStatus::Success;
+}
+
+// The options every addition shares: storage, notes, category.
+bool FillRequest(CliContext& ctx, CAddLocationJob::Request& request)
+{
+    if (!ctx.ResolveStorage(ctx.Args.Positionals().at(1), request.storageId))
+        return false;
+    request.notes = ctx.Args.Value(kNotes);
+    if (ctx.Args.Has(kCategory)) {
+        request.categorise = false;
+        if (!ctx.ResolveCategory(ctx.Args.Value(kCategory), request.fixedCategory))
+            return false;
+    }
+    return true;
+}
+
+namespace {
+
+int AddPath(CliContext& ctx, CAddLocationJob::Mode mode)
+{
+    const QString given = ctx.Args.Positionals().at(2);
+    const QString problem = CAddLocationJob::CheckPath(given);
+    if (!problem.isEmpty())
+        return ctx.Fail(problem);
+    const QFileInfo info(given);
+    if (mode == CAddLocationJob::Mode::Folder && !info.isDir())
+        return ctx.Fail(QStringLiteral("\"%1\" is not a folder; add-file adds a single file.").arg(given));
+    if (mode == CAddLocationJob::Mode::File && info.isDir())
+        return ctx.Fail(QStringLiteral("\"%1\" is a folder; add-folder adds a folder.").arg(given));
+
+    if (!ctx.OpenCatalogue(ctx.Args.Positionals().at(0), true))
+        return ExitStatus::Error;
+    CAddLocationJob::Request request;
+    request.mode = mode;
+    request.path = QDir::cleanPath(info.absoluteFilePath());
+    request.name = CAddLocationJob::NameFromPath(request.path);
+    if (!FillRequest(ctx, request))
+        return ExitStatus::Error;
+    CAddLocationJob job(ctx.Doc());
+    return RunAddition(ctx, job, request);
+}
+
+int AddFolder(CliContext& ctx)
+{
+    return AddPath(ctx, CAddLocationJob::Mode::Folder);
+}
+
+int AddFile(CliContext& ctx)
+{
+    return AddPath(ctx, CAddLocationJob::Mode::File);
+}
+
+} // namespace
+
+std::vector<CliCommand> AddCommands()
+{
+    const std::vector<CommandLine::Option> options{{kNotes, 1}, {kCategory, 1}};
+    return {
+        {"add-folder", "FILE STORAGE PATH [--notes TEXT] [--category CATEGORY]",
+         "catalogues a folder; without --category files are categorised by extension", options, 3,
+         3, &AddFolder},
+        {"add-file", "FILE STORAGE PATH [--notes TEXT] [--category CATEGORY]",
+         "catalogues one file", options, 3, 3, &AddFile},
+    };
+}
