@@ -63,6 +63,7 @@ std::vector<int> CAddLocationJob::FindDuplicateDiscs(const QString& label, quint
 bool CAddLocationJob::Start(const Request& request)
 {
     m_request = request;
+    m_lastProgress = 0;
     switch (request.mode) {
     case Mode::Disc:
         if (m_drives)
@@ -125,8 +126,10 @@ void CAddLocationJob::StopWorkers()
 void CAddLocationJob::customEvent(QEvent* event)
 {
     if (WorkerEvent::Is(event, WorkerEvent::Progress)) {
-        if (m_adding)
-            emit progress(static_cast<int>(static_cast<WorkerEvent*>(event)->WParam()));
+        if (m_adding) {
+            m_lastProgress = static_cast<int>(static_cast<WorkerEvent*>(event)->WParam());
+            emit progress(m_lastProgress);
+        }
         return;
     }
     if (WorkerEvent::Is(event, WorkerEvent::Walked)) {
@@ -153,7 +156,8 @@ void CAddLocationJob::End(Outcome outcome)
     UserPrompter& prompter = UserPrompter::Current();
     switch (outcome) {
     case Outcome::Succeeded:
-        emit progress(100);
+        if (m_lastProgress < 100)
+            emit progress(100);
         m_doc.FinishUpdate();
         break;
     case Outcome::Failed:

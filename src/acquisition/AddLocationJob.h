@@ -78,4 +78,5 @@ private:
     bool m_counting = false;
     bool m_adding = false;
     bool m_lockedDrive = false;
+    int m_lastProgress = 0;
 };

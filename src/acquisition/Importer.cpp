@@ -149,7 +149,8 @@ bool CImporter::ImportRecord(const SubunitInfo& record)
             const int category =
                 m_categorise ? m_db.CategoryForFile(data.FileName) : m_fixedCategory;
             CNullable<int> unitInfoId;
-            if (m_mediaReader && category >= CategoryIds::Film && category <= CategoryIds::Picture) {
+            if (m_mediaReader && category >= CategoryIds::Film &&
+                category <= CategoryIds::Picture) {
                 const MediaRecord media = m_mediaReader->Read(record.Path(), category);
                 if (media.kind == MediaRecord::Kind::Film)
                     unitInfoId = m_db.AddFilmInfo(media.film);
@@ -160,8 +161,8 @@ bool CImporter::ImportRecord(const SubunitInfo& record)
             }
             // Where the file system keeps no creation time, the last write is the
             // closest thing to it.
-            const qint64 created = data.CreationTime != FindData::kNoTime ? data.CreationTime
-                                                                          : data.LastWriteTime;
+            const qint64 created =
+                data.CreationTime != FindData::kNoTime ? data.CreationTime : data.LastWriteTime;
             const qint64 size = static_cast<qint64>(data.Size);
             m_db.AddUnit(UnitKind::File, data.FileName, QString(), category, m_storageId, parent,
                          unitInfoId, size, LocalTime(created), LocalTime(data.LastWriteTime), 0,
@@ -198,7 +199,8 @@ void CImporter::PostProgress()
 {
     if (m_totalSize == 0)
         return;
-    const double ratio = static_cast<double>(m_importedSize) * 100.0 / static_cast<double>(m_totalSize);
+    const double ratio =
+        static_cast<double>(m_importedSize) * 100.0 / static_cast<double>(m_totalSize);
     const int percentage = std::min(100, static_cast<int>(ratio));
     if (percentage > m_lastPercentage) {
         m_lastPercentage = percentage;
@@ -213,9 +215,10 @@ void CImporter::WriteTotals()
             const Totals& t = m_totals[unitId];
             if (t.files == 0 && t.folders == 0 && t.size == 0)
                 continue;
-            m_db.Execute(SqlText::Format("UPDATE Units SET SubfilesNumber = %d, SubfoldersNumber = "
-                                         "%d, UnitSize = %lld WHERE UnitID = %d",
-                                         {t.files, t.folders, static_cast<qint64>(t.size), unitId}));
+            m_db.Execute(
+                SqlText::Format("UPDATE Units SET SubfilesNumber = %d, SubfoldersNumber = "
+                                "%d, UnitSize = %lld WHERE UnitID = %d",
+                                {t.files, t.folders, static_cast<qint64>(t.size), unitId}));
         }
         const Totals& root = m_totals[m_rootUnitId];
         m_db.SetUnitTotals(m_rootUnitId, root.files, root.folders, static_cast<qint64>(root.size),

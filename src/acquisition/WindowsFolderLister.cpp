@@ -43,8 +43,8 @@ FolderIdentity Identify(const QString& path)
     BY_HANDLE_FILE_INFORMATION information;
     if (::GetFileInformationByHandle(handle, &information)) {
         identity.Device = information.dwVolumeSerialNumber;
-        identity.Inode = (static_cast<quint64>(information.nFileIndexHigh) << 32) |
-                         information.nFileIndexLow;
+        identity.Inode =
+            (static_cast<quint64>(information.nFileIndexHigh) << 32) | information.nFileIndexLow;
         identity.Known = true;
     }
     ::CloseHandle(handle);
@@ -85,9 +85,9 @@ int WindowsFolderLister::List(const QString& path, const OpenedCallback& opened,
         data.CreationTime = Milliseconds(found.ftCreationTime);
         data.LastAccessTime = Milliseconds(found.ftLastAccessTime);
         data.LastWriteTime = Milliseconds(found.ftLastWriteTime);
-        data.Size = data.IsDirectory() ? 0
-                                       : (static_cast<quint64>(found.nFileSizeHigh) << 32) |
-                                             found.nFileSizeLow;
+        data.Size = data.IsDirectory()
+                        ? 0
+                        : (static_cast<quint64>(found.nFileSizeHigh) << 32) | found.nFileSizeLow;
         data.FileName = name;
         if (!entry(data))
             return 0;

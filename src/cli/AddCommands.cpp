@@ -1,10 +1,16 @@
 // add-folder, add-file, add-disc: the add-location flow of the window, driven from the
 // command line, with a progress line and Ctrl+C.
 #include "acquisition/AddLocationJob.h"
+#include "acquisition/DiscNames.h"
+#include "acquisition/DriveSystem.h"
+#include "acquisition/VolumeInfoWorker.h"
 #include "cli/CliContext.h"
 #include "cli/Interrupt.h"
 #include "cli/Table.h"
+#include "common/FormatSize.h"
+#include "common/Strings.h"
 #include "errorlog/ErrorLog.h"
+#include "settings/Settings.h"
 
 #include <QDir>
 #include <QEventLoop>
@@ -26,23 +32,25 @@ void PrintError(const QString& text)
 
 } // namespace
 
-// Runs an addition to its end; shared with add-disc.
+// Runs an addition to its end. The caller holds an InterruptGuard from before it
+// opened the catalogue, so Ctrl+C at any point cancels cleanly.
 int RunAddition(CliContext& ctx, CAddLocationJob& job, const CAddLocationJob::Request& request)
 {
     ProgressLine line(request.mode == CAddLocationJob::Mode::Folder ? "Adding folder"
                       : request.mode == CAddLocationJob::Mode::Disc ? "Adding disc"
                                                                     : "Adding file");
-    InterruptGuard interrupt;
+    if (InterruptGuard::Interrupted())
+        return ExitStatus::Cancelled;
     QEventLoop loop;
     bool done = false;
     auto outcome = CAddLocationJob::Outcome::Failed;
-    QObject::connect(&job, &CAddLocationJob::progress, &loop, [&](int percent) { line.Show(percent); });
-    QObject::connect(&job, &CAddLocationJob::finished, &loop,
-                     [&](CAddLocationJob::Outcome result) {
-                         outcome = result;
-                         done = true;
-                         loop.quit();
-                     });
+    QObject::connect(&job, &CAddLocationJob::progress, &loop,
+                     [&](int percent) { line.Show(percent); });
+    QObject::connect(&job, &CAddLocationJob::finished, &loop, [&](CAddLocationJob::Outcome result) {
+        outcome = result;
+        done = true;
+        loop.quit();
+    });
     QTimer poll;
     bool cancelled = false;
     QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
@@ -100,10 +108,12 @@ int AddPath(CliContext& ctx, CAddLocationJob::Mode mode)
         return ctx.Fail(problem);
     const QFileInfo info(given);
     if (mode == CAddLocationJob::Mode::Folder && !info.isDir())
-        return ctx.Fail(QStringLiteral("\"%1\" is not a folder; add-file adds a single file.").arg(given));
+        return ctx.Fail(
+            QStringLiteral("\"%1\" is not a folder; add-file adds a single file.").arg(given));
     if (mode == CAddLocationJob::Mode::File && info.isDir())
         return ctx.Fail(QStringLiteral("\"%1\" is a folder; add-folder adds a folder.").arg(given));
 
+    InterruptGuard interrupt;
     if (!ctx.OpenCatalogue(ctx.Args.Positionals().at(0), true))
         return ExitStatus::Error;
     CAddLocationJob::Request request;
@@ -126,6 +136,59 @@ int AddFile(CliContext& ctx)
     return AddPath(ctx, CAddLocationJob::Mode::File);
 }
 
+// Lists the discs that look like the one being added: name, label, size.
+void PrintDuplicates(CliContext& ctx, const std::vector<int>& ids)
+{
+    PrintError(Strings::LoadString(Strings::IDS_DUPLICATE_DISC));
+    Table table({"id", "name", "label", "size", "sizeText"});
+    for (int id : ids) {
+        DiscDetails disc;
+        ctx.Doc().Guard([&] { disc = ctx.Db().GetDiscProperties(id); });
+        table.AddRow({id, disc.UnitName, disc.Label, disc.Size, FormatSize(disc.Size)});
+    }
+    table.Print(ctx.Json);
+}
+
+int AddDisc(CliContext& ctx)
+{
+    const QString drive = ctx.Args.Positionals().at(2);
+    std::shared_ptr<DriveSystem> drives = DriveSystem::Create();
+    if (!drives->IsMediaPresent(drive))
+        return ctx.Fail(Strings::LoadString(Strings::IDS_DISC_ABSENT));
+    const VolumeInfo volume = VolumeInfoWorker::ReadAndWait(drives, drive);
+    QString name = ctx.Args.Value(QStringLiteral("--name"));
+    if (!ctx.Args.Has(QStringLiteral("--name"))) {
+        const QStringList proposed = DiscNames::ProposeDiscNames(volume, drive);
+        name = proposed.isEmpty() ? QString() : proposed.first();
+    }
+    if (name.isEmpty())
+        return ctx.Fail(Strings::LoadString(Strings::IDS_ENTER_DISC_NAME));
+
+    InterruptGuard interrupt;
+    if (!ctx.OpenCatalogue(ctx.Args.Positionals().at(0), true))
+        return ExitStatus::Error;
+    CAddLocationJob::Request request;
+    request.mode = CAddLocationJob::Mode::Disc;
+    request.path = drive;
+    request.name = name;
+    request.discLabel = volume.Label;
+    request.discSerial = volume.SerialNumber;
+    request.discSize = volume.Size;
+    request.autoEject = ctx.Args.Has(QStringLiteral("--eject")) || Settings::Instance().AutoEject;
+    if (!FillRequest(ctx, request))
+        return ExitStatus::Error;
+    CAddLocationJob job(ctx.Doc());
+    job.SetDriveSystem(drives.get());
+    const std::vector<int> duplicates =
+        job.FindDuplicateDiscs(volume.Label, volume.SerialNumber, volume.Size);
+    if (!duplicates.empty() && !ctx.Args.Has(QStringLiteral("--force"))) {
+        PrintDuplicates(ctx, duplicates);
+        PrintError(QStringLiteral("Give --force to add the disc anyway."));
+        return ExitStatus::Duplicates;
+    }
+    return RunAddition(ctx, job, request);
+}
+
 } // namespace
 
 std::vector<CliCommand> AddCommands()
@@ -137,5 +200,17 @@ std::vector<CliCommand> AddCommands()
          3, &AddFolder},
         {"add-file", "FILE STORAGE PATH [--notes TEXT] [--category CATEGORY]",
          "catalogues one file", options, 3, 3, &AddFile},
+        {"add-disc",
+         "FILE STORAGE DRIVE [--name NAME] [--notes TEXT] [--category CATEGORY] [--force] "
+         "[--eject]",
+         "catalogues the disc in DRIVE (its mount point); refuses a duplicate unless --force",
+         {{kNotes, 1},
+          {kCategory, 1},
+          {QStringLiteral("--name"), 1},
+          {QStringLiteral("--force"), 0},
+          {QStringLiteral("--eject"), 0}},
+         3,
+         3,
+         &AddDisc},
     };
 }

@@ -70,7 +70,10 @@ struct CliCommand
     int (*run)(CliContext&);
 };
 
+std::vector<CliCommand> AddCommands();
 std::vector<CliCommand> CatalogueCommands();
 std::vector<CliCommand> CategoryCommands();
+std::vector<CliCommand> DriveCommands();
+std::vector<CliCommand> ReportCommands();
 std::vector<CliCommand> SearchCommands();
 std::vector<CliCommand> SettingsCommands();

@@ -18,14 +18,18 @@ public:
     static constexpr qintptr Failed = 1;
     static constexpr qintptr Cancelled = 2;
 
-    WorkerEvent(int code, qintptr wParam) : QEvent(static_cast<QEvent::Type>(code)), m_wParam(wParam)
+    WorkerEvent(int code, qintptr wParam)
+        : QEvent(static_cast<QEvent::Type>(code)), m_wParam(wParam)
     {
     }
 
     int Code() const { return static_cast<int>(type()); }
     qintptr WParam() const { return m_wParam; }
 
-    static bool Is(const QEvent* event, int code) { return static_cast<int>(event->type()) == code; }
+    static bool Is(const QEvent* event, int code)
+    {
+        return static_cast<int>(event->type()) == code;
+    }
 
 private:
     qintptr m_wParam;

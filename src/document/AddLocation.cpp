@@ -39,8 +39,17 @@ bool ReadFileFacts(const QString& path, FileFacts& facts)
 SubunitsSearcher& CShelfwiseDoc::Searcher()
 {
     if (!m_searcher)
-        m_searcher = std::make_shared<SubunitsSearcher>();
+        m_searcher = std::make_shared<SubunitsSearcher>(m_folderLister);
     return *m_searcher;
+}
+
+void CShelfwiseDoc::SetFolderLister(FolderLister* lister)
+{
+    if (m_searcher) {
+        m_searcher->Wait();
+        m_searcher.reset();
+    }
+    m_folderLister = lister;
 }
 
 CImporter& CShelfwiseDoc::Importer()
@@ -68,7 +77,7 @@ bool CShelfwiseDoc::AddLocation(QObject* notify, bool isDisc, const QString& nam
                                 const QString& discLabel, quint32 discSerial, qint64 discSize)
 {
     const QFileInfo info(path);
-    const UnitKind kind = isDisc ? UnitKind::Disc
+    const UnitKind kind = isDisc                            ? UnitKind::Disc
                           : (info.exists() && info.isDir()) ? UnitKind::Folder
                                                             : UnitKind::File;
     FileFacts facts;
@@ -97,13 +106,14 @@ bool CShelfwiseDoc::AddLocation(QObject* notify, bool isDisc, const QString& nam
                     unitInfoId = m_db.AddPictureInfo(media.picture);
             }
         }
-        m_lastAddedUnitId = m_db.AddUnit(kind, name, notes, category, storageId, 0, unitInfoId,
-                                         facts.size, facts.created, facts.modified, discInfoId,
-                                         true);
+        m_lastAddedUnitId =
+            m_db.AddUnit(kind, name, notes, category, storageId, 0, unitInfoId, facts.size,
+                         facts.created, facts.modified, discInfoId, true);
         m_lastAddedStorageId = storageId;
     });
     if (fileFailed) {
-        UserPrompter::Current().ShowMessage(Strings::IDS_ADD_FILE_FAILED, UserPrompter::Icon::Error);
+        UserPrompter::Current().ShowMessage(Strings::IDS_ADD_FILE_FAILED,
+                                            UserPrompter::Icon::Error);
         return false;
     }
     if (!started)

@@ -42,6 +42,7 @@ CShelfwiseDoc::CShelfwiseDoc(bool uniqueWorkingCopy, QObject* parent) : QObject(
 
 CShelfwiseDoc::~CShelfwiseDoc()
 {
+    StopWorkers();
     try {
         m_db.Close();
     } catch (const CSqliteWrapperError& error) {

@@ -9,6 +9,7 @@
 #include <vector>
 
 class CImporter;
+class FolderLister;
 class SubunitsSearcher;
 
 // The one open catalogue. All SQL runs against a private working copy in the settings
@@ -104,6 +105,9 @@ public:
                      qint64 discSize);
     void RollbackAdd();
     SubunitsSearcher& Searcher();
+    // The scanner lists folders through this lister from now on (null: the platform's).
+    // The lister must outlive the scans that use it.
+    void SetFolderLister(FolderLister* lister);
     CImporter& Importer();
     int LastAddedStorageId() const { return m_lastAddedStorageId; }
     int LastAddedUnitId() const { return m_lastAddedUnitId; }
@@ -142,6 +146,7 @@ private:
     int m_lastAddedStorageId = 0;
     int m_lastAddedUnitId = 0;
     std::shared_ptr<SubunitsSearcher> m_searcher;
+    FolderLister* m_folderLister = nullptr;
     std::shared_ptr<CImporter> m_importer;
 };
 

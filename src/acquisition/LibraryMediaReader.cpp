@@ -1,0 +1,278 @@
+#include "acquisition/LibraryMediaReader.h"
+
+#include "acquisition/PictureDetails.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QSet>
+
+#include <taglib/audioproperties.h>
+#include <taglib/fileref.h>
+#include <taglib/tag.h>
+#include <taglib/tfile.h>
+#include <taglib/tpropertymap.h>
+
+#include <cmath>
+#include <initializer_list>
+#include <limits>
+#include <mutex>
+
+namespace {
+
+using Stream = MediaInfoFile::Stream;
+
+// A positive count of milliseconds as whole seconds, rounded.
+CNullable<int> SecondsFromMilliseconds(double milliseconds)
+{
+    if (!(milliseconds > 0) || milliseconds / 1000 > std::numeric_limits<int>::max())
+        return {};
+    return static_cast<int>(std::lround(milliseconds / 1000));
+}
+
+// Bits per second as kbit/s, rounded; NULL when not positive.
+CNullable<int> KilobitsFromBits(double bitsPerSecond)
+{
+    if (!(bitsPerSecond > 0) || bitsPerSecond / 1000 > std::numeric_limits<int>::max())
+        return {};
+    return static_cast<int>(std::lround(bitsPerSecond / 1000));
+}
+
+CNullable<int> Positive(double value)
+{
+    if (!(value > 0) || value > std::numeric_limits<int>::max())
+        return {};
+    return static_cast<int>(std::lround(value));
+}
+
+CNullable<int> Positive(int value)
+{
+    if (value <= 0)
+        return {};
+    return value;
+}
+
+CNullable<QString> NonEmpty(const QString& text)
+{
+    const QString trimmed = text.trimmed();
+    if (trimmed.isEmpty())
+        return {};
+    return trimmed;
+}
+
+CNullable<QString> NonEmpty(const TagLib::String& text)
+{
+    return NonEmpty(QString::fromUtf8(text.toCString(true)));
+}
+
+// The first run of four digits: the year of "2019", "2019-05-01" or "UTC 2019-05-01".
+CNullable<int> YearIn(const QString& date)
+{
+    int run = 0;
+    for (int i = 0; i < date.size(); ++i) {
+        run = date.at(i).isDigit() ? run + 1 : 0;
+        const bool runEnds = i + 1 == date.size() || !date.at(i + 1).isDigit();
+        if (run == 4 && runEnds)
+            return Positive(date.mid(i - 3, 4).toInt());
+    }
+    return {};
+}
+
+// A number that leads a text such as "7" or "7/12".
+CNullable<int> LeadingNumber(const QString& text)
+{
+    int end = 0;
+    while (end < text.size() && text.at(end).isDigit())
+        ++end;
+    return Positive(text.left(end).toInt());
+}
+
+CNullable<int> MediaInfoNumber(const MediaInfoFile& file, Stream stream, const char* field)
+{
+    double value = 0;
+    if (!file.Number(stream, field, value))
+        return {};
+    return Positive(value);
+}
+
+TagLib::FileRef OpenWithTagLib(const QString& path)
+{
+#ifdef _WIN32
+    return TagLib::FileRef(reinterpret_cast<const wchar_t*>(path.utf16()), true,
+                           TagLib::AudioProperties::Fast);
+#else
+    const QByteArray name = QFile::encodeName(path);
+    return TagLib::FileRef(name.constData(), true, TagLib::AudioProperties::Fast);
+#endif
+}
+
+// TagLib is asked only about the extensions it has a reader for. For any other name it
+// would guess from the content, and it takes a Matroska file holding FLAC for a bare
+// FLAC stream, giving the sound without the container's tags; MediaInfoLib knows those.
+bool TagLibKnowsExtension(const QString& path)
+{
+    static const QSet<QString> known = [] {
+        QSet<QString> extensions;
+        for (const TagLib::String& extension : TagLib::FileRef::defaultFileExtensions())
+            extensions.insert(QString::fromUtf8(extension.toCString(true)).toLower());
+        return extensions;
+    }();
+    return known.contains(QFileInfo(path).suffix().toLower());
+}
+
+// Audio properties and tags as TagLib reads them; false when TagLib does not know the
+// format or finds no audio in the file.
+bool ReadMusicWithTagLib(const QString& path, MusicInfo& music)
+{
+    if (!TagLibKnowsExtension(path))
+        return false;
+    const TagLib::FileRef ref = OpenWithTagLib(path);
+    if (ref.isNull() || !ref.file()->isValid())
+        return false;
+    const TagLib::AudioProperties* audio = ref.audioProperties();
+    if (!audio || (audio->sampleRate() <= 0 && audio->lengthInMilliseconds() <= 0))
+        return false;
+
+    music.Duration = SecondsFromMilliseconds(audio->lengthInMilliseconds());
+    music.Bitrate = Positive(audio->bitrate());
+    music.ChannelsNumber = Positive(audio->channels());
+    music.SamplingRate = Positive(audio->sampleRate());
+
+    if (const TagLib::Tag* tag = ref.tag()) {
+        music.Artist = NonEmpty(tag->artist());
+        music.Title = NonEmpty(tag->title());
+        music.Album = NonEmpty(tag->album());
+        music.Year = Positive(static_cast<int>(tag->year()));
+        music.TrackNumber = Positive(static_cast<int>(tag->track()));
+        music.Genre = NonEmpty(tag->genre());
+        music.Comments = NonEmpty(tag->comment());
+    }
+    if (music.Comments.IsNull()) {
+        // Some taggers (ffmpeg among them) keep the comment in a user text frame,
+        // which only the property map shows.
+        const TagLib::PropertyMap properties = ref.file()->properties();
+        const auto comment = properties.find("COMMENT");
+        if (comment != properties.end() && !comment->second.isEmpty())
+            music.Comments = NonEmpty(comment->second.front());
+    }
+    return true;
+}
+
+void InitialiseLibraries()
+{
+    static std::once_flag once;
+    std::call_once(once, [] { PictureDetails::InitialiseLibraries(); });
+}
+
+} // namespace
+
+LibraryMediaReader::LibraryMediaReader()
+{
+    InitialiseLibraries();
+}
+
+LibraryMediaReader::~LibraryMediaReader() = default;
+
+MediaRecord LibraryMediaReader::Read(const QString& path, int categoryId)
+{
+    MediaRecord record;
+    try {
+        switch (categoryId) {
+        case CategoryIds::Film:
+            if (ReadFilm(path, record.film))
+                record.kind = MediaRecord::Kind::Film;
+            break;
+        case CategoryIds::Music:
+            if (ReadMusic(path, record.music))
+                record.kind = MediaRecord::Kind::Music;
+            break;
+        case CategoryIds::Picture:
+            if (PictureDetails::Read(path, record.picture))
+                record.kind = MediaRecord::Kind::Picture;
+            break;
+        default:
+            break;
+        }
+    } catch (...) {
+        // A library that gives up on a damaged file by throwing leaves no row; the file
+        // itself is still catalogued.
+        m_mediaInfo.Close();
+        return MediaRecord();
+    }
+    if (record.kind == MediaRecord::Kind::None)
+        return MediaRecord();
+    return record;
+}
+
+bool LibraryMediaReader::ReadFilm(const QString& path, FilmInfo& film)
+{
+    if (!m_mediaInfo.Open(path)) {
+        m_mediaInfo.Close();
+        return false;
+    }
+    const bool hasVideo = m_mediaInfo.Count(Stream::Video) > 0;
+    if (!hasVideo && m_mediaInfo.Count(Stream::Audio) == 0) {
+        m_mediaInfo.Close();
+        return false;
+    }
+
+    double value = 0;
+    if (m_mediaInfo.Number(Stream::General, "Duration", value) ||
+        m_mediaInfo.Number(Stream::Video, "Duration", value))
+        film.Duration = SecondsFromMilliseconds(value);
+    film.Width = MediaInfoNumber(m_mediaInfo, Stream::Video, "Width");
+    film.Height = MediaInfoNumber(m_mediaInfo, Stream::Video, "Height");
+    // The video stream's own rate where the container tells it; otherwise the rate of
+    // the whole file, which is what most containers without it (MPEG-TS, Matroska from
+    // many muxers) give.
+    if (m_mediaInfo.Number(Stream::Video, "BitRate", value) ||
+        m_mediaInfo.Number(Stream::General, "OverallBitRate", value))
+        film.Bitrate = KilobitsFromBits(value);
+    film.Codec = NonEmpty(m_mediaInfo.Text(Stream::Video, "Format"));
+    m_mediaInfo.Close();
+    return true;
+}
+
+bool LibraryMediaReader::ReadMusic(const QString& path, MusicInfo& music)
+{
+    if (ReadMusicWithTagLib(path, music))
+        return true;
+    music = MusicInfo();
+    return ReadMusicWithMediaInfo(path, music);
+}
+
+bool LibraryMediaReader::ReadMusicWithMediaInfo(const QString& path, MusicInfo& music)
+{
+    if (!m_mediaInfo.Open(path) || m_mediaInfo.Count(Stream::Audio) == 0) {
+        m_mediaInfo.Close();
+        return false;
+    }
+    double value = 0;
+    if (m_mediaInfo.Number(Stream::General, "Duration", value) ||
+        m_mediaInfo.Number(Stream::Audio, "Duration", value))
+        music.Duration = SecondsFromMilliseconds(value);
+    if (m_mediaInfo.Number(Stream::Audio, "BitRate", value) ||
+        m_mediaInfo.Number(Stream::General, "OverallBitRate", value))
+        music.Bitrate = KilobitsFromBits(value);
+    music.ChannelsNumber = MediaInfoNumber(m_mediaInfo, Stream::Audio, "Channel(s)");
+    music.SamplingRate = MediaInfoNumber(m_mediaInfo, Stream::Audio, "SamplingRate");
+
+    // The common tag names; Matroska files written by some muxers keep theirs under the
+    // container's own upper-case names, which MediaInfoLib passes through as they are.
+    const auto tag = [this](std::initializer_list<const char*> names) {
+        for (const char* name : names) {
+            const QString text = m_mediaInfo.Text(Stream::General, name);
+            if (!text.trimmed().isEmpty())
+                return text;
+        }
+        return QString();
+    };
+    music.Artist = NonEmpty(tag({"Performer", "ARTIST"}));
+    music.Title = NonEmpty(tag({"Title", "Track", "TITLE"}));
+    music.Album = NonEmpty(tag({"Album", "ALBUM"}));
+    music.Year = YearIn(tag({"Recorded_Date", "Released_Date", "DATE"}));
+    music.TrackNumber = LeadingNumber(tag({"Track/Position", "PART_NUMBER"}));
+    music.Genre = NonEmpty(tag({"Genre", "GENRE"}));
+    music.Comments = NonEmpty(tag({"Comment", "COMMENT"}));
+    m_mediaInfo.Close();
+    return true;
+}

@@ -1,0 +1,178 @@
+#include "acquisition/PictureDetails.h"
+
+#include <QFile>
+#include <QImage>
+#include <QImageReader>
+#include <QPixelFormat>
+
+#include <exiv2/exiv2.hpp>
+
+#include <cmath>
+#include <limits>
+#include <string>
+
+namespace {
+
+constexpr double kCentimetresPerInch = 2.54;
+constexpr double kMetresPerInch = 0.0254;
+
+// Exif ResolutionUnit values; an absent unit means inches.
+constexpr long kExifUnitNone = 1;
+constexpr long kExifUnitCentimetre = 3;
+
+// Marks a resolution the JPEG reader did not set (no real image has one dot per metre).
+constexpr int kUnsetDotsPerMetre = 1;
+
+CNullable<int> PositiveRounded(double value)
+{
+    if (!(value > 0) || value > std::numeric_limits<int>::max())
+        return {};
+    return static_cast<int>(std::lround(value));
+}
+
+const Exiv2::Exifdatum* FindExif(const Exiv2::ExifData& exif, const char* key)
+{
+    const auto found = exif.findKey(Exiv2::ExifKey(key));
+    if (found == exif.end() || found->count() == 0)
+        return nullptr;
+    return &*found;
+}
+
+// Exif X/YResolution in dots per inch, from dots per ResolutionUnit.
+void ReadExifResolution(const Exiv2::ExifData& exif, PictureInfo& picture)
+{
+    long unit = 2;
+    if (const Exiv2::Exifdatum* unitTag = FindExif(exif, "Exif.Image.ResolutionUnit"))
+        unit = unitTag->toLong();
+    if (unit == kExifUnitNone)
+        return;
+    const double scale = unit == kExifUnitCentimetre ? kCentimetresPerInch : 1.0;
+    const auto dpi = [&](const char* key) -> CNullable<int> {
+        const Exiv2::Exifdatum* tag = FindExif(exif, key);
+        if (!tag)
+            return {};
+        const Exiv2::Rational ratio = tag->toRational();
+        if (ratio.second == 0)
+            return {};
+        return PositiveRounded(scale * ratio.first / ratio.second);
+    };
+    picture.HorizontalResolution = dpi("Exif.Image.XResolution");
+    picture.VerticalResolution = dpi("Exif.Image.YResolution");
+}
+
+// Bits per pixel from the Exif samples: "8 8 8" is 24; a single "8" counts once per
+// sample.
+CNullable<int> ExifColourDepth(const Exiv2::ExifData& exif)
+{
+    const Exiv2::Exifdatum* bits = FindExif(exif, "Exif.Image.BitsPerSample");
+    if (!bits)
+        return {};
+    long total = 0;
+    for (long i = 0; i < bits->count(); ++i)
+        total += bits->toLong(i);
+    if (bits->count() == 1) {
+        if (const Exiv2::Exifdatum* samples = FindExif(exif, "Exif.Image.SamplesPerPixel"))
+            total *= samples->toLong();
+    }
+    return PositiveRounded(static_cast<double>(total));
+}
+
+// The bits a pixel of this format carries: padding and an alpha channel that the
+// format ignores do not count, so RGB32 is 24 bits and ARGB32 32.
+CNullable<int> FormatColourDepth(QImage::Format format)
+{
+    if (format == QImage::Format_Invalid)
+        return {};
+    const QPixelFormat pixel = QImage::toPixelFormat(format);
+    switch (pixel.colorModel()) {
+    case QPixelFormat::RGB:
+    case QPixelFormat::BGR: {
+        int bits = pixel.redSize() + pixel.greenSize() + pixel.blueSize();
+        if (pixel.alphaUsage() == QPixelFormat::UsesAlpha)
+            bits += pixel.alphaSize();
+        return PositiveRounded(bits);
+    }
+    default:
+        return PositiveRounded(pixel.bitsPerPixel());
+    }
+}
+
+// The JFIF density of a JPEG. Qt's JPEG reader sets it on the image it decodes into and
+// leaves the image alone when the file has none; decoding a one-pixel clip into an image
+// of that size and format, marked with an impossible resolution, tells the two apart.
+// When the reader allocates an image of its own instead, nothing is concluded.
+void ReadJpegDensity(QImageReader& reader, QImage::Format format, PictureInfo& picture)
+{
+    if (format == QImage::Format_Invalid || !reader.supportsOption(QImageIOHandler::ClipRect))
+        return;
+    QImage image(1, 1, format);
+    if (image.isNull())
+        return;
+    image.setDotsPerMeterX(kUnsetDotsPerMetre);
+    image.setDotsPerMeterY(kUnsetDotsPerMetre);
+    const uchar* const pixels = image.constBits();
+    reader.setClipRect(QRect(0, 0, 1, 1));
+    if (!reader.read(&image) || image.constBits() != pixels)
+        return;
+    if (image.dotsPerMeterX() != kUnsetDotsPerMetre)
+        picture.HorizontalResolution = PositiveRounded(image.dotsPerMeterX() * kMetresPerInch);
+    if (image.dotsPerMeterY() != kUnsetDotsPerMetre)
+        picture.VerticalResolution = PositiveRounded(image.dotsPerMeterY() * kMetresPerInch);
+}
+
+} // namespace
+
+namespace PictureDetails {
+
+void InitialiseLibraries()
+{
+    // XMP parsing sets up a toolkit that is not safe to set up from two threads at once.
+    Exiv2::XmpParser::initialize();
+    // Damaged metadata is common in collections; Exiv2 would write a warning for each.
+    Exiv2::LogMsg::setLevel(Exiv2::LogMsg::mute);
+}
+
+bool Read(const QString& path, PictureInfo& picture)
+{
+    int width = 0;
+    int height = 0;
+    CNullable<int> exifDepth;
+    try {
+        const std::string name = QFile::encodeName(path).toStdString();
+        const auto image = Exiv2::ImageFactory::open(name);
+        if (image.get()) {
+            image->readMetadata();
+            width = image->pixelWidth();
+            height = image->pixelHeight();
+            ReadExifResolution(image->exifData(), picture);
+            exifDepth = ExifColourDepth(image->exifData());
+        }
+    } catch (const std::exception&) {
+        // Not a format Exiv2 knows, or metadata it cannot parse: Qt may still read
+        // the header.
+    }
+
+    QImageReader reader(path);
+    reader.setDecideFormatFromContent(true);
+    reader.setAutoTransform(false);
+    if (width <= 0 || height <= 0) {
+        const QSize size = reader.size();
+        width = size.width();
+        height = size.height();
+    }
+    if (width <= 0 || height <= 0)
+        return false;
+    picture.Width = width;
+    picture.Height = height;
+
+    const QImage::Format format = reader.imageFormat();
+    picture.ColorDepth = FormatColourDepth(format);
+    if (picture.ColorDepth.IsNull())
+        picture.ColorDepth = exifDepth;
+    if (picture.HorizontalResolution.IsNull() && picture.VerticalResolution.IsNull() &&
+        reader.format() == "jpeg")
+        ReadJpegDensity(reader, format, picture);
+    return true;
+}
+
+} // namespace PictureDetails

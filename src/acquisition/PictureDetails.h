@@ -1,0 +1,26 @@
+#pragma once
+
+#include "sqlitewrapper/Records.h"
+
+#include <QString>
+
+// The facts of a picture from its headers, without decoding it:
+// - width and height: the image header, through Exiv2, or Qt's image reader for the
+//   formats Exiv2 does not know;
+// - resolution in DPI: the Exif resolution and its unit, through Exiv2; for a JPEG
+//   without them, the JFIF density, which Qt's JPEG reader gives while decoding no
+//   more than the first block of pixels. A resolution kept only in a PNG pHYs chunk
+//   would need the whole image decoded, so it stays NULL;
+// - colour depth in bits per pixel: the pixel format Qt's reader announces (24 for RGB,
+//   32 for RGB with alpha, 8 for grey or a palette), or the Exif bits per sample.
+namespace PictureDetails {
+
+/// Process-wide set-up of Exiv2 (its XMP parser and its log). Called once, before any
+/// reading thread starts: LibraryMediaReader's constructor does it.
+void InitialiseLibraries();
+
+/// False when neither library finds a picture of known size in the file. May throw
+/// when a library gives up on a damaged file.
+bool Read(const QString& path, PictureInfo& picture);
+
+} // namespace PictureDetails

@@ -1,0 +1,142 @@
+#include "acquisition/SubunitsSearcher.h"
+
+#include "acquisition/SubunitQueue.h"
+#include "common/WorkerEvent.h"
+#include "errorlog/ErrorLog.h"
+
+#include <QCoreApplication>
+#include <QObject>
+#include <QThread>
+
+namespace {
+
+// Record IDs are unique in the process: the counter is never reset, so a second walk
+// continues where the first stopped. The first record gets 1.
+std::atomic<quint32> g_lastId{0};
+
+void Post(QObject* notify, int code, qintptr wParam)
+{
+    if (notify)
+        QCoreApplication::postEvent(notify, new WorkerEvent(code, wParam));
+}
+
+} // namespace
+
+SubunitsSearcher::SubunitsSearcher(FolderLister* lister) : m_lister(lister)
+{
+    if (!m_lister) {
+        m_ownLister = FolderLister::CreatePlatformLister();
+        m_lister = m_ownLister.get();
+    }
+}
+
+SubunitsSearcher::~SubunitsSearcher()
+{
+    // The notify object may be going away with this searcher: post nothing more.
+    m_notify.store(nullptr);
+    Cancel();
+    Wait();
+}
+
+void SubunitsSearcher::Start(const QString& rootPath, QObject* notify, bool countSizes)
+{
+    Wait();
+
+    m_notify.store(notify);
+    m_countSizes = countSizes;
+    m_totalSize.store(0);
+    m_cancel.store(0);
+
+    SubunitQueue::Instance().Clear();
+    m_pending.clear();
+    m_entered.clear();
+    m_pending.push_back({std::make_shared<const QString>(rootPath), 0});
+    ErrorLog::Instance().ClearFileSystemErrors();
+
+    m_running.store(true);
+    QThread* thread = QThread::create([this] { Run(); });
+    QObject::connect(thread, &QThread::finished, thread, &QObject::deleteLater);
+    m_thread = thread;
+    thread->start();
+}
+
+void SubunitsSearcher::Cancel()
+{
+    m_cancel.exchange(1);
+}
+
+void SubunitsSearcher::Wait()
+{
+    if (!m_thread)
+        return;
+    m_thread->wait();
+    // The deleteLater posted on finished goes with the thread object.
+    delete m_thread.data();
+}
+
+void SubunitsSearcher::Run()
+{
+    while (!m_pending.empty()) {
+        if (CancelRequested()) {
+            EndCancelled();
+            return;
+        }
+        // A copy: listing appends to the pending queue.
+        const PendingFolder folder = m_pending.front();
+        if (!ListFolder(folder)) {
+            EndCancelled();
+            return;
+        }
+        m_pending.pop_front();
+    }
+    // Set after the last push: the importer may then read the queue without the lock.
+    SubunitQueue::Instance().SetFinished();
+    m_running.store(false);
+    if (m_countSizes)
+        Post(m_notify.load(), WorkerEvent::Walked, 0);
+}
+
+bool SubunitsSearcher::ListFolder(const PendingFolder& folder)
+{
+    SubunitQueue& queue = SubunitQueue::Instance();
+    bool cancelled = false;
+
+    const auto opened = [this](const FolderIdentity& identity) {
+        // A folder reached a second time (through a link) is not listed again.
+        return !identity.Known || m_entered.insert({identity.Device, identity.Inode}).second;
+    };
+    const auto entry = [&](const FindData& data) {
+        if (CancelRequested()) {
+            cancelled = true;
+            return false;
+        }
+        auto info = std::make_shared<SubunitInfo>();
+        info->ID = ++g_lastId;
+        info->ParentID = folder.ID;
+        info->Data = data;
+        info->FolderPath = folder.Path;
+        info->IsFile = !data.IsDirectory();
+        if (!info->IsFile)
+            m_pending.push_back({std::make_shared<const QString>(info->Path()), info->ID});
+        else if (m_countSizes)
+            m_totalSize.fetch_add(data.Size);
+        queue.Push(std::move(info));
+        queue.Signal();
+        return true;
+    };
+
+    const int error = m_lister->List(*folder.Path, opened, entry);
+    if (cancelled)
+        return false;
+    if (error != 0)
+        ErrorLog::Instance().ReportFileSystemError(*folder.Path, error);
+    return true;
+}
+
+void SubunitsSearcher::EndCancelled()
+{
+    SubunitQueue::Instance().SetCancelled();
+    m_pending.clear();
+    m_running.store(false);
+    Post(m_notify.load(), WorkerEvent::Finished, WorkerEvent::Cancelled);
+}

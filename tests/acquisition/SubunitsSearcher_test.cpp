@@ -1,0 +1,302 @@
+#include "acquisition/SubunitsSearcher.h"
+
+#include "FakeFolderLister.h"
+#include "acquisition/SubunitQueue.h"
+#include "common/WorkerEvent.h"
+#include "errorlog/ErrorLog.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <map>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+using Event = std::pair<int, qintptr>;
+const Event kWalked{WorkerEvent::Walked, 0};
+const Event kCancelled{WorkerEvent::Finished, WorkerEvent::Cancelled};
+
+// Stands in for the dialog: receives what the scanner posts, on the test's thread.
+class EventRecorder final : public QObject
+{
+public:
+    std::vector<Event> Events;
+    bool FinishedWhenWalked = false;
+
+protected:
+    void customEvent(QEvent* event) override
+    {
+        const auto* posted = static_cast<const WorkerEvent*>(event);
+        Events.emplace_back(posted->Code(), posted->WParam());
+        if (posted->Code() == WorkerEvent::Walked)
+            FinishedWhenWalked = SubunitQueue::Instance().IsFinished();
+    }
+};
+
+class SubunitsSearcherTest : public ::testing::Test
+{
+protected:
+    void TearDown() override
+    {
+        SubunitQueue::Instance().Clear();
+        ErrorLog::Instance().ClearFileSystemErrors();
+    }
+
+    QString At(const QString& relative) const { return m_dir.path() + '/' + relative; }
+    QByteArray NativeAt(const char* relative) const
+    {
+        return QFile::encodeName(m_dir.path()) + '/' + relative;
+    }
+
+    void MakeFile(const QString& relative, qint64 size)
+    {
+        ASSERT_TRUE(QDir().mkpath(QFileInfo(At(relative)).path()));
+        QFile file(At(relative));
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        ASSERT_TRUE(file.resize(size));
+    }
+
+    // Walks root to its end, then takes everything it queued and posted.
+    void Walk(SubunitsSearcher& searcher, bool countSizes, const QString& root)
+    {
+        EventRecorder recorder;
+        searcher.Start(root, &recorder, countSizes);
+        searcher.Wait();
+        QCoreApplication::sendPostedEvents(&recorder);
+        m_events = recorder.Events;
+        m_finishedWhenWalked = recorder.FinishedWhenWalked;
+        m_records.clear();
+        while (SubunitQueue::Instance().Size() > 0)
+            m_records.push_back(SubunitQueue::Instance().Pop());
+    }
+
+    SubunitInfoPtr Find(const QString& path) const
+    {
+        for (const SubunitInfoPtr& info : m_records) {
+            if (info->Path() == path)
+                return info;
+        }
+        return nullptr;
+    }
+
+    QTemporaryDir m_dir;
+    std::vector<SubunitInfoPtr> m_records;
+    std::vector<Event> m_events;
+    bool m_finishedWhenWalked = false;
+};
+
+std::map<QString, QString> Errors()
+{
+    std::map<QString, QString> errors;
+    for (const FileSystemError& error : ErrorLog::Instance().FileSystemErrors())
+        errors[error.Path] = error.Message;
+    return errors;
+}
+
+} // namespace
+
+TEST_F(SubunitsSearcherTest, WalksBreadthFirstWithParentLinksHiddenEntriesAndSizes)
+{
+    for (const char* file : {"f1", ".hidden", "A/a1", "A/B/b1", "A/B/C/c1", "Z/z1", ".h/h1"})
+        MakeFile(file, qstrlen(file));
+    MakeFile("A/B/C/empty", 0);
+    const QDateTime written(QDate(2001, 2, 3), QTime(4, 5, 6, 789), Qt::UTC);
+    QFile a1(At("A/a1"));
+    ASSERT_TRUE(a1.open(QIODevice::ReadWrite));
+    ASSERT_TRUE(a1.setFileTime(written, QFileDevice::FileModificationTime));
+    a1.close();
+
+    SubunitsSearcher searcher;
+    Walk(searcher, true, m_dir.path());
+
+    ASSERT_EQ(m_records.size(), 13u);
+    // Entries come grouped by their folder and the folders in the order they were
+    // found, so the position of each record's parent never goes back.
+    std::map<quint32, size_t> positionOf;
+    size_t lastParentPosition = 0;
+    for (size_t i = 0; i < m_records.size(); ++i) {
+        const SubunitInfo& info = *m_records[i];
+        const QFileInfo onDisk(info.Path());
+        SCOPED_TRACE(info.Path().toStdString());
+        EXPECT_TRUE(onDisk.exists());
+        EXPECT_EQ(info.ID, m_records.front()->ID + i);
+        EXPECT_EQ(info.IsFile, !onDisk.isDir());
+        EXPECT_EQ(info.Data.IsDirectory(), onDisk.isDir());
+        EXPECT_EQ(info.Data.Size, onDisk.isDir() ? 0 : onDisk.size());
+        const SubunitInfoPtr parent = Find(onDisk.path());
+        EXPECT_EQ(info.ParentID, parent ? parent->ID : 0u);
+        const size_t parentPosition = parent ? positionOf.at(parent->ID) + 1 : 0;
+        EXPECT_GE(parentPosition, lastParentPosition);
+        lastParentPosition = parentPosition;
+        positionOf[info.ID] = i;
+    }
+    EXPECT_EQ(Find(At("A/a1"))->Data.LastWriteTime, written.toMSecsSinceEpoch());
+    EXPECT_TRUE(Find(At(".hidden")) && Find(At(".h/h1")));
+    // The entries of one folder share one copy of its path.
+    EXPECT_EQ(Find(At("A/a1"))->FolderPath.get(), Find(At("A/B"))->FolderPath.get());
+    EXPECT_EQ(searcher.TotalSize(), 2u + 7 + 4 + 6 + 8 + 4 + 5);
+    EXPECT_EQ(m_events, std::vector<Event>{kWalked});
+    EXPECT_TRUE(m_finishedWhenWalked);
+    EXPECT_TRUE(Errors().empty());
+}
+
+TEST_F(SubunitsSearcherTest, ConcurrentWalkFeedsAWaitingConsumerAndNumbersOnAcrossWalks)
+{
+    for (int i = 0; i < 50; ++i)
+        MakeFile(QStringLiteral("d%1/f%2").arg(i % 5).arg(i), i);
+    SubunitsSearcher searcher;
+    Walk(searcher, true, m_dir.path());
+    ASSERT_EQ(m_records.size(), 55u);
+    const quint32 lastOfFirstWalk = m_records.back()->ID;
+
+    // The importer's side takes the records while the walk runs.
+    EventRecorder recorder;
+    std::vector<SubunitInfoPtr> taken;
+    SubunitQueue::WaitResult end = SubunitQueue::Ready;
+    searcher.Start(m_dir.path(), &recorder, false);
+    std::thread consumer([&] {
+        SubunitQueue& queue = SubunitQueue::Instance();
+        while ((end = queue.WaitNext()) == SubunitQueue::Ready)
+            taken.push_back(queue.Pop());
+    });
+    consumer.join();
+    searcher.Wait();
+    QCoreApplication::sendPostedEvents(&recorder);
+
+    EXPECT_EQ(end, SubunitQueue::Finished);
+    ASSERT_EQ(taken.size(), 55u);
+    EXPECT_EQ(taken.front()->ID, lastOfFirstWalk + 1);
+    EXPECT_EQ(taken.back()->ID, lastOfFirstWalk + 55);
+    EXPECT_EQ(searcher.TotalSize(), 0u);
+    EXPECT_TRUE(recorder.Events.empty());
+}
+
+TEST_F(SubunitsSearcherTest, FollowsLinksAndEntersEachFolderOnce)
+{
+    MakeFile("A/f", 4);
+    const std::pair<const char*, const char*> links[] = {
+        {"A/up", ".."}, {"A/self", "."}, {"A2", "A"}, {"tofile", "A/f"}, {"dangling", "nowhere"}};
+    for (const auto& [link, target] : links)
+        ASSERT_EQ(::symlink(target, NativeAt(link).constData()), 0);
+
+    SubunitsSearcher searcher;
+    Walk(searcher, true, m_dir.path());
+
+    // The root's four entries, then f, up and self once, under A or under A2.
+    ASSERT_EQ(m_records.size(), 7u);
+    EXPECT_FALSE(Find(At("A2"))->IsFile);
+    EXPECT_EQ(Find(At("tofile"))->Data.Size, 4u);
+    // A link to nothing is the link itself: a file the size of its target's name.
+    EXPECT_TRUE(Find(At("dangling"))->IsFile);
+    EXPECT_EQ(Find(At("dangling"))->Data.Size, 7u);
+    EXPECT_EQ(m_events, std::vector<Event>{kWalked});
+    EXPECT_TRUE(Errors().empty());
+}
+
+TEST_F(SubunitsSearcherTest, CancelStopsBeforeTheNextEntryAndIsPostedOnce)
+{
+    FakeFolderLister lister;
+    lister.AddFolder("/r", 1, {"f0", "f1", "f2", "f3", "f4", "sub/"});
+    lister.AddFolder("/r/sub", 2, {"g0", "g1"});
+    struct Point
+    {
+        QString Folder;
+        int Index; // of the entry about to be handed over; the count: after the last
+        size_t Records;
+        Event Posted;
+    };
+    // At the first entry, within a folder, between two folders, within the last one,
+    // and after the last entry of the tree, when the walk has completed.
+    const Point points[] = {{"/r", 0, 0, kCancelled},
+                            {"/r", 3, 3, kCancelled},
+                            {"/r", 6, 6, kCancelled},
+                            {"/r/sub", 1, 7, kCancelled},
+                            {"/r/sub", 2, 8, kWalked}};
+    for (const Point& point : points) {
+        SCOPED_TRACE(point.Records);
+        SubunitsSearcher searcher(&lister);
+        lister.SetHook([&](const QString& folder, int index) {
+            if (folder == point.Folder && index == point.Index)
+                searcher.Cancel();
+        });
+        Walk(searcher, true, "/r");
+        const bool cancelled = point.Posted == kCancelled;
+        EXPECT_EQ(m_records.size(), point.Records);
+        EXPECT_EQ(m_events, std::vector<Event>{point.Posted});
+        EXPECT_EQ(SubunitQueue::Instance().IsCancelled(), cancelled);
+        EXPECT_EQ(SubunitQueue::Instance().IsFinished(), !cancelled);
+    }
+}
+
+TEST_F(SubunitsSearcherTest, UnreadableFoldersAreListedAsErrorsAndLoopsAreNotEntered)
+{
+    // Running as root, permissions would not stop the reading: the fake refuses instead.
+    FakeFolderLister lister;
+    lister.AddFolder("/", 1, {"locked/", "broken/", "ok/", "back/"});
+    lister.FailFolder("/locked", EACCES);
+    lister.AddFolder("/broken", 2, {"p", "q"});
+    lister.FailFolder("/broken", EIO, 1);
+    lister.AddFolder("/ok", 3, {"z"});
+    lister.AddFolder("/back", 1, {"never"});
+    SubunitsSearcher searcher(&lister);
+    Walk(searcher, true, "/");
+
+    QStringList paths;
+    for (const SubunitInfoPtr& info : m_records)
+        paths << info->Path();
+    EXPECT_EQ(paths, QStringList({"/locked", "/broken", "/ok", "/back", "/broken/p", "/ok/z"}));
+    EXPECT_EQ(m_events, std::vector<Event>{kWalked});
+    const auto text = [](int code) { return QString::fromLocal8Bit(std::strerror(code)); };
+    EXPECT_EQ(Errors(),
+              (std::map<QString, QString>{{"/locked", text(EACCES)}, {"/broken", text(EIO)}}));
+
+    // A root that cannot be opened on the disc: one error, and a walk that completes.
+    SubunitsSearcher disc;
+    Walk(disc, true, At("missing"));
+    EXPECT_TRUE(m_records.empty());
+    EXPECT_EQ(m_events, std::vector<Event>{kWalked});
+    EXPECT_EQ(Errors(), (std::map<QString, QString>{{At("missing"), text(ENOENT)}}));
+}
+
+TEST_F(SubunitsSearcherTest, OddNamesAndAFileBeyondFourGigabytes)
+{
+    const char* const names[] = {"quote\"d", "100%s%n%%", "new\nline", "odd\xff"};
+    for (const char* name : names)
+        ASSERT_EQ(::close(::open(NativeAt(name).constData(), O_CREAT | O_WRONLY, 0644)), 0);
+    // A folder whose name is not valid UTF-8 is entered all the same.
+    ASSERT_EQ(::mkdir(NativeAt("dir\xfe").constData(), 0755), 0);
+    ASSERT_EQ(::close(::open(NativeAt("dir\xfe/in").constData(), O_CREAT | O_WRONLY, 0644)), 0);
+    constexpr quint64 kBig = Q_UINT64_C(5) << 30; // sparse: no blocks are written
+    const int big = ::open(NativeAt("big").constData(), O_CREAT | O_WRONLY, 0644);
+    ASSERT_EQ(::ftruncate(big, static_cast<off_t>(kBig)), 0);
+    ::close(big);
+
+    SubunitsSearcher searcher;
+    Walk(searcher, true, m_dir.path());
+    // QTemporaryDir removes by decoded names, which miss the undecodable ones.
+    for (const char* name : {"odd\xff", "dir\xfe/in"})
+        ::unlink(NativeAt(name).constData());
+    ::rmdir(NativeAt("dir\xfe").constData());
+
+    ASSERT_EQ(m_records.size(), 7u);
+    for (const char* name : names)
+        EXPECT_TRUE(Find(At(QFile::decodeName(name)))) << name;
+    const SubunitInfoPtr folder = Find(At(QFile::decodeName("dir\xfe")));
+    ASSERT_TRUE(folder && !folder->IsFile);
+    ASSERT_TRUE(Find(folder->Path() + "/in"));
+    EXPECT_EQ(Find(folder->Path() + "/in")->ParentID, folder->ID);
+    EXPECT_EQ(Find(At("big"))->Data.Size, kBig);
+    EXPECT_EQ(searcher.TotalSize(), kBig);
+    EXPECT_TRUE(Errors().empty());
+}
