@@ -13,7 +13,7 @@ namespace DiscNames {
 /// Up to two suggestions: first the volume's label (even an empty one), then, when the
 /// disc's root holds exactly one file and no folder (a disc carrying one film, say),
 /// that file's name without its extension. A root that cannot be listed, or is empty,
-/// offers the label alone.
+/// offers the label alone, and so does one file named by an extension only (".nfo").
 QStringList ProposeDiscNames(const VolumeInfo& volume, const QString& root);
 
 /// The same, reading the volume first (on the calling thread).

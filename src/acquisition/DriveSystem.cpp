@@ -13,8 +13,7 @@
 std::shared_ptr<DriveSystem> DriveSystem::Create()
 {
     if (qEnvironmentVariableIsSet("SHELFWISE_FAKE_DRIVES")) {
-        auto fake =
-            FakeDriveSystem::FromSpecification(qEnvironmentVariable("SHELFWISE_FAKE_DRIVES"));
+        auto fake = FakeDriveSystem::FromDescription(qEnvironmentVariable("SHELFWISE_FAKE_DRIVES"));
         if (qEnvironmentVariableIsSet("SHELFWISE_FAKE_DRIVES_LOG"))
             fake->SetCallLog(qEnvironmentVariable("SHELFWISE_FAKE_DRIVES_LOG"));
         return fake;

@@ -53,10 +53,10 @@ FakeDriveSystem::Drive DriveFromEntry(const QString& entry)
 
 } // namespace
 
-std::shared_ptr<FakeDriveSystem> FakeDriveSystem::FromSpecification(const QString& specification)
+std::shared_ptr<FakeDriveSystem> FakeDriveSystem::FromDescription(const QString& description)
 {
     auto drives = std::make_shared<FakeDriveSystem>();
-    for (const QString& entry : specification.split(QLatin1Char(';'), Qt::SkipEmptyParts)) {
+    for (const QString& entry : description.split(QLatin1Char(';'), Qt::SkipEmptyParts)) {
         if (!entry.trimmed().isEmpty())
             drives->AddDrive(DriveFromEntry(entry));
     }

@@ -40,7 +40,7 @@ public:
 
     /// Drives from the text of SHELFWISE_FAKE_DRIVES; an entry that makes no sense
     /// (a missing path) becomes a drive without a medium.
-    static std::shared_ptr<FakeDriveSystem> FromSpecification(const QString& specification);
+    static std::shared_ptr<FakeDriveSystem> FromDescription(const QString& description);
 
     /// Adds a drive; an empty device gets the next "fakeN" name.
     void AddDrive(Drive drive);

@@ -20,12 +20,6 @@ void Post(QObject* receiver, int code, qintptr wParam)
         QCoreApplication::postEvent(receiver, new WorkerEvent(code, wParam));
 }
 
-// A file time as the local date and time the catalogue stores.
-QDateTime LocalTime(qint64 msecs)
-{
-    return QDateTime::fromMSecsSinceEpoch(msecs, Qt::LocalTime);
-}
-
 } // namespace
 
 CImporter::CImporter(CSqliteWrapper& db) : m_db(db)
@@ -120,6 +114,21 @@ int CImporter::Run()
             break;
         }
     }
+}
+
+QDateTime CImporter::LocalTime(qint64 msecs)
+{
+    // The local wall-clock time the catalogue stores. Asking the time zone is slow and
+    // its answer changes at most on the hour, so the offset is kept per hour.
+    if (msecs == FindData::kNoTime)
+        return QDateTime();
+    const qint64 hour = msecs >= 0 ? msecs / 3600000 : (msecs - 3599999) / 3600000;
+    auto it = m_utcOffsets.find(hour);
+    if (it == m_utcOffsets.end()) {
+        const int offset = QDateTime::fromMSecsSinceEpoch(msecs, Qt::LocalTime).offsetFromUtc();
+        it = m_utcOffsets.emplace(hour, offset).first;
+    }
+    return QDateTime::fromMSecsSinceEpoch(msecs + it->second * 1000LL, Qt::UTC);
 }
 
 const std::vector<int>& CImporter::Ancestors(int folderUnitId)

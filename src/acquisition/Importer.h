@@ -2,6 +2,7 @@
 
 #include "acquisition/SubunitInfo.h"
 
+#include <QDateTime>
 #include <QtGlobal>
 
 #include <atomic>
@@ -55,6 +56,7 @@ private:
     const std::vector<int>& Ancestors(int folderUnitId);
     void WriteTotals();
     void PostProgress();
+    QDateTime LocalTime(qint64 msecs);
 
     CSqliteWrapper& m_db;
     QObject* m_notify = nullptr;
@@ -71,6 +73,7 @@ private:
     std::map<int, int> m_parentMap;           // folder UnitID -> parent UnitID
     std::unordered_map<int, Totals> m_totals; // folder UnitID -> its subtree's totals
     std::unordered_map<int, std::vector<int>> m_ancestors;
+    std::unordered_map<qint64, int> m_utcOffsets; // hour since 1970 -> seconds east of UTC
 
     bool m_readMedia = true;
     std::unique_ptr<MediaDetailsReader> m_mediaReader;

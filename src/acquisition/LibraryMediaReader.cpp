@@ -29,19 +29,18 @@ CNullable<int> SecondsFromMilliseconds(double milliseconds)
     return static_cast<int>(std::lround(milliseconds / 1000));
 }
 
-// Bits per second as kbit/s, rounded; NULL when not positive.
-CNullable<int> KilobitsFromBits(double bitsPerSecond)
-{
-    if (!(bitsPerSecond > 0) || bitsPerSecond / 1000 > std::numeric_limits<int>::max())
-        return {};
-    return static_cast<int>(std::lround(bitsPerSecond / 1000));
-}
-
+// Rounded to a whole number; NULL unless that is at least 1.
 CNullable<int> Positive(double value)
 {
-    if (!(value > 0) || value > std::numeric_limits<int>::max())
+    if (!(value >= 0.5) || value > std::numeric_limits<int>::max())
         return {};
     return static_cast<int>(std::lround(value));
+}
+
+// Bits per second as kbit/s, rounded; NULL when that is not at least 1.
+CNullable<int> KilobitsFromBits(double bitsPerSecond)
+{
+    return Positive(bitsPerSecond / 1000);
 }
 
 CNullable<int> Positive(int value)

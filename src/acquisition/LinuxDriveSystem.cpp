@@ -95,6 +95,13 @@ qint64 DeviceLength(int fd)
     return static_cast<qint64>(length);
 }
 
+// Only a CD/DVD driver answers this; the tray operations leave every other device
+// (a hard disk holding a folder, a loop device holding an image) alone.
+bool IsOpticalDrive(const DeviceHandle& handle)
+{
+    return handle.IsOpen() && ::ioctl(handle.Fd(), CDROM_GET_CAPABILITY, 0) >= 0;
+}
+
 // sr0 before sr1 before sr10.
 bool NaturalLess(const QString& a, const QString& b)
 {
@@ -254,7 +261,7 @@ bool LinuxDriveSystem::LockMedia(const QString& drivePath)
     if (target.Type != Target::Kind::Device)
         return false;
     const DeviceHandle handle(target.Path);
-    if (!handle.IsOpen())
+    if (!IsOpticalDrive(handle))
         return false;
     ::ioctl(handle.Fd(), CDROM_LOCKDOOR, 1);
     // The drive settles before the scan begins.
@@ -268,14 +275,14 @@ void LinuxDriveSystem::UnlockMedia(const QString& drivePath)
     if (target.Type != Target::Kind::Device)
         return;
     const DeviceHandle handle(target.Path);
-    if (handle.IsOpen())
+    if (IsOpticalDrive(handle))
         ::ioctl(handle.Fd(), CDROM_LOCKDOOR, 0);
 }
 
 void LinuxDriveSystem::EjectMedia(const QString& drivePath)
 {
     const Target target = Resolve(drivePath);
-    if (target.Type != Target::Kind::Device)
+    if (target.Type != Target::Kind::Device || !IsOpticalDrive(DeviceHandle(target.Path)))
         return;
     if (EjectWithUDisks(target.Path))
         return;
@@ -291,7 +298,7 @@ void LinuxDriveSystem::EjectMedia(const QString& drivePath)
             ::umount2(QFile::encodeName(mount.MountPoint).constData(), 0);
     }
     const DeviceHandle handle(target.Path);
-    if (handle.IsOpen())
+    if (IsOpticalDrive(handle))
         ::ioctl(handle.Fd(), CDROMEJECT, 0);
 }
 
@@ -301,12 +308,12 @@ bool LinuxDriveSystem::EjectWithUDisks(const QString& device) const
     if (!bus.isConnected())
         return false;
     const QString canonical = QFileInfo(device).canonicalFilePath();
-    QVariantMap spec;
-    spec.insert(QStringLiteral("path"), canonical);
+    QVariantMap byPath;
+    byPath.insert(QStringLiteral("path"), canonical);
     const QDBusMessage resolved =
         CallUDisks(bus, QStringLiteral("/org/freedesktop/UDisks2/Manager"),
                    QStringLiteral("org.freedesktop.UDisks2.Manager"),
-                   QStringLiteral("ResolveDevice"), {spec, QVariantMap()});
+                   QStringLiteral("ResolveDevice"), {byPath, QVariantMap()});
     QString block;
     if (resolved.type() == QDBusMessage::ReplyMessage && !resolved.arguments().isEmpty()) {
         const auto paths = qdbus_cast<QList<QDBusObjectPath>>(resolved.arguments().first());

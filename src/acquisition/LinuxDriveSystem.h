@@ -6,8 +6,9 @@
 /// kernel types as CD/DVD (SCSI type 5, named sr*); a drive's path is the mount point of
 /// its medium, the device comes from /proc/self/mountinfo. The label and serial number
 /// are read from the device's bytes by VolumeReader, so they match what Windows shows.
-/// The tray is locked with CDROM_LOCKDOOR; eject goes through UDisks2 on the system bus
-/// (unmount, then eject), or without it through umount and the CDROMEJECT ioctl.
+/// The tray of an optical drive (and of nothing else) is locked with CDROM_LOCKDOOR;
+/// eject goes through UDisks2 on the system bus (unmount, then eject), or without it
+/// through umount and the CDROMEJECT ioctl.
 class LinuxDriveSystem final : public DriveSystem
 {
 public:

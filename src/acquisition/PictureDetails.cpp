@@ -23,9 +23,10 @@ constexpr long kExifUnitCentimetre = 3;
 // Marks a resolution the JPEG reader did not set (no real image has one dot per metre).
 constexpr int kUnsetDotsPerMetre = 1;
 
+// Rounded to a whole number; NULL unless that is at least 1.
 CNullable<int> PositiveRounded(double value)
 {
-    if (!(value > 0) || value > std::numeric_limits<int>::max())
+    if (!(value >= 0.5) || value > std::numeric_limits<int>::max())
         return {};
     return static_cast<int>(std::lround(value));
 }

@@ -146,7 +146,7 @@ std::vector<CliCommand> ReportCommands()
     return {
         {"report",
          "FILE OUT.html [--storage STORAGE] [--level 1|2|3|all] [--open]",
-         "writes the HTML report of every storage or of one (default: all storages, level 1)",
+         "writes the HTML report of the catalogue or of one storage",
          {{kStorage, 1}, {kLevel, 1}, {kOpen, 0}},
          2,
          2,

@@ -17,8 +17,8 @@ namespace {
 std::vector<CliCommand> AllCommands()
 {
     std::vector<CliCommand> all;
-    for (auto list : {CatalogueCommands(), AddCommands(), CategoryCommands(), DriveCommands(), ReportCommands(),
-                      SearchCommands(), SettingsCommands()})
+    for (auto list : {CatalogueCommands(), AddCommands(), CategoryCommands(), DriveCommands(),
+                      ReportCommands(), SearchCommands(), SettingsCommands()})
         all.insert(all.end(), list.begin(), list.end());
     return all;
 }

@@ -78,6 +78,14 @@ void CShelfwiseDoc::ReplaceWorkingCopy(const QString& source)
     FileCopy::CopyOver(source, m_workingCopyPath);
 }
 
+void CShelfwiseDoc::TuneWorkingCopy()
+{
+    // The working copy is disposable: Save copies it to the user's file, and a crash
+    // leaves that file untouched. So SQLite need not wait for the disk on every spill
+    // of a large addition's transaction.
+    m_db.Execute(QStringLiteral("PRAGMA synchronous = OFF"));
+}
+
 bool CShelfwiseDoc::OnNewDocument()
 {
     ReplaceWorkingCopy(m_templatePath);
@@ -85,6 +93,7 @@ bool CShelfwiseDoc::OnNewDocument()
     const bool opened = Guard([&] {
         ApplySortOrder();
         m_db.Open(m_workingCopyPath, true);
+        TuneWorkingCopy();
     });
     if (!opened || !CheckDatabaseVersion())
         return false;
@@ -109,6 +118,7 @@ bool CShelfwiseDoc::OnOpenDocument(const QString& path)
         ApplySortOrder();
         try {
             m_db.Open(m_workingCopyPath, false);
+            TuneWorkingCopy();
         } catch (const CSqliteWrapperError& error) {
             throw CSqliteWrapperError(error.what(), error.GetCode(), error.GetFile(),
                                       error.GetLine(), false);

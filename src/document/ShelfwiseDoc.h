@@ -127,6 +127,7 @@ signals:
 private:
     void ReportDatabaseError(const CSqliteWrapperError& error);
     void ReplaceWorkingCopy(const QString& source);
+    void TuneWorkingCopy();
     // Cancels and joins the scanner and the importer; they use the connection.
     void StopWorkers();
     // Marks the document changed and saves at once when AutosaveAfterUpdate is set.

@@ -1,58 +1,71 @@
 #include "sqlitewrapper/SqlText.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace SqlText {
 
 namespace {
 
-// Length of the conversion specifier that starts at pattern[pos] (just after '%'),
-// or 0 when the text there is no specifier this formatter knows.
-int SpecifierLength(const QString& pattern, int pos)
+// Length of the conversion specifier that starts at pos (just after '%'), or 0 when the
+// text there is no specifier this formatter knows.
+int SpecifierLength(QStringView pattern, qsizetype pos)
 {
     static const char* const specifiers[] = {"lld", "I64d", "lu", "s", "d", "c"};
+    const QStringView rest = pattern.mid(pos);
     for (const char* spec : specifiers) {
-        const int len = static_cast<int>(std::strlen(spec));
-        if (pattern.mid(pos, len) == QLatin1String(spec))
-            return len;
+        if (rest.startsWith(QLatin1String(spec)))
+            return static_cast<int>(std::strlen(spec));
     }
     return 0;
+}
+
+void AppendTwoDigits(QChar*& out, int value)
+{
+    value = std::max(0, value); // an invalid date or time reads as zeros
+    *out++ = QLatin1Char(static_cast<char>('0' + value / 10 % 10));
+    *out++ = QLatin1Char(static_cast<char>('0' + value % 10));
 }
 
 } // namespace
 
 QString Format(const QString& pattern, std::initializer_list<Arg> args)
 {
+    qsizetype extra = 0;
+    for (const Arg& arg : args)
+        extra += arg.text().size();
     QString out;
-    out.reserve(pattern.size() + 32);
+    out.reserve(pattern.size() + extra);
     auto next = args.begin();
-    const int size = static_cast<int>(pattern.size());
-    for (int i = 0; i < size; ++i) {
-        const QChar ch = pattern.at(i);
-        if (ch != QLatin1Char('%') || i + 1 >= size) {
-            out += ch;
+    const QStringView view(pattern);
+    const qsizetype size = view.size();
+    qsizetype copied = 0; // start of the literal text not yet appended
+    for (qsizetype i = 0; i + 1 < size; ++i) {
+        if (view[i] != QLatin1Char('%'))
             continue;
-        }
-        if (pattern.at(i + 1) == QLatin1Char('%')) {
-            out += QLatin1Char('%');
+        if (view[i + 1] == QLatin1Char('%')) {
+            out += view.mid(copied, i + 1 - copied);
+            copied = i + 2;
             ++i;
             continue;
         }
-        const int len = SpecifierLength(pattern, i + 1);
-        if (len == 0 || next == args.end()) {
-            out += ch;
+        const int len = SpecifierLength(view, i + 1);
+        if (len == 0 || next == args.end())
             continue;
-        }
+        out += view.mid(copied, i - copied);
         out += next->text();
         ++next;
         i += len;
+        copied = i + 1;
     }
+    out += view.mid(copied);
     return out;
 }
 
 QString Format(const char* pattern, std::initializer_list<Arg> args)
 {
-    return Format(QString::fromUtf8(pattern), args);
+    // Statement patterns are plain ASCII.
+    return Format(QString::fromLatin1(pattern), args);
 }
 
 QString QuoteSqlString(const QString& text)
@@ -68,8 +81,22 @@ QString FormatDateText(const QDateTime& time)
 {
     const QDate d = time.date();
     const QTime t = time.time();
-    return QString::asprintf("%04d-%02d-%02d %02d:%02d:%02d", d.year(), d.month(), d.day(),
-                             t.hour(), t.minute(), t.second());
+    // "YYYY-MM-DD HH:MM:SS", written by hand: this runs once or twice per catalogued file.
+    QString text(19, Qt::Uninitialized);
+    QChar* out = text.data();
+    AppendTwoDigits(out, d.year() / 100);
+    AppendTwoDigits(out, d.year());
+    *out++ = QLatin1Char('-');
+    AppendTwoDigits(out, d.month());
+    *out++ = QLatin1Char('-');
+    AppendTwoDigits(out, d.day());
+    *out++ = QLatin1Char(' ');
+    AppendTwoDigits(out, t.hour());
+    *out++ = QLatin1Char(':');
+    AppendTwoDigits(out, t.minute());
+    *out++ = QLatin1Char(':');
+    AppendTwoDigits(out, t.second());
+    return text;
 }
 
 QString FormatSqlDate(const QDateTime& time)

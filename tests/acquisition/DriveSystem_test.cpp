@@ -193,15 +193,15 @@ TEST(LinuxDriveSystem, PathsWithoutADiscReadAsEmptyAndLogLengthFailures)
 
 #endif // __linux__
 
-TEST(FakeDriveSystem, BuildsDrivesFromItsSpecification)
+TEST(FakeDriveSystem, BuildsDrivesFromTheirDescription)
 {
     QTemporaryDir dir;
     QDir(dir.path()).mkpath("disc");
     const QString image = MakeIso(dir, "IMAGEDISC");
-    const QString spec =
+    const QString described =
         QStringLiteral("%1|HOLIDAY|0x1234ABCD|700000000;empty;%2;%3")
             .arg(dir.filePath("disc"), image.isEmpty() ? "empty" : image, dir.filePath("missing"));
-    const auto drives = FakeDriveSystem::FromSpecification(spec);
+    const auto drives = FakeDriveSystem::FromDescription(described);
     const std::vector<OpticalDrive> list = drives->ListOpticalDrives();
     ASSERT_EQ(list.size(), 4u);
     EXPECT_EQ(list[0].Device, QStringLiteral("fake0"));
@@ -223,7 +223,7 @@ TEST(FakeDriveSystem, BuildsDrivesFromItsSpecification)
         EXPECT_EQ(drives->ReadVolumeInfo(image).Size, QFileInfo(image).size());
     }
 
-    EXPECT_TRUE(FakeDriveSystem::FromSpecification(QString())->ListOpticalDrives().empty());
+    EXPECT_TRUE(FakeDriveSystem::FromDescription(QString())->ListOpticalDrives().empty());
 }
 
 TEST(FakeDriveSystem, RecordsTrayCallsAndEjectTakesTheMediumOut)

@@ -59,8 +59,8 @@ TEST(DrivesCommand, ListsEachDriveWithItsVolumeOrNoMedium)
     QTemporaryDir settings;
     QTemporaryDir discs;
     QDir(discs.path()).mkpath("disc");
-    const QString spec = discs.filePath("disc") + "|Urlaub 2023|3735928559|1048576;empty";
-    const Output text = RunDrives(settings, &spec, false);
+    const QString described = discs.filePath("disc") + "|Urlaub 2023|3735928559|1048576;empty";
+    const Output text = RunDrives(settings, &described, false);
     EXPECT_EQ(text.status, 0);
     const QStringList lines = text.out.split('\n', Qt::SkipEmptyParts);
     ASSERT_EQ(lines.size(), 3);
@@ -69,7 +69,7 @@ TEST(DrivesCommand, ListsEachDriveWithItsVolumeOrNoMedium)
     EXPECT_EQ(lines[2], QStringLiteral("fake1\t\t0\t\t\t\t"));
 
     const QJsonArray rows =
-        QJsonDocument::fromJson(RunDrives(settings, &spec, true).out.toUtf8()).array();
+        QJsonDocument::fromJson(RunDrives(settings, &described, true).out.toUtf8()).array();
     ASSERT_EQ(rows.size(), 2);
     const QJsonObject disc = rows[0].toObject();
     EXPECT_EQ(disc["label"].toString(), QStringLiteral("Urlaub 2023"));

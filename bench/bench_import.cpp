@@ -1,0 +1,191 @@
+// Import speed and memory: cataloguing a real tree as a folder against a plain `find`
+// walk of the same tree in the same run, and the overlap of scanning and importing in
+// disc mode on a slow source.
+//
+//   bench_import [TREE]     (default /usr)
+#include "acquisition/AddLocationJob.h"
+#include "acquisition/FolderLister.h"
+#include "acquisition/Importer.h"
+#include "acquisition/SubunitsSearcher.h"
+#include "common/UserPrompter.h"
+#include "document/DataFiles.h"
+#include "document/ShelfwiseDoc.h"
+#include "settings/Settings.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QThread>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace {
+
+// Peak resident memory of this process in bytes, and its reset (Linux).
+qint64 PeakMemory()
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return 0;
+    for (const QByteArray& line : status.readAll().split('\n')) {
+        if (line.startsWith("VmHWM:"))
+            return line.mid(6).trimmed().split(' ').first().toLongLong() * 1024;
+    }
+    return 0;
+}
+
+void ResetPeakMemory()
+{
+    QFile clear(QStringLiteral("/proc/self/clear_refs"));
+    if (clear.open(QIODevice::WriteOnly))
+        clear.write("5");
+}
+
+double FindSeconds(const QString& tree, qint64* lines)
+{
+    QElapsedTimer timer;
+    timer.start();
+    QProcess find;
+    if (!lines)
+        find.setStandardOutputFile(QProcess::nullDevice());
+    find.start(QStringLiteral("find"),
+               {tree, QStringLiteral("-printf"), QStringLiteral("%s %T@ %p\\n")});
+    find.waitForFinished(-1);
+    if (lines)
+        *lines = find.readAllStandardOutput().count('\n');
+    return timer.nsecsElapsed() / 1e9;
+}
+
+// Adds path in the given mode; returns the seconds the job took.
+double Add(CShelfwiseDoc& doc, int storage, CAddLocationJob::Mode mode, const QString& path)
+{
+    CAddLocationJob job(doc);
+    QEventLoop loop;
+    QObject::connect(&job, &CAddLocationJob::finished, &loop, &QEventLoop::quit);
+    CAddLocationJob::Request request;
+    request.mode = mode;
+    request.path = path;
+    request.name = CAddLocationJob::NameFromPath(path);
+    request.storageId = storage;
+    request.discLabel = QStringLiteral("BENCH");
+    QElapsedTimer timer;
+    timer.start();
+    if (job.Start(request))
+        loop.exec();
+    return timer.nsecsElapsed() / 1e9;
+}
+
+// The platform's lister with a fixed delay before each folder: a slow disc.
+class SlowLister final : public FolderLister
+{
+public:
+    explicit SlowLister(int delayMs) : m_inner(CreatePlatformLister()), m_delayMs(delayMs) {}
+    int List(const QString& path, const OpenedCallback& opened, const EntryCallback& entry) override
+    {
+        QThread::msleep(static_cast<unsigned long>(m_delayMs));
+        return m_inner->List(path, opened, entry);
+    }
+
+private:
+    std::unique_ptr<FolderLister> m_inner;
+    int m_delayMs;
+};
+
+void MakeTree(const QString& root, int folders, int files)
+{
+    for (int d = 0; d < folders; ++d) {
+        const QString folder = QStringLiteral("%1/f%2").arg(root).arg(d);
+        QDir().mkpath(folder);
+        for (int f = 0; f < files; ++f) {
+            QFile file(QStringLiteral("%1/file%2.txt").arg(folder).arg(f));
+            file.open(QIODevice::WriteOnly);
+            file.write(QByteArray(f * 13 % 4000, 'x'));
+        }
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    const QString tree = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("/usr");
+    QTemporaryDir settings;
+    qputenv("SHELFWISE_SETTINGS_DIR", QFile::encodeName(settings.path()));
+    DataFiles::InstallMissing(QStringLiteral(SHELFWISE_DATA_DIR), SettingsFolder());
+    Settings::Instance();
+
+    // 1. The baseline: find over a warm cache, best of three.
+    qint64 entries = 0;
+    FindSeconds(tree, &entries);
+    double walk = 1e9;
+    for (int i = 0; i < 3; ++i)
+        walk = std::min(walk, FindSeconds(tree, nullptr));
+    entries -= 1; // find lists the root itself
+    std::printf("tree %s: %lld entries; find -printf walk: %.2f s\n", qPrintable(tree),
+                static_cast<long long>(entries), walk);
+
+    // 2. The import as a folder, media details off (the catalogue's own speed), then on.
+    for (const bool media : {false, true}) {
+        CShelfwiseDoc doc(true);
+        doc.OnNewDocument();
+        const int storage = doc.AddStorage(QStringLiteral("Bench"), QString());
+        if (!media)
+            doc.Importer().DisableMediaDetails();
+        ResetPeakMemory();
+        const qint64 before = PeakMemory();
+        const double seconds = Add(doc, storage, CAddLocationJob::Mode::Folder, tree);
+        const qint64 peak = PeakMemory() - before;
+        std::printf("import, media details %-3s: %.2f s, ratio to find %.2f, %.0f entries/s, "
+                    "peak memory +%.1f MB (%.0f bytes per entry)\n",
+                    media ? "on" : "off", seconds, seconds / walk, entries / seconds,
+                    peak / 1048576.0, static_cast<double>(peak) / std::max<qint64>(1, entries));
+    }
+
+    // 3. Disc mode on a slow source: scanning and importing overlap.
+    QTemporaryDir generated;
+    const int folders = 300;
+    MakeTree(generated.path(), folders, 40);
+    double importOnly = 0;
+    {
+        CShelfwiseDoc doc(true);
+        doc.OnNewDocument();
+        const int storage = doc.AddStorage(QStringLiteral("Fast"), QString());
+        doc.Importer().DisableMediaDetails();
+        importOnly = Add(doc, storage, CAddLocationJob::Mode::Folder, generated.path());
+    }
+    // A delay per folder that makes the walk about as long as the import.
+    const int delayMs = std::max(1, static_cast<int>(importOnly * 1000 / folders));
+    SlowLister slow(delayMs);
+    double scanOnly = 0;
+    {
+        SubunitsSearcher searcher(&slow);
+        QElapsedTimer timer;
+        timer.start();
+        searcher.Start(generated.path(), nullptr, true);
+        searcher.Wait();
+        scanOnly = timer.nsecsElapsed() / 1e9;
+    }
+    double sequential = 0;
+    double concurrent = 0;
+    for (const auto mode : {CAddLocationJob::Mode::Folder, CAddLocationJob::Mode::Disc}) {
+        CShelfwiseDoc doc(true);
+        doc.OnNewDocument();
+        const int storage = doc.AddStorage(QStringLiteral("Slow"), QString());
+        doc.Importer().DisableMediaDetails();
+        doc.SetFolderLister(&slow);
+        const double seconds = Add(doc, storage, mode, generated.path());
+        (mode == CAddLocationJob::Mode::Folder ? sequential : concurrent) = seconds;
+    }
+    std::printf("slow source (%d ms per folder, %d folders): scan alone %.2f s, import alone "
+                "%.2f s; folder mode (walk, then import) %.2f s; disc mode %.2f s = %.2f x the "
+                "slower of the two, %.2f x their sum\n",
+                delayMs, folders, scanOnly, importOnly, sequential, concurrent,
+                concurrent / std::max(scanOnly, importOnly), concurrent / (scanOnly + importOnly));
+    return 0;
+}
