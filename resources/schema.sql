@@ -47,12 +47,12 @@ CREATE TABLE Units (
     UnitInfoID INTEGER
 );
 
--- A folder's children, a storage's top units (ParentUnitID IS NULL), a storage's
--- whole listing, the disc of a DiscInfo row, and the files of a category.
+-- Every insert of an import updates each index, so there are few: a folder's children
+-- (and, through ParentUnitID IS NULL, a storage's top units), and the disc of a
+-- DiscInfo row, which only top units carry. Whole-storage statements (delete a
+-- storage, the report) read the table once anyway.
 CREATE INDEX UnitsByParent ON Units (ParentUnitID, UnitType);
-CREATE INDEX UnitsByStorage ON Units (StorageID, ParentUnitID);
-CREATE INDEX UnitsByDiscInfo ON Units (DiscInfoID);
-CREATE INDEX UnitsByCategory ON Units (CategoryID);
+CREATE INDEX UnitsByDiscInfo ON Units (DiscInfoID) WHERE DiscInfoID IS NOT NULL;
 
 CREATE INDEX DiscInfoBySerial ON DiscInfo (SerialNumber);
 

@@ -4,6 +4,8 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QMimeDatabase>
+#include <QMimeType>
 #include <QSet>
 
 #include <taglib/audioproperties.h>
@@ -118,11 +120,23 @@ bool TagLibKnowsExtension(const QString& path)
     return known.contains(QFileInfo(path).suffix().toLower());
 }
 
+// TagLib's MPEG reader looks for the first audio frame through the whole file, at a few
+// megabytes a second, so a large file that only bears an audio name (text, zeros, a
+// download never finished) would hold the import up for seconds. Qt's MIME magic looks
+// at the first bytes only; what it finds to be text, empty or of no known kind goes to
+// MediaInfoLib, which gives up on such content quickly.
+bool ContentMayBeAudio(const QString& path)
+{
+    const QMimeType type = QMimeDatabase().mimeTypeForFile(path, QMimeDatabase::MatchContent);
+    return !type.isDefault() && !type.inherits(QStringLiteral("text/plain")) &&
+           type.name() != QLatin1String("application/x-zerosize");
+}
+
 // Audio properties and tags as TagLib reads them; false when TagLib does not know the
 // format or finds no audio in the file.
 bool ReadMusicWithTagLib(const QString& path, MusicInfo& music)
 {
-    if (!TagLibKnowsExtension(path))
+    if (!TagLibKnowsExtension(path) || !ContentMayBeAudio(path))
         return false;
     const TagLib::FileRef ref = OpenWithTagLib(path);
     if (ref.isNull() || !ref.file()->isValid())

@@ -8,6 +8,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QLoggingCategory>
 
 #include <cstdio>
 #include <stdexcept>
@@ -70,6 +71,9 @@ int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("shelfwise-cli"));
+    // Image decoders complain on stderr about harmless oddities of catalogued
+    // pictures; a script reading stderr wants only the program's own messages.
+    QLoggingCategory::setFilterRules(QStringLiteral("qt.gui.imageio*=false"));
     const std::vector<CliCommand> commands = AllCommands();
 
     // Global options may stand before or after the command name.

@@ -327,6 +327,7 @@ TEST_F(MediaDetails, UnreadableFilesAndOtherCategoriesGiveNoRecord)
         {WriteFile("cut.mp4", clip.read(clip.size() / 2)), CategoryIds::Film},
         {WriteFile("note.mkv", text), CategoryIds::Film},
         {WriteFile("note.mp3", text), CategoryIds::Music},
+        {WriteFile("zeros.mp3", QByteArray(1 << 20, '\0')), CategoryIds::Music},
         {WriteFile("note.png", text), CategoryIds::Picture},
         {WriteFile("empty.jpg", QByteArray()), CategoryIds::Picture},
         {WriteFile("empty.mp4", QByteArray()), CategoryIds::Film},
