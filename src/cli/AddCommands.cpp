@@ -3,6 +3,7 @@
 #include "acquisition/AddLocationJob.h"
 #include "acquisition/DiscNames.h"
 #include "acquisition/DriveSystem.h"
+#include "acquisition/IsoImageFolderLister.h"
 #include "acquisition/VolumeInfoWorker.h"
 #include "cli/CliContext.h"
 #include "cli/Interrupt.h"
@@ -177,6 +178,12 @@ int AddDisc(CliContext& ctx)
     request.autoEject = ctx.Args.Has(QStringLiteral("--eject")) || Settings::Instance().AutoEject;
     if (!FillRequest(ctx, request))
         return ExitStatus::Error;
+    // A disc image is listed from inside the file; the lister outlives the job.
+    std::unique_ptr<IsoImageFolderLister> imageLister;
+    if (QFileInfo(drive).isFile()) {
+        imageLister = std::make_unique<IsoImageFolderLister>(drive);
+        ctx.Doc().SetFolderLister(imageLister.get());
+    }
     CAddLocationJob job(ctx.Doc());
     job.SetDriveSystem(drives.get());
     const std::vector<int> duplicates =

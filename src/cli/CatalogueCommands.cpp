@@ -158,20 +158,28 @@ int Show(CliContext& ctx)
     return ExitStatus::Success;
 }
 
-int Rename(CliContext& ctx)
+// The start of rename and notes: FILE (STORAGE | --unit ID) TEXT, the catalogue opened
+// for an edit and the target resolved. Returns -1 to go on, else the exit status.
+int OpenEditTarget(CliContext& ctx, const char* usage, int& id, bool& isStorage)
 {
     const QStringList& args = ctx.Args.Positionals();
-    const bool byUnit = ctx.Args.Has(kUnit);
-    if (args.size() != (byUnit ? 2 : 3))
-        return ctx.UsageError(QStringLiteral("rename FILE (STORAGE | --unit ID) NEWNAME"));
+    if (args.size() != (ctx.Args.Has(kUnit) ? 2 : 3))
+        return ctx.UsageError(QString::fromLatin1(usage));
     if (!ctx.OpenCatalogue(args.at(0), true))
         return ExitStatus::Error;
+    UnitListItem unit;
+    return ResolveTarget(ctx, 1, id, isStorage, unit) ? -1 : ExitStatus::Error;
+}
+
+int Rename(CliContext& ctx)
+{
     int id = 0;
     bool isStorage = true;
-    UnitListItem unit;
-    if (!ResolveTarget(ctx, 1, id, isStorage, unit))
-        return ExitStatus::Error;
-    const QString name = args.last();
+    const int status =
+        OpenEditTarget(ctx, "rename FILE (STORAGE | --unit ID) NEWNAME", id, isStorage);
+    if (status >= 0)
+        return status;
+    const QString name = ctx.Args.Positionals().last();
     if (isStorage) {
         const QString problem = StorageNameProblem(ctx, name, id);
         if (!problem.isEmpty())
@@ -185,18 +193,12 @@ int Rename(CliContext& ctx)
 
 int Notes(CliContext& ctx)
 {
-    const QStringList& args = ctx.Args.Positionals();
-    const bool byUnit = ctx.Args.Has(kUnit);
-    if (args.size() != (byUnit ? 2 : 3))
-        return ctx.UsageError(QStringLiteral("notes FILE (STORAGE | --unit ID) TEXT"));
-    if (!ctx.OpenCatalogue(args.at(0), true))
-        return ExitStatus::Error;
     int id = 0;
     bool isStorage = true;
-    UnitListItem unit;
-    if (!ResolveTarget(ctx, 1, id, isStorage, unit))
-        return ExitStatus::Error;
-    const QString text = args.last();
+    const int status = OpenEditTarget(ctx, "notes FILE (STORAGE | --unit ID) TEXT", id, isStorage);
+    if (status >= 0)
+        return status;
+    const QString text = ctx.Args.Positionals().last();
     return ctx.Finish(isStorage ? ctx.Doc().UpdateStorageNotes(id, text)
                                 : ctx.Doc().SetUnitNotes(id, text));
 }

@@ -97,14 +97,19 @@ bool CShelfwiseDoc::OnNewDocument()
     });
     if (!opened || !CheckDatabaseVersion())
         return false;
+    FinishLoading();
+    m_bChanged = false;
+    return true;
+}
+
+void CShelfwiseDoc::FinishLoading()
+{
     m_fallbackCategoryId = CategoryIds::General;
     emit cataloguePathChanged(m_cataloguePath);
     ReloadStorages();
     SelectedId = -1;
     SelectedIsStorage = false;
-    m_bChanged = false;
     m_loaded = true;
-    return true;
 }
 
 bool CShelfwiseDoc::OnOpenDocument(const QString& path)
@@ -126,12 +131,7 @@ bool CShelfwiseDoc::OnOpenDocument(const QString& path)
     });
     if (!opened || !CheckDatabaseVersion())
         return false;
-    m_fallbackCategoryId = CategoryIds::General;
-    emit cataloguePathChanged(m_cataloguePath);
-    ReloadStorages();
-    SelectedId = -1;
-    SelectedIsStorage = false;
-    m_loaded = true;
+    FinishLoading();
     return true;
 }
 

@@ -128,6 +128,8 @@ private:
     void ReportDatabaseError(const CSqliteWrapperError& error);
     void ReplaceWorkingCopy(const QString& source);
     void TuneWorkingCopy();
+    // The common end of New and Open: caches, selection, the path shown.
+    void FinishLoading();
     // Cancels and joins the scanner and the importer; they use the connection.
     void StopWorkers();
     // Marks the document changed and saves at once when AutosaveAfterUpdate is set.

@@ -13,9 +13,9 @@ int SpecifierLength(QStringView pattern, qsizetype pos)
 {
     static const char* const specifiers[] = {"lld", "I64d", "lu", "s", "d", "c"};
     const QStringView rest = pattern.mid(pos);
-    for (const char* spec : specifiers) {
-        if (rest.startsWith(QLatin1String(spec)))
-            return static_cast<int>(std::strlen(spec));
+    for (const char* specifier : specifiers) {
+        if (rest.startsWith(QLatin1String(specifier)))
+            return static_cast<int>(std::strlen(specifier));
     }
     return 0;
 }
