@@ -32,7 +32,12 @@ constexpr Qt::CaseSensitivity kPathCase = Qt::CaseInsensitive;
 #else
 constexpr int kNotFound = ENOENT;
 constexpr int kAccessDenied = EACCES;
+// "Wrong medium type" says more than "Invalid argument" where the system has it.
+#ifdef EMEDIUMTYPE
+constexpr int kNotAnImage = EMEDIUMTYPE;
+#else
 constexpr int kNotAnImage = EINVAL;
+#endif
 constexpr int kDamaged = EIO;
 constexpr int kNotAFolder = ENOTDIR;
 constexpr Qt::CaseSensitivity kPathCase = Qt::CaseSensitive;
@@ -41,7 +46,9 @@ constexpr Qt::CaseSensitivity kPathCase = Qt::CaseSensitive;
 // libcdio's own handler writes warnings to stdout, where the command line prints its
 // tables, and ends the process on an error message. The lister reports a damaged image
 // through its return codes instead.
-void IgnoreLibraryMessage(cdio_log_level_t, const char*) {}
+void IgnoreLibraryMessage(cdio_log_level_t, const char*)
+{
+}
 
 void SilenceLibrary()
 {
@@ -72,7 +79,8 @@ qint64 UtcMilliseconds(int year, int month, int day, int hour, int minute, int s
 {
     const QDate date(year, month, day);
     const QTime time(hour, minute, second);
-    if (!date.isValid() || !time.isValid())
+    // Year 0 is how the long form says "no time".
+    if (year < 1 || !date.isValid() || !time.isValid())
         return FindData::kNoTime;
     return QDateTime(date, time, Qt::UTC).toMSecsSinceEpoch() - offsetMinutes * 60000LL;
 }
@@ -111,6 +119,8 @@ qint64 RockRidgeTime(const iso_rock_time_t& stamp)
 // time, with the daylight-saving flag set: mktime turns it back into the same instant.
 qint64 RecordTime(const struct tm& local)
 {
+    if (local.tm_mday == 0) // a record libcdio could not read
+        return FindData::kNoTime;
     struct tm copy = local;
     const time_t seconds = std::mktime(&copy);
     return seconds == static_cast<time_t>(-1) ? FindData::kNoTime
@@ -238,8 +248,8 @@ int IsoImageFolderLister::OpenImage()
         return kNotAnImage;
     bool rockRidge = false;
     if (const FileList root{iso9660_ifs_readdir(image->Handle, "/")}) {
-        CdioListNode_t* node = nullptr;
-        _CDIO_LIST_FOREACH (node, root.get()) {
+        for (CdioListNode_t* node = _cdio_list_begin(root.get()); node;
+             node = _cdio_list_node_next(node)) {
             const auto* stat = static_cast<const iso9660_stat_t*>(_cdio_list_node_data(node));
             rockRidge = rockRidge || (stat && stat->rr.b3_rock == yep);
         }
@@ -253,8 +263,8 @@ int IsoImageFolderLister::OpenImage()
             static_cast<iso_extension_mask_t>(ISO_EXTENSION_JOLIET | ISO_EXTENSION_ROCK_RIDGE));
         if (!image->Handle)
             return kNotAnImage;
-        m_naming = iso9660_ifs_get_joliet_level(image->Handle) > 0 ? Naming::Joliet
-                                                                   : Naming::Iso9660;
+        m_naming =
+            iso9660_ifs_get_joliet_level(image->Handle) > 0 ? Naming::Joliet : Naming::Iso9660;
     }
     m_image = std::move(image);
     return 0;
@@ -322,8 +332,8 @@ int IsoImageFolderLister::ReadDirectory(const QByteArray& inside, Directory* dir
         return kDamaged;
     directory->Lsn = static_cast<quint32>(self->lsn);
 
-    CdioListNode_t* node = nullptr;
-    _CDIO_LIST_FOREACH (node, list.get()) {
+    for (CdioListNode_t* node = _cdio_list_begin(list.get()); node;
+         node = _cdio_list_node_next(node)) {
         const auto* stat = static_cast<const iso9660_stat_t*>(_cdio_list_node_data(node));
         if (!stat)
             continue;

@@ -23,11 +23,15 @@
 // modification and creation times when recorded, else the directory record's time;
 // both carry their own offset from UTC, and FindData gets UTC. A folder's identity is
 // the logical sector where its directory begins, so a damaged image whose folders point
-// back at an ancestor cannot make the scanner go round.
+// back at an ancestor cannot make the scanner go round. A Rock Ridge symbolic link is
+// listed as the file it is on the disc, not followed: its target may lie outside the
+// image.
 //
 // Errors are errno values (Windows error codes on Windows): a missing image or folder,
 // an image that cannot be opened, an image without an ISO 9660 volume (a UDF-only image
-// among them), a directory that cannot be read. Nothing is given then.
+// among them), a directory that cannot be read. Nothing is given then. libcdio's log
+// goes quiet for the whole process on first use: its default handler writes to stdout
+// and exits on errors.
 class IsoImageFolderLister final : public FolderLister
 {
 public:

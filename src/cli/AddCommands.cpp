@@ -210,7 +210,8 @@ std::vector<CliCommand> AddCommands()
         {"add-disc",
          "FILE STORAGE DRIVE [--name NAME] [--notes TEXT] [--category CATEGORY] [--force] "
          "[--eject]",
-         "catalogues the disc in DRIVE (its mount point); refuses a duplicate unless --force",
+         "catalogues the disc in DRIVE (its mount point, or a disc image file); refuses a "
+         "duplicate unless --force",
          {{kNotes, 1},
           {kCategory, 1},
           {QStringLiteral("--name"), 1},
