@@ -18,6 +18,7 @@
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFile>
+#include <QLoggingCategory>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QThread>
@@ -137,6 +138,7 @@ int ImportOnce(const QString& tree, bool media, qint64 entries, double walk)
 int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
+    QLoggingCategory::setFilterRules(QStringLiteral("qt.gui.imageio*=false"));
     const QString tree = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("/usr");
     QTemporaryDir settings;
     qputenv("SHELFWISE_SETTINGS_DIR", QFile::encodeName(settings.path()));

@@ -85,13 +85,7 @@ int AddStorage(CliContext& ctx)
     if (!problem.isEmpty())
         return ctx.Fail(problem);
     const int id = ctx.Doc().AddStorage(name, ctx.Args.Value(kNotes));
-    const int status = ctx.Finish(id != 0);
-    if (status == ExitStatus::Success) {
-        Table table({"id", "name"});
-        table.AddRow({id, name});
-        table.Print(ctx.Json);
-    }
-    return status;
+    return ctx.FinishAdding(id, name);
 }
 
 int List(CliContext& ctx)

@@ -42,13 +42,7 @@ int AddCategory(CliContext& ctx)
     if (name.trimmed().isEmpty())
         return ctx.Fail(QStringLiteral("A category needs a name."));
     const int id = ctx.Doc().AddCategory(name);
-    const int status = ctx.Finish(id != 0);
-    if (status == ExitStatus::Success) {
-        Table table({"id", "name"});
-        table.AddRow({id, name});
-        table.Print(ctx.Json);
-    }
-    return status;
+    return ctx.FinishAdding(id, name);
 }
 
 int DeleteCategory(CliContext& ctx)

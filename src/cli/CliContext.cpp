@@ -1,5 +1,6 @@
 #include "cli/CliContext.h"
 
+#include "cli/Table.h"
 #include "errorlog/ErrorLog.h"
 
 #include <QFileInfo>
@@ -79,6 +80,17 @@ int CliContext::Finish(bool succeeded)
     if (!succeeded || m_prompter.CloseRequested())
         return ExitStatus::Error;
     return SaveCatalogue() ? ExitStatus::Success : ExitStatus::Error;
+}
+
+int CliContext::FinishAdding(int id, const QString& name)
+{
+    const int status = Finish(id != 0);
+    if (status == ExitStatus::Success) {
+        Table table({"id", "name"});
+        table.AddRow({id, name});
+        table.Print(Json);
+    }
+    return status;
 }
 
 bool CliContext::ResolveStorage(const QString& text, int& storageId)

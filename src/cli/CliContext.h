@@ -38,6 +38,8 @@ public:
     bool SaveCatalogue();
     // Saves when the operation succeeded and returns the exit status.
     int Finish(bool succeeded);
+    // Finish for a command that added a row (id 0: it failed); prints its id and name.
+    int FinishAdding(int id, const QString& name);
 
     // Reports an error the way the window does (logged and shown); returns 1.
     int Fail(const QString& message);

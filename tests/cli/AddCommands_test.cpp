@@ -1,6 +1,8 @@
 // add-folder, add-file and add-disc through the real program.
 #include "TestCatalogue.h"
 
+#include "cli/CliProcess.h"
+
 #include "sqlitewrapper/RowMappers.h"
 
 #include <QDir>
@@ -26,32 +28,19 @@ protected:
         EXPECT_EQ(Run({"add-storage", m_catalogue, "Shelf"}).status, 0);
     }
 
-    struct Result
-    {
-        int status = -1;
-        QString out;
-        QString err;
-    };
+    using Result = CliResult;
 
-    void Prepare(QProcess& process, const QString& fakeDrives = QString())
+    QProcessEnvironment Environment(const QString& fakeDrives = QString())
     {
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("SHELFWISE_SETTINGS_DIR"), m_settings.path());
+        QProcessEnvironment env = CliEnvironment(m_settings.path());
         env.insert(QStringLiteral("SHELFWISE_FAKE_DRIVES"), fakeDrives);
         env.insert(QStringLiteral("SHELFWISE_FAKE_DRIVES_LOG"), m_dir.filePath("drives.log"));
-        process.setProcessEnvironment(env);
+        return env;
     }
 
     Result Run(const QStringList& arguments, const QString& fakeDrives = QString())
     {
-        QProcess process;
-        Prepare(process, fakeDrives);
-        process.start(QStringLiteral(SHELFWISE_CLI), arguments);
-        process.closeWriteChannel();
-        process.waitForFinished(120000);
-        return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-                QString::fromUtf8(process.readAllStandardOutput()),
-                QString::fromUtf8(process.readAllStandardError())};
+        return RunCli(arguments, Environment(fakeDrives));
     }
 
     qint64 Number(const QString& sql)
@@ -157,8 +146,7 @@ TEST_F(AddCommands, CtrlCRollsBackAndExits130)
     const QString root = m_dir.filePath(QStringLiteral("big"));
     MakeTree(root, 200, 100);
     QProcess process;
-    Prepare(process);
-    process.start(QStringLiteral(SHELFWISE_CLI), {"add-folder", m_catalogue, "Shelf", root});
+    StartCli(process, {"add-folder", m_catalogue, "Shelf", root}, Environment());
     ASSERT_TRUE(process.waitForStarted());
     // Interrupt once the working copy exists, that is, once the catalogue is open.
     for (int i = 0; i < 500; ++i) {

@@ -1,5 +1,6 @@
 // add-disc with a disc image file: the image is catalogued from inside, unmounted.
 #include "acquisition/VolumeReader.h"
+#include "cli/CliProcess.h"
 #include "sqlitewrapper/RowMappers.h"
 #include "sqlitewrapper/SqliteWrapper.h"
 
@@ -22,19 +23,13 @@ protected:
     // system reads the image.
     int Run(const QStringList& arguments, const QString& fakeDrives = QString())
     {
-        QProcess process;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("SHELFWISE_SETTINGS_DIR"), m_settings.path());
+        QProcessEnvironment env = CliEnvironment(m_settings.path());
         env.insert(QStringLiteral("TZ"), QStringLiteral("UTC"));
-        env.remove(QStringLiteral("SHELFWISE_FAKE_DRIVES"));
         if (!fakeDrives.isEmpty())
             env.insert(QStringLiteral("SHELFWISE_FAKE_DRIVES"), fakeDrives);
-        process.setProcessEnvironment(env);
-        process.setWorkingDirectory(m_dir.path());
-        process.start(QStringLiteral(SHELFWISE_CLI), arguments);
-        process.waitForFinished(120000);
-        m_errors = QString::fromUtf8(process.readAllStandardError());
-        return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+        const CliResult result = RunCli(arguments, env, m_dir.path());
+        m_errors = result.err;
+        return result.status;
     }
 
     QStringList Rows(const QString& sql)

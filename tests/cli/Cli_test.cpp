@@ -1,6 +1,8 @@
 // shelfwise-cli end to end: the real program on real catalogue files.
 #include "TestCatalogue.h"
 
+#include "cli/CliProcess.h"
+
 #include "sqlitewrapper/RowMappers.h"
 
 #include <QFile>
@@ -17,25 +19,11 @@ namespace {
 class Cli : public ::testing::Test
 {
 protected:
-    struct Result
-    {
-        int status = -1;
-        QString out;
-        QString err;
-    };
+    using Result = CliResult;
 
     Result Run(const QStringList& arguments)
     {
-        QProcess process;
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("SHELFWISE_SETTINGS_DIR"), m_settings.path());
-        process.setProcessEnvironment(env);
-        process.start(QStringLiteral(SHELFWISE_CLI), arguments);
-        process.closeWriteChannel();
-        process.waitForFinished(60000);
-        return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-                QString::fromUtf8(process.readAllStandardOutput()),
-                QString::fromUtf8(process.readAllStandardError())};
+        return RunCli(arguments, CliEnvironment(m_settings.path()));
     }
 
     QString Path(const char* name) const { return m_dir.filePath(QString::fromLatin1(name)); }

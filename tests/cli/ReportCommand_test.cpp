@@ -1,6 +1,8 @@
 // shelfwise-cli report end to end: the real program writing real pages.
 #include "TestCatalogue.h"
 
+#include "cli/CliProcess.h"
+
 #include <QDir>
 #include <QFile>
 #include <QProcess>
@@ -32,13 +34,10 @@ protected:
 
     void Prepare(QProcess& process, const QStringList& arguments)
     {
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("SHELFWISE_SETTINGS_DIR"), m_settings.path());
+        QProcessEnvironment env = CliEnvironment(m_settings.path());
         for (auto it = m_extraEnv.cbegin(); it != m_extraEnv.cend(); ++it)
             env.insert(it.key(), it.value());
-        process.setProcessEnvironment(env);
-        process.start(QStringLiteral(SHELFWISE_CLI), arguments);
-        process.closeWriteChannel();
+        StartCli(process, arguments, env);
     }
 
     Result Run(const QStringList& arguments)
