@@ -160,13 +160,7 @@ bool CImporter::ImportRecord(const SubunitInfo& record)
             CNullable<int> unitInfoId;
             if (m_mediaReader && category >= CategoryIds::Film &&
                 category <= CategoryIds::Picture) {
-                const MediaRecord media = m_mediaReader->Read(record.Path(), category);
-                if (media.kind == MediaRecord::Kind::Film)
-                    unitInfoId = m_db.AddFilmInfo(media.film);
-                else if (media.kind == MediaRecord::Kind::Music)
-                    unitInfoId = m_db.AddMusicInfo(media.music);
-                else if (media.kind == MediaRecord::Kind::Picture)
-                    unitInfoId = m_db.AddPictureInfo(media.picture);
+                unitInfoId = AddMediaRow(m_db, m_mediaReader->Read(record.Path(), category));
             }
             // Where the file system keeps no creation time, the last write is the
             // closest thing to it.

@@ -38,3 +38,9 @@ public:
 /// readers). Cheap to create; the libraries' process-wide set-up happens once, on the
 /// first reader made.
 std::unique_ptr<MediaDetailsReader> CreateMediaDetailsReader();
+
+class CSqliteWrapper;
+
+/// Writes the record's row into the media table of its kind and returns its id, to be
+/// the unit's UnitInfoID; NULL for Kind::None. Raises CSqliteWrapperError.
+CNullable<int> AddMediaRow(CSqliteWrapper& db, const MediaRecord& media);

@@ -97,13 +97,7 @@ bool CShelfwiseDoc::AddLocation(QObject* notify, bool isDisc, const QString& nam
                 category = m_db.CategoryForFile(info.fileName());
             // A single media file gets its details as it would inside a folder.
             if (category >= CategoryIds::Film && category <= CategoryIds::Picture) {
-                const MediaRecord media = CreateMediaDetailsReader()->Read(path, category);
-                if (media.kind == MediaRecord::Kind::Film)
-                    unitInfoId = m_db.AddFilmInfo(media.film);
-                else if (media.kind == MediaRecord::Kind::Music)
-                    unitInfoId = m_db.AddMusicInfo(media.music);
-                else if (media.kind == MediaRecord::Kind::Picture)
-                    unitInfoId = m_db.AddPictureInfo(media.picture);
+                unitInfoId = AddMediaRow(m_db, CreateMediaDetailsReader()->Read(path, category));
             }
         }
         m_lastAddedUnitId =
