@@ -66,9 +66,13 @@ double FindSeconds(const QString& tree, qint64* lines)
 }
 
 // Adds path in the given mode; returns the seconds the job took.
-double Add(CShelfwiseDoc& doc, int storage, CAddLocationJob::Mode mode, const QString& path)
+double Add(CShelfwiseDoc& doc, int storage, CAddLocationJob::Mode mode, const QString& path,
+           bool media, FolderLister* lister = nullptr)
 {
     CAddLocationJob job(doc);
+    if (!media)
+        job.Importer().DisableMediaDetails();
+    job.SetFolderLister(lister);
     QEventLoop loop;
     QObject::connect(&job, &CAddLocationJob::finished, &loop, &QEventLoop::quit);
     CAddLocationJob::Request request;
@@ -120,11 +124,9 @@ int ImportOnce(const QString& tree, bool media, qint64 entries, double walk)
     CShelfwiseDoc doc(true);
     doc.OnNewDocument();
     const int storage = doc.AddStorage(QStringLiteral("Bench"), QString());
-    if (!media)
-        doc.Importer().DisableMediaDetails();
     ResetPeakMemory();
     const qint64 emptyProgram = PeakMemory();
-    const double seconds = Add(doc, storage, CAddLocationJob::Mode::Folder, tree);
+    const double seconds = Add(doc, storage, CAddLocationJob::Mode::Folder, tree, media);
     const qint64 peak = PeakMemory() - emptyProgram;
     std::printf("import, media details %-3s: %.2f s, ratio to find %.2f, %.0f entries/s, peak "
                 "memory +%.1f MB (%.0f bytes per entry)\n",
@@ -223,8 +225,7 @@ int main(int argc, char** argv)
         CShelfwiseDoc doc(true);
         doc.OnNewDocument();
         const int storage = doc.AddStorage(QStringLiteral("Fast"), QString());
-        doc.Importer().DisableMediaDetails();
-        importOnly = Add(doc, storage, CAddLocationJob::Mode::Folder, generated.path());
+        importOnly = Add(doc, storage, CAddLocationJob::Mode::Folder, generated.path(), false);
     }
     // A delay per folder that makes the walk about as long as the import.
     const int delayMs = std::max(1, static_cast<int>(importOnly * 1000 / folders));
@@ -244,9 +245,7 @@ int main(int argc, char** argv)
         CShelfwiseDoc doc(true);
         doc.OnNewDocument();
         const int storage = doc.AddStorage(QStringLiteral("Slow"), QString());
-        doc.Importer().DisableMediaDetails();
-        doc.SetFolderLister(&slow);
-        const double seconds = Add(doc, storage, mode, generated.path());
+        const double seconds = Add(doc, storage, mode, generated.path(), false, &slow);
         (mode == CAddLocationJob::Mode::Folder ? sequential : concurrent) = seconds;
     }
     std::printf("slow source (%d ms per folder, %d folders): scan alone %.2f s, import alone "

@@ -2,6 +2,7 @@
 
 #include "acquisition/DriveSystem.h"
 #include "acquisition/Importer.h"
+#include "acquisition/MediaDetails.h"
 #include "acquisition/SubunitsSearcher.h"
 #include "common/Strings.h"
 #include "common/UserPrompter.h"
@@ -9,9 +10,35 @@
 #include "document/ShelfwiseDoc.h"
 #include "settings/Settings.h"
 
+#include <QDateTime>
+#include <QFile>
 #include <QFileInfo>
 
 #include <algorithm>
+
+namespace {
+
+struct FileFacts
+{
+    qint64 size = 0;
+    QDateTime created;
+    QDateTime modified;
+};
+
+// Opens the file for reading and takes its size and times; false when any step fails.
+bool ReadFileFacts(const QString& path, FileFacts& facts)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    const QFileInfo info(path);
+    facts.size = file.size();
+    facts.modified = info.lastModified();
+    facts.created = info.birthTime().isValid() ? info.birthTime() : facts.modified;
+    return facts.modified.isValid();
+}
+
+} // namespace
 
 CAddLocationJob::CAddLocationJob(CShelfwiseDoc& doc, QObject* parent) : QObject(parent), m_doc(doc)
 {
@@ -24,6 +51,91 @@ CAddLocationJob::~CAddLocationJob()
         StopWorkers();
         if (m_adding)
             m_doc.RollbackAdd();
+    }
+}
+
+void CAddLocationJob::SetFolderLister(FolderLister* lister)
+{
+    if (m_searcher) {
+        m_searcher->Cancel();
+        m_searcher->Wait();
+        m_searcher.reset();
+    }
+    m_folderLister = lister;
+}
+
+SubunitsSearcher& CAddLocationJob::Searcher()
+{
+    if (!m_searcher)
+        m_searcher = std::make_unique<SubunitsSearcher>(m_folderLister);
+    return *m_searcher;
+}
+
+CImporter& CAddLocationJob::Importer()
+{
+    if (!m_importer)
+        m_importer = std::make_unique<CImporter>(m_doc.Database());
+    return *m_importer;
+}
+
+bool CAddLocationJob::AddLocation(bool isDisc, quint64 totalSize)
+{
+    const Request& r = m_request;
+    const QFileInfo info(r.path);
+    const UnitKind kind = isDisc                            ? UnitKind::Disc
+                          : (info.exists() && info.isDir()) ? UnitKind::Folder
+                                                            : UnitKind::File;
+    CSqliteWrapper& db = m_doc.Database();
+    FileFacts facts;
+    bool fileFailed = false;
+    int unitId = 0;
+    const bool started = m_doc.Guard([&] {
+        db.Execute(QStringLiteral("BEGIN TRANSACTION"));
+        const int discInfoId = isDisc ? db.AddDiscInfo(r.discLabel, r.discSerial, r.discSize) : 0;
+        int category = r.categorise ? CategoryIds::General : r.fixedCategory;
+        CNullable<int> unitInfoId;
+        if (kind == UnitKind::File) {
+            if (!ReadFileFacts(r.path, facts)) {
+                fileFailed = true;
+                db.Execute(QStringLiteral("ROLLBACK TRANSACTION"));
+                return;
+            }
+            if (r.categorise)
+                category = db.CategoryForFile(info.fileName());
+            // A single media file gets its details as it would inside a folder.
+            if (category >= CategoryIds::Film && category <= CategoryIds::Picture)
+                unitInfoId = AddMediaRow(db, CreateMediaDetailsReader()->Read(r.path, category));
+        }
+        unitId = db.AddUnit(kind, r.name, r.notes, category, r.storageId, 0, unitInfoId, facts.size,
+                            facts.created, facts.modified, discInfoId, true);
+        m_doc.SetLastAdded(r.storageId, unitId);
+    });
+    if (fileFailed) {
+        UserPrompter::Current().ShowMessage(Strings::IDS_ADD_FILE_FAILED,
+                                            UserPrompter::Icon::Error);
+        return false;
+    }
+    if (!started)
+        return false;
+
+    switch (kind) {
+    case UnitKind::Disc:
+        Searcher().Start(r.path, this, false);
+        Importer().StartImport(this, r.categorise, r.fixedCategory, r.storageId, unitId, totalSize);
+        return true;
+    case UnitKind::Folder:
+        Importer().StartImport(this, r.categorise, r.fixedCategory, r.storageId, unitId, totalSize);
+        return true;
+    default:
+        if (!m_doc.Guard([&] {
+                db.Execute(SqlText::Format("UPDATE Storages SET FilesNumber = FilesNumber + 1,  "
+                                           "   StorageSize = StorageSize + %lld WHERE StorageID "
+                                           "= %d",
+                                           {facts.size, r.storageId}));
+            }))
+            return false;
+        m_doc.FinishUpdate();
+        return true;
     }
 }
 
@@ -69,10 +181,7 @@ bool CAddLocationJob::Start(const Request& request)
         if (m_drives)
             m_lockedDrive = m_drives->LockMedia(request.path);
         m_adding = true;
-        if (!m_doc.AddLocation(this, true, request.name, request.path, request.notes,
-                               request.storageId, request.categorise, request.fixedCategory,
-                               static_cast<quint64>(request.discSize), request.discLabel,
-                               request.discSerial, request.discSize)) {
+        if (!AddLocation(true, static_cast<quint64>(request.discSize))) {
             m_adding = false;
             End(Outcome::Failed);
             return false;
@@ -80,12 +189,10 @@ bool CAddLocationJob::Start(const Request& request)
         return true;
     case Mode::Folder:
         m_counting = true;
-        m_doc.Searcher().Start(request.path, this, true);
+        Searcher().Start(request.path, this, true);
         return true;
     case Mode::File:
-        if (!m_doc.AddLocation(this, false, request.name, request.path, request.notes,
-                               request.storageId, request.categorise, request.fixedCategory, 0,
-                               QString(), 0, 0))
+        if (!AddLocation(false, 0))
             return false;
         emit progress(100);
         emit finished(Outcome::Succeeded);
@@ -97,9 +204,7 @@ bool CAddLocationJob::Start(const Request& request)
 void CAddLocationJob::StartImport(quint64 totalSize)
 {
     m_adding = true;
-    if (!m_doc.AddLocation(this, false, m_request.name, m_request.path, m_request.notes,
-                           m_request.storageId, m_request.categorise, m_request.fixedCategory,
-                           totalSize, QString(), 0, 0)) {
+    if (!AddLocation(false, totalSize)) {
         m_adding = false;
         End(Outcome::Failed);
     }
@@ -109,8 +214,10 @@ void CAddLocationJob::Cancel()
 {
     if (!IsBusy())
         return;
-    m_doc.Searcher().Cancel();
-    m_doc.Importer().Cancel();
+    if (m_searcher)
+        m_searcher->Cancel();
+    if (m_importer)
+        m_importer->Cancel();
 }
 
 void CAddLocationJob::StopWorkers()
@@ -118,9 +225,12 @@ void CAddLocationJob::StopWorkers()
     // Both workers end before the catalogue is committed or rolled back: the scanner
     // may still be walking a disc when the importer failed, and a cancelled importer
     // may still be finishing its record when the scanner's end event arrives.
-    m_doc.Searcher().Cancel();
-    m_doc.Searcher().Wait();
-    m_doc.Importer().Wait();
+    if (m_searcher) {
+        m_searcher->Cancel();
+        m_searcher->Wait();
+    }
+    if (m_importer)
+        m_importer->Wait();
 }
 
 void CAddLocationJob::customEvent(QEvent* event)
@@ -136,7 +246,7 @@ void CAddLocationJob::customEvent(QEvent* event)
         if (!m_counting)
             return;
         m_counting = false;
-        StartImport(m_doc.Searcher().TotalSize());
+        StartImport(Searcher().TotalSize());
         return;
     }
     if (!WorkerEvent::Is(event, WorkerEvent::Finished) || !IsBusy())

@@ -3,16 +3,24 @@
 #include <QObject>
 #include <QString>
 
+#include <memory>
 #include <vector>
 
+class CImporter;
 class CShelfwiseDoc;
 class DriveSystem;
+class FolderLister;
+class SubunitsSearcher;
 
 // The work behind the add-location dialog, without its widgets: the checks of what is
-// to be added, the duplicate-disc look-up, and the run of the scanner and the importer
-// to one end (committed, or rolled back on failure and cancel), with the tray locked
-// during a disc's scan and ejected afterwards when asked. The window's dialog and the
-// command line both drive it and react to its signals.
+// to be added, the duplicate-disc look-up, the transaction and the top unit, and the
+// run of the scanner and the importer to one end (committed, or rolled back on failure
+// and cancel), with the tray locked during a disc's scan and ejected afterwards when
+// asked. The window's dialog and the command line both drive it and react to its
+// signals.
+//
+// The job owns its scanner and importer; both use the document's connection, so a job
+// never outlives the document it was made with.
 class CAddLocationJob final : public QObject
 {
     Q_OBJECT
@@ -42,6 +50,11 @@ public:
 
     // The drive system that locks, unlocks and ejects a disc's tray.
     void SetDriveSystem(DriveSystem* drives) { m_drives = drives; }
+    // The scanner lists folders through this lister from now on (null: the platform's).
+    // The lister must outlive the job.
+    void SetFolderLister(FolderLister* lister);
+    SubunitsSearcher& Searcher();
+    CImporter& Importer();
 
     // A unit's name for a folder or file path: the part behind the last separator,
     // a trailing separator dropped first.
@@ -68,12 +81,20 @@ protected:
     void customEvent(QEvent* event) override;
 
 private:
+    // Opens the transaction and inserts the top unit; a disc starts the scanner and the
+    // importer, a folder (already walked in size-counting mode) the importer, and a
+    // single file is written at once. False when a single file could not be read or
+    // the catalogue refused the top unit (both reported); no worker runs then.
+    bool AddLocation(bool isDisc, quint64 totalSize);
     void StartImport(quint64 totalSize);
     void End(Outcome outcome);
     void StopWorkers();
 
     CShelfwiseDoc& m_doc;
     DriveSystem* m_drives = nullptr;
+    FolderLister* m_folderLister = nullptr;
+    std::unique_ptr<SubunitsSearcher> m_searcher;
+    std::unique_ptr<CImporter> m_importer;
     Request m_request;
     bool m_counting = false;
     bool m_adding = false;

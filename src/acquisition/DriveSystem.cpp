@@ -1,29 +1,37 @@
 #include "acquisition/DriveSystem.h"
 
-#include "acquisition/FakeDriveSystem.h"
-
 #if defined(_WIN32)
 #include "acquisition/WindowsDriveSystem.h"
 #elif defined(__linux__)
 #include "acquisition/LinuxDriveSystem.h"
 #endif
 
-#include <QtGlobal>
+#if !defined(_WIN32) && !defined(__linux__)
+namespace {
+
+// No drive access on this system yet: a machine without optical drives.
+class NoDriveSystem final : public DriveSystem
+{
+public:
+    std::vector<OpticalDrive> ListOpticalDrives() override { return {}; }
+    VolumeInfo ReadVolumeInfo(const QString&) override { return {}; }
+    qint64 ReadVolumeLength(const QString&) override { return 0; }
+    bool IsMediaPresent(const QString&) override { return false; }
+    bool LockMedia(const QString&) override { return false; }
+    void UnlockMedia(const QString&) override {}
+    void EjectMedia(const QString&) override {}
+};
+
+} // namespace
+#endif
 
 std::shared_ptr<DriveSystem> DriveSystem::Create()
 {
-    if (qEnvironmentVariableIsSet("SHELFWISE_FAKE_DRIVES")) {
-        auto fake = FakeDriveSystem::FromDescription(qEnvironmentVariable("SHELFWISE_FAKE_DRIVES"));
-        if (qEnvironmentVariableIsSet("SHELFWISE_FAKE_DRIVES_LOG"))
-            fake->SetCallLog(qEnvironmentVariable("SHELFWISE_FAKE_DRIVES_LOG"));
-        return fake;
-    }
 #if defined(_WIN32)
     return std::make_shared<WindowsDriveSystem>();
 #elif defined(__linux__)
     return std::make_shared<LinuxDriveSystem>();
 #else
-    // No drive access on this system yet: a machine without optical drives.
-    return std::make_shared<FakeDriveSystem>();
+    return std::make_shared<NoDriveSystem>();
 #endif
 }

@@ -26,17 +26,14 @@ struct OpticalDrive
 /// holds it: a mount point or any path below it, the device itself, or a disc image
 /// file (whose volume is read from the file; it has no tray to lock or eject).
 ///
-/// Implementations: LinuxDriveSystem, WindowsDriveSystem, and FakeDriveSystem for
-/// tests. ReadVolumeInfo runs on the volume-information worker; everything else on
-/// the thread that owns the dialog.
+/// Implementations: LinuxDriveSystem, WindowsDriveSystem, and a fake in the tests. ReadVolumeInfo
+/// runs on the volume-information worker; everything else on the thread that owns the dialog.
 class DriveSystem
 {
 public:
     virtual ~DriveSystem() = default;
 
-    /// The machine's drive system: a FakeDriveSystem described by the environment
-    /// variable SHELFWISE_FAKE_DRIVES when it is set (even to nothing: a machine
-    /// without optical drives), otherwise the platform's.
+    /// The machine's drive system: the platform's.
     static std::shared_ptr<DriveSystem> Create();
 
     /// The optical drives in the system's order.

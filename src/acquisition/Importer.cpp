@@ -65,22 +65,17 @@ void CImporter::StartImport(QObject* notify, bool categorise, int fixedCategory,
     if (m_readMedia && !m_mediaReader)
         m_mediaReader = CreateMediaDetailsReader();
 
-    m_thread = QThread::create([this] { Run(); });
-    QObject::connect(m_thread, &QThread::finished, m_thread, &QObject::deleteLater);
-    m_thread->start();
+    m_thread.Start([this] { Run(); });
 }
 
 void CImporter::Wait()
 {
-    if (m_thread) {
-        m_thread->wait();
-        m_thread = nullptr;
-    }
+    m_thread.Join();
 }
 
 bool CImporter::IsRunning() const
 {
-    return m_thread && m_thread->isRunning();
+    return m_thread.IsRunning();
 }
 
 int CImporter::Run()
@@ -194,6 +189,11 @@ bool CImporter::ImportRecord(const SubunitInfo& record)
     } catch (const CSqliteWrapperError& error) {
         ErrorLog::Instance().ReportException(error, true);
         return false;
+    } catch (const std::exception& error) {
+        // Nothing may escape a worker thread: the record fails like a database error.
+        ErrorLog::Instance().ReportError(0, QString::fromLocal8Bit(error.what()),
+                                         QStringLiteral("Importer"), __LINE__, false, true);
+        return false;
     }
     return true;
 }
@@ -230,5 +230,8 @@ void CImporter::WriteTotals()
         // The units are in place; only counters are missing. The import still counts
         // as a success.
         ErrorLog::Instance().ReportException(error, true);
+    } catch (const std::exception& error) {
+        ErrorLog::Instance().ReportError(0, QString::fromLocal8Bit(error.what()),
+                                         QStringLiteral("Importer"), __LINE__, false, true);
     }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "acquisition/SubunitInfo.h"
+#include "common/WorkerThread.h"
 
 #include <QDateTime>
 #include <QtGlobal>
@@ -14,7 +15,6 @@
 class CSqliteWrapper;
 class MediaDetailsReader;
 class QObject;
-class QThread;
 
 // Writes the scanner's records into the catalogue on a worker thread: one Units row
 // per record under its parent, a media row for film, music and picture files, the
@@ -77,5 +77,5 @@ private:
 
     bool m_readMedia = true;
     std::unique_ptr<MediaDetailsReader> m_mediaReader;
-    QThread* m_thread = nullptr;
+    CWorkerThread m_thread;
 };

@@ -45,6 +45,10 @@ public:
     int List(const QString& path, const OpenedCallback& opened,
              const EntryCallback& entry) override;
 
+    /// Opens the image (once): 0, or the error listings would give, e.g. for a file
+    /// without an ISO 9660 volume.
+    int Open() { return OpenImage(); }
+
     /// The names the image is read with; Unknown until a listing has opened it.
     Naming Names() const { return m_naming; }
 

@@ -6,7 +6,6 @@
 
 #include <QCoreApplication>
 #include <QObject>
-#include <QThread>
 
 namespace {
 
@@ -54,10 +53,7 @@ void SubunitsSearcher::Start(const QString& rootPath, QObject* notify, bool coun
     ErrorLog::Instance().ClearFileSystemErrors();
 
     m_running.store(true);
-    QThread* thread = QThread::create([this] { Run(); });
-    QObject::connect(thread, &QThread::finished, thread, &QObject::deleteLater);
-    m_thread = thread;
-    thread->start();
+    m_thread.Start([this] { Run(); });
 }
 
 void SubunitsSearcher::Cancel()
@@ -67,11 +63,7 @@ void SubunitsSearcher::Cancel()
 
 void SubunitsSearcher::Wait()
 {
-    if (!m_thread)
-        return;
-    m_thread->wait();
-    // The deleteLater posted on finished goes with the thread object.
-    delete m_thread.data();
+    m_thread.Join();
 }
 
 void SubunitsSearcher::Run()

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "acquisition/FolderLister.h"
+#include "common/WorkerThread.h"
 
-#include <QPointer>
 #include <QString>
 #include <QtGlobal>
 
@@ -13,7 +13,6 @@
 #include <utility>
 
 class QObject;
-class QThread;
 
 // Walks a folder tree (a disc's root or a chosen folder) breadth-first on a worker
 // thread and hands every file and folder below the root to SubunitQueue::Instance() as
@@ -64,7 +63,7 @@ private:
 
     std::unique_ptr<FolderLister> m_ownLister;
     FolderLister* m_lister;
-    QPointer<QThread> m_thread;
+    CWorkerThread m_thread;
     std::atomic<QObject*> m_notify{nullptr};
     bool m_countSizes = false;
     std::atomic<quint64> m_totalSize{0};

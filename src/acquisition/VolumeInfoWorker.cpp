@@ -5,7 +5,6 @@
 #include <QCoreApplication>
 #include <QEventLoop>
 #include <QObject>
-#include <QThread>
 
 #include <atomic>
 
@@ -52,14 +51,17 @@ void VolumeInfoWorker::Start(QObject* receiver)
     if (m_state->Started.exchange(true))
         return;
     std::shared_ptr<State> state = m_state;
-    QThread* thread = QThread::create([state, receiver] {
+    m_thread.Start([state, receiver] {
         state->Result = state->Drives->ReadVolumeInfo(state->DrivePath);
         state->Finished.store(true);
         QCoreApplication::postEvent(receiver,
                                     new WorkerEvent(WorkerEvent::Finished, WorkerEvent::Succeeded));
     });
-    QObject::connect(thread, &QThread::finished, thread, &QObject::deleteLater);
-    thread->start();
+}
+
+VolumeInfoWorker::~VolumeInfoWorker()
+{
+    m_thread.Join();
 }
 
 bool VolumeInfoWorker::IsFinished() const

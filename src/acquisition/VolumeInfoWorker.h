@@ -1,6 +1,7 @@
 #pragma once
 
 #include "acquisition/DriveSystem.h"
+#include "common/WorkerThread.h"
 
 #include <QString>
 
@@ -18,11 +19,12 @@ class VolumeInfoWorker final
 {
 public:
     VolumeInfoWorker(std::shared_ptr<DriveSystem> drives, QString drivePath);
+    /// Waits for the thread: the volume answers before the worker goes.
+    ~VolumeInfoWorker();
     VolumeInfoWorker(const VolumeInfoWorker&) = delete;
     VolumeInfoWorker& operator=(const VolumeInfoWorker&) = delete;
 
-    /// Starts the thread (once). The receiver must live until the event has arrived;
-    /// the thread object deletes itself when it has finished.
+    /// Starts the thread (once). The receiver must live until the event has arrived.
     void Start(QObject* receiver);
     /// True once the result is stored (before the event is posted).
     bool IsFinished() const;
@@ -36,4 +38,5 @@ public:
 private:
     struct State;
     std::shared_ptr<State> m_state;
+    CWorkerThread m_thread;
 };

@@ -153,9 +153,17 @@ void PrintDuplicates(CliContext& ctx, const std::vector<int>& ids)
 int AddDisc(CliContext& ctx)
 {
     const QString drive = ctx.Args.Positionals().at(2);
-    std::shared_ptr<DriveSystem> drives = DriveSystem::Create();
+    std::shared_ptr<DriveSystem> drives = ctx.Drives();
     if (!drives->IsMediaPresent(drive))
         return ctx.Fail(Strings::LoadString(Strings::IDS_DISC_ABSENT));
+    // A disc image is listed from inside the file: one whose file system cannot be
+    // listed would be added as an empty disc.
+    std::unique_ptr<IsoImageFolderLister> imageLister;
+    if (QFileInfo(drive).isFile()) {
+        imageLister = std::make_unique<IsoImageFolderLister>(drive);
+        if (imageLister->Open() != 0)
+            return ctx.Fail(Strings::LoadString(Strings::IDS_DISC_ABSENT));
+    }
     const VolumeInfo volume = VolumeInfoWorker::ReadAndWait(drives, drive);
     QString name = ctx.Args.Value(QStringLiteral("--name"));
     if (!ctx.Args.Has(QStringLiteral("--name"))) {
@@ -178,14 +186,9 @@ int AddDisc(CliContext& ctx)
     request.autoEject = ctx.Args.Has(QStringLiteral("--eject")) || Settings::Instance().AutoEject;
     if (!FillRequest(ctx, request))
         return ExitStatus::Error;
-    // A disc image is listed from inside the file; the lister outlives the job.
-    std::unique_ptr<IsoImageFolderLister> imageLister;
-    if (QFileInfo(drive).isFile()) {
-        imageLister = std::make_unique<IsoImageFolderLister>(drive);
-        ctx.Doc().SetFolderLister(imageLister.get());
-    }
     CAddLocationJob job(ctx.Doc());
     job.SetDriveSystem(drives.get());
+    job.SetFolderLister(imageLister.get()); // declared before the job: outlives it
     const std::vector<int> duplicates =
         job.FindDuplicateDiscs(volume.Label, volume.SerialNumber, volume.Size);
     if (!duplicates.empty() && !ctx.Args.Has(QStringLiteral("--force"))) {

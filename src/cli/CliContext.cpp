@@ -1,5 +1,6 @@
 #include "cli/CliContext.h"
 
+#include "cli/Interrupt.h"
 #include "cli/Table.h"
 #include "errorlog/ErrorLog.h"
 
@@ -61,16 +62,15 @@ bool CliContext::OpenCatalogue(const QString& path, bool forEdit)
         return false;
     }
     m_doc = std::make_unique<CShelfwiseDoc>(true);
+    QObject::connect(m_doc.get(), &CShelfwiseDoc::saving, [] { InterruptGuard::BeginSave(); });
     return m_doc->OnOpenDocument(info.absoluteFilePath()) && !m_prompter.CloseRequested();
 }
 
 bool CliContext::SaveCatalogue()
 {
-    if (!m_doc->FileSave()) {
-        Fail(QStringLiteral("The catalogue \"%1\" could not be written; it is unchanged.")
-                 .arg(m_doc->CataloguePath()));
+    // The document says why and where the changes are kept.
+    if (!m_doc->FileSave())
         return false;
-    }
     m_lock.Release();
     return true;
 }

@@ -1,11 +1,13 @@
 #pragma once
 
 #include "cli/CatalogueLock.h"
+#include "cli/CliMain.h"
 #include "cli/CliPrompter.h"
 #include "cli/CommandLine.h"
 #include "document/ShelfwiseDoc.h"
 
 #include <memory>
+#include <utility>
 #include <vector>
 
 // Exit statuses of shelfwise-cli.
@@ -22,12 +24,17 @@ constexpr int Cancelled = 130;
 class CliContext final
 {
 public:
-    explicit CliContext(CliPrompter& prompter) : m_prompter(prompter) {}
+    CliContext(CliPrompter& prompter, DriveSystemFactory drives)
+        : m_prompter(prompter), m_drives(std::move(drives))
+    {
+    }
 
     CommandLine Args;
     bool Json = false;
 
     CliPrompter& Prompter() { return m_prompter; }
+    // The machine's optical drives (disc images included).
+    std::shared_ptr<DriveSystem> Drives() { return m_drives(); }
 
     // Opens FILE into a working copy; an editing command locks the file until it has
     // saved. False when it could not be opened (the error has been shown).
@@ -56,6 +63,7 @@ public:
 
 private:
     CliPrompter& m_prompter;
+    DriveSystemFactory m_drives;
     CatalogueLock m_lock;
     std::unique_ptr<CShelfwiseDoc> m_doc;
 };

@@ -10,7 +10,7 @@ namespace {
 
 int DrivesCommand(CliContext& ctx)
 {
-    const std::shared_ptr<DriveSystem> drives = DriveSystem::Create();
+    const std::shared_ptr<DriveSystem> drives = ctx.Drives();
     Table table({"device", "mountPoint", "medium", "label", "serialNumber", "size", "sizeText"});
     for (const OpticalDrive& drive : drives->ListOpticalDrives()) {
         if (!drives->IsMediaPresent(drive.Root())) {

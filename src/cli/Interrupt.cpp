@@ -14,29 +14,48 @@
 namespace {
 
 std::atomic<bool> g_interrupted{false};
-void (*g_previous)(int) = SIG_DFL;
+std::atomic<int> g_guards{0};
+std::atomic<bool> g_saving{false};
 
 extern "C" void OnInterrupt(int)
 {
     g_interrupted.store(true);
+    if (g_guards.load() > 0 || g_saving.load()) {
+        std::signal(SIGINT, OnInterrupt); // some systems reset the handler on delivery
+        return;
+    }
+    // Nothing to finish: end as an uncaught Ctrl+C would.
+    std::signal(SIGINT, SIG_DFL);
+    std::raise(SIGINT);
 }
 
 } // namespace
 
+void InterruptGuard::InstallHandler()
+{
+    std::signal(SIGINT, OnInterrupt);
+}
+
 InterruptGuard::InterruptGuard()
 {
     g_interrupted.store(false);
-    g_previous = std::signal(SIGINT, OnInterrupt);
+    g_guards.fetch_add(1);
 }
 
 InterruptGuard::~InterruptGuard()
 {
-    std::signal(SIGINT, g_previous == SIG_ERR ? SIG_DFL : g_previous);
+    g_guards.fetch_sub(1);
 }
 
 bool InterruptGuard::Interrupted()
 {
-    return g_interrupted.load();
+    // A Ctrl+C during a save cancels nothing: the save finishes and counts.
+    return g_interrupted.load() && !g_saving.load();
+}
+
+void InterruptGuard::BeginSave()
+{
+    g_saving.store(true);
 }
 
 ProgressLine::ProgressLine(const char* what) : m_what(what), m_terminal(isatty(fileno(stderr)) != 0)

@@ -10,10 +10,12 @@ bool CopyOver(const QString& source, const QString& destination)
     QFile in(source);
     if (!in.open(QIODevice::ReadOnly))
         return false;
+    // Never written in place: where no temporary file can be made beside the
+    // destination (a folder the user may not create files in), the copy fails and the
+    // destination stays as it was. A kill or a full disk half way through the copy
+    // then cannot leave it truncated.
     QSaveFile out(destination);
-    // A catalogue in a folder the user may write to but not create files in (rare)
-    // is still written, in place.
-    out.setDirectWriteFallback(true);
+    out.setDirectWriteFallback(false);
     if (!out.open(QIODevice::WriteOnly))
         return false;
     QByteArray buffer(1 << 20, Qt::Uninitialized);

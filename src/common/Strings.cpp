@@ -111,6 +111,9 @@ const Entry kEntries[] = {
     {IDS_FILE_SYSTEM_ERRORS,
      QT_TRANSLATE_NOOP("Strings", "Some errors have occured during selected path processing. Here "
                                   "is the list of problems:")},
+    {IDS_SAVE_FAILED,
+     QT_TRANSLATE_NOOP("Strings", "The catalogue \"%s\" could not be written; it is unchanged.\n"
+                                  "Your changes are kept in \"%s\".")},
     {IDS_ALL, QT_TRANSLATE_NOOP("Strings", "All")},
     {IDS_KIND_STORAGE, QT_TRANSLATE_NOOP("Strings", "Storage")},
     {IDS_KIND_DISC, QT_TRANSLATE_NOOP("Strings", "Disc")},

@@ -91,6 +91,7 @@ enum Id : int {
     IDS_ADD_FILE_FAILED = 305,
     IDS_DUPLICATE_DISC = 306,
     IDS_FILE_SYSTEM_ERRORS = 307,
+    IDS_SAVE_FAILED = 308,
 };
 
 // The text of a string id, translated; empty for an unknown id.

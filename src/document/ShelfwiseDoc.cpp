@@ -8,7 +8,9 @@
 
 #include <QCoreApplication>
 #include <QDateTime>
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QStringList>
 
 using SqlText::Format;
@@ -42,14 +44,16 @@ CShelfwiseDoc::CShelfwiseDoc(bool uniqueWorkingCopy, QObject* parent) : QObject(
 
 CShelfwiseDoc::~CShelfwiseDoc()
 {
-    StopWorkers();
     try {
         m_db.Close();
     } catch (const CSqliteWrapperError& error) {
         ErrorLog::Instance().ReportException(error, true);
     }
-    QFile::remove(m_workingCopyPath);
-    Settings::Instance().SaveSettings();
+    if (!m_keptWorkingCopy) {
+        QFile::remove(m_workingCopyPath);
+        QFile::remove(m_workingCopyPath + QStringLiteral("-journal"));
+    }
+    Settings::Instance().SaveIfChanged();
 }
 
 void CShelfwiseDoc::ReportDatabaseError(const CSqliteWrapperError& error)
@@ -62,6 +66,18 @@ void CShelfwiseDoc::ReportDatabaseError(const CSqliteWrapperError& error)
         }
     }
     ErrorLog::Instance().ReportException(error, false);
+}
+
+void CShelfwiseDoc::ReportFailure(const std::exception& error)
+{
+    if (m_db.InTransaction()) {
+        try {
+            m_db.RollbackTransaction();
+        } catch (const CSqliteWrapperError&) {
+        }
+    }
+    ErrorLog::Instance().ReportError(0, QString::fromLocal8Bit(error.what()),
+                                     QString::fromLatin1(kSourceName), __LINE__, false, false);
 }
 
 void CShelfwiseDoc::ApplySortOrder()
@@ -114,6 +130,13 @@ void CShelfwiseDoc::FinishLoading()
 
 bool CShelfwiseDoc::OnOpenDocument(const QString& path)
 {
+    // A FIFO would block the copy for ever and a device such as /dev/zero would fill
+    // the disk: only a regular file can be a catalogue.
+    if (!QFileInfo(path).isFile()) {
+        ErrorLog::Instance().ReportError(0, Strings::LoadString(Strings::IDS_NOT_A_CATALOGUE),
+                                         QString::fromLatin1(kSourceName), __LINE__, false, false);
+        return false;
+    }
     m_bChanged = false;
     m_cataloguePath = path;
     ReplaceWorkingCopy(path);
@@ -137,8 +160,18 @@ bool CShelfwiseDoc::OnOpenDocument(const QString& path)
 
 bool CShelfwiseDoc::OnSaveDocument(const QString& path)
 {
+    emit saving();
     // Pending statements are part of the saved state only once committed.
     m_lastSaveReachedFile = FileCopy::CopyOver(m_workingCopyPath, path);
+    if (!m_lastSaveReachedFile) {
+        KeepWorkingCopy(path);
+        return true;
+    }
+    if (m_keptWorkingCopy) {
+        // The changes reached the catalogue after all: the kept copy has done its job
+        // and goes at the end like any working copy.
+        m_keptWorkingCopy = false;
+    }
     if (path == m_cataloguePath) {
         if (m_lastSaveReachedFile)
             m_bChanged = false;
@@ -147,6 +180,34 @@ bool CShelfwiseDoc::OnSaveDocument(const QString& path)
     if (m_lastSaveReachedFile)
         OnOpenDocument(path);
     return true;
+}
+
+void CShelfwiseDoc::KeepWorkingCopy(const QString& path)
+{
+    // The catalogue itself is untouched: its copy is only ever replaced whole. The
+    // changes live in the working copy alone, so it gets a name that no clean-up of
+    // stale working copies removes and it stays when the program ends.
+    if (!m_keptWorkingCopy) {
+        const QString kept =
+            QFileInfo(m_workingCopyPath).absolutePath() + QLatin1Char('/') +
+            QStringLiteral("Unsaved changes to %1 %2.db3")
+                .arg(QFileInfo(path).completeBaseName(),
+                     QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd hh-mm-ss")));
+        Guard([&] { m_db.Close(); });
+        if (!m_db.IsOpen() && QFile::rename(m_workingCopyPath, kept))
+            m_workingCopyPath = QDir::toNativeSeparators(kept);
+        Guard([&] {
+            if (!m_db.IsOpen()) {
+                m_db.Open(m_workingCopyPath, false);
+                TuneWorkingCopy();
+            }
+        });
+        m_keptWorkingCopy = true;
+    }
+    ErrorLog::Instance().ReportError(0,
+                                     Format(Strings::LoadString(Strings::IDS_SAVE_FAILED),
+                                            {QDir::toNativeSeparators(path), m_workingCopyPath}),
+                                     QString::fromLatin1(kSourceName), __LINE__, false, false);
 }
 
 bool CShelfwiseDoc::FileSave()
@@ -189,6 +250,22 @@ void CShelfwiseDoc::FinishUpdate()
     ReloadStorages();
     emit viewsNeedUpdate(nullptr);
     MarkChanged();
+}
+
+void CShelfwiseDoc::RollbackAdd()
+{
+    try {
+        m_db.Execute(QStringLiteral("ROLLBACK TRANSACTION"));
+    } catch (const CSqliteWrapperError& error) {
+        ErrorLog::Instance().ReportException(error, true);
+    }
+    ReloadStorages();
+}
+
+void CShelfwiseDoc::SetLastAdded(int storageId, int unitId)
+{
+    m_lastAddedStorageId = storageId;
+    m_lastAddedUnitId = unitId;
 }
 
 bool CShelfwiseDoc::CompressDatabase()
@@ -281,9 +358,7 @@ bool CShelfwiseDoc::SetFileExtensionCategory(const QString& fileName, int catego
 
 bool CShelfwiseDoc::SetExtensionFilesCategory(const QString& extension, int categoryId)
 {
-    if (!ExecuteEdit(Format("UPDATE Units SET CategoryID = %d WHERE UnitType = '%c' AND UnitName "
-                            "LIKE '%%.%s'",
-                            {categoryId, 'F', extension})))
+    if (!Guard([&] { m_db.SetExtensionFilesCategory(extension, categoryId); }))
         return false;
     emit viewsNeedUpdate(nullptr);
     MarkChanged();
@@ -292,9 +367,11 @@ bool CShelfwiseDoc::SetExtensionFilesCategory(const QString& extension, int cate
 
 bool CShelfwiseDoc::DropExtensionFilesCategory(const QString& extension)
 {
-    if (!ExecuteEdit(Format("UPDATE Units SET CategoryID = 1 WHERE UnitType = 'F' AND UnitName "
-                            "LIKE '%%.%s'",
-                            {extension})))
+    if (!Guard([&] {
+            m_db.ExecuteSingleStatement(Format("UPDATE Units SET CategoryID = 1 WHERE UnitType = "
+                                               "'F' AND UnitName LIKE '%%.%s'",
+                                               {SqlText::EscapeSqlQuotes(extension)}));
+        }))
         return false;
     MarkChanged();
     return true;

@@ -5,12 +5,9 @@
 #include <QObject>
 #include <QString>
 
+#include <exception>
 #include <memory>
 #include <vector>
-
-class CImporter;
-class FolderLister;
-class SubunitsSearcher;
 
 // The one open catalogue. All SQL runs against a private working copy in the settings
 // folder; Save copies the working copy back over the user's file, so closing without
@@ -43,6 +40,8 @@ public:
     void SetModified(bool changed) { m_bChanged = changed; }
     bool IsLoaded() const { return m_loaded; }
 
+    // After a failed save the working copy is renamed to "Unsaved changes to NAME
+    // DATE.db3" in the same folder and kept when the program ends.
     const QString& WorkingCopyPath() const { return m_workingCopyPath; }
     const QString& TemplatePath() const { return m_templatePath; }
     const QString& CataloguePath() const { return m_cataloguePath; }
@@ -94,26 +93,17 @@ public:
     // The children shown for the selection.
     std::vector<UnitListItem> GetSelectionChildren();
 
-    // Adding a disc, folder or file: opens the transaction and inserts the top unit;
-    // a disc starts the scanner and the importer, a folder (already walked by the
-    // scanner in size-counting mode) the importer. A single file is written at once.
-    // False when a single file could not be read or the catalogue refused the top
-    // unit (both reported); no worker runs then.
-    bool AddLocation(QObject* notify, bool isDisc, const QString& name, const QString& path,
-                     const QString& notes, int storageId, bool categorise, int fixedCategory,
-                     quint64 totalSize, const QString& discLabel, quint32 discSerial,
-                     qint64 discSize);
+    // The end of an addition that failed or was cancelled: its transaction is rolled
+    // back. (The addition itself is CAddLocationJob's.)
     void RollbackAdd();
-    SubunitsSearcher& Searcher();
-    // The scanner lists folders through this lister from now on (null: the platform's).
-    // The lister must outlive the scans that use it.
-    void SetFolderLister(FolderLister* lister);
-    CImporter& Importer();
+    // The storage that received the last addition and its top unit, which the views
+    // reveal.
+    void SetLastAdded(int storageId, int unitId);
     int LastAddedStorageId() const { return m_lastAddedStorageId; }
     int LastAddedUnitId() const { return m_lastAddedUnitId; }
 
-    // Runs an operation on the catalogue, reporting a database error (and rolling back
-    // an open transaction); false when it failed.
+    // Runs an operation on the catalogue, reporting a database error or any other
+    // standard exception (and rolling back an open transaction); false when it failed.
     template <typename F> bool Guard(F&& operation);
 
 signals:
@@ -121,17 +111,21 @@ signals:
     void storageRenamed(int storageId);
     void unitRenamed(int unitId, QObject* sender);
     void cataloguePathChanged(const QString& path);
+    // A save is about to write the catalogue file: from here on it runs to its end.
+    void saving();
     // The newer-catalogue dialog chose another catalogue to open.
     void openDocumentRequested(const QString& path);
 
 private:
     void ReportDatabaseError(const CSqliteWrapperError& error);
+    void ReportFailure(const std::exception& error);
     void ReplaceWorkingCopy(const QString& source);
+    // After a save that could not write path: the working copy, which alone holds
+    // the changes, is renamed to stay, and the message names it.
+    void KeepWorkingCopy(const QString& path);
     void TuneWorkingCopy();
     // The common end of New and Open: caches, selection, the path shown.
     void FinishLoading();
-    // Cancels and joins the scanner and the importer; they use the connection.
-    void StopWorkers();
     // Marks the document changed and saves at once when AutosaveAfterUpdate is set.
     void MarkChanged();
     bool ExecuteEdit(const QString& sql);
@@ -143,14 +137,12 @@ private:
     bool m_bChanged = false;
     bool m_loaded = false;
     bool m_lastSaveReachedFile = true;
+    bool m_keptWorkingCopy = false;
     CSqliteWrapper m_db;
     std::vector<StorageRecord> m_storages;
     int m_fallbackCategoryId = 1;
     int m_lastAddedStorageId = 0;
     int m_lastAddedUnitId = 0;
-    std::shared_ptr<SubunitsSearcher> m_searcher;
-    FolderLister* m_folderLister = nullptr;
-    std::shared_ptr<CImporter> m_importer;
 };
 
 template <typename F> bool CShelfwiseDoc::Guard(F&& operation)
@@ -160,6 +152,10 @@ template <typename F> bool CShelfwiseDoc::Guard(F&& operation)
         return true;
     } catch (const CSqliteWrapperError& error) {
         ReportDatabaseError(error);
+        return false;
+    } catch (const std::exception& error) {
+        // A damaged catalogue can break an assumption (a unit that must exist, say).
+        ReportFailure(error);
         return false;
     }
 }

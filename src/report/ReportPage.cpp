@@ -108,6 +108,10 @@ void CReportPage::WriteHead(const QString& title)
     for (const char* line : kHead)
         Line(QString::fromLatin1(line));
     Line(Format("<title>%s</title>", {Format(Text(Strings::IDS_REPORT_TITLE), {title})}));
+    // Names and notes are written as they stand, and a name on a disc can hold markup:
+    // the page may run no script and load nothing, so such a name can do no harm.
+    Line(QStringLiteral("<meta http-equiv=\"Content-Security-Policy\" content=\"default-src "
+                        "'none'; style-src 'unsafe-inline'\" />"));
     for (const char* line : kStyle)
         Line(QString::fromLatin1(line));
     FlushWhenFull();

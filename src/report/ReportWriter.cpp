@@ -6,7 +6,6 @@
 #include "sqlitewrapper/SqliteWrapper.h"
 
 #include <QCoreApplication>
-#include <QThread>
 
 #include <algorithm>
 #include <cstdlib>
@@ -247,19 +246,17 @@ CReportWriter::~CReportWriter()
 void CReportWriter::Start(ReportJob& job)
 {
     Wait();
-    m_thread.reset(QThread::create([&job] { Run(job); }));
-    m_thread->start();
+    m_thread.Start([&job] { Run(job); });
 }
 
 bool CReportWriter::IsRunning() const
 {
-    return m_thread && m_thread->isRunning();
+    return m_thread.IsRunning();
 }
 
 void CReportWriter::Wait()
 {
-    if (m_thread)
-        m_thread->wait();
+    m_thread.Join();
 }
 
 void CReportWriter::Cancel(ReportJob& job)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "common/WorkerThread.h"
+
 #include <QString>
 #include <QtGlobal>
 
@@ -8,7 +10,6 @@
 
 class CSqliteWrapper;
 class QObject;
-class QThread;
 
 /// What one report is made of, shared between the caller and the worker thread. The
 /// caller fills the first part (with Cancel at 0) before Start; the worker fills the
@@ -61,5 +62,5 @@ public:
     static qintptr Run(ReportJob& job);
 
 private:
-    std::unique_ptr<QThread> m_thread;
+    CWorkerThread m_thread;
 };

@@ -5,6 +5,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QStandardPaths>
 
 #include <climits>
@@ -131,22 +132,44 @@ Settings& Settings::Instance()
     return instance;
 }
 
-Settings::Settings(const QString& filePath) : m_filePath(filePath)
+Settings::Settings(const QString& filePath) : m_filePath(filePath), m_stored(KeyValues())
 {
 }
 
 void Settings::LoadSettings()
 {
     CStdioFileEx file;
-    if (!file.Open(m_filePath, CStdioFileEx::ModeRead))
+    if (!file.Open(m_filePath, CStdioFileEx::ModeRead)) {
+        m_stored = KeyValues();
         return;
-    QString line;
-    while (file.ReadString(line)) {
-        const int equals = static_cast<int>(line.indexOf(QLatin1Char('=')));
-        if (equals < 0)
-            continue;
-        SetValue(line.left(equals), line.mid(equals + 1));
     }
+    QString line;
+    try {
+        while (file.ReadString(line)) {
+            const int equals = static_cast<int>(line.indexOf(QLatin1Char('=')));
+            if (equals < 0)
+                continue;
+            SetValue(line.left(equals), line.mid(equals + 1));
+        }
+    } catch (const std::logic_error&) {
+        // What could be read stands for the file: a bad line alone is no reason to
+        // rewrite it.
+        m_stored = KeyValues();
+        throw;
+    }
+    m_stored = KeyValues();
+}
+
+bool Settings::IsChanged() const
+{
+    return KeyValues() != m_stored;
+}
+
+bool Settings::SaveIfChanged() const
+{
+    if (!IsChanged() && QFileInfo::exists(m_filePath))
+        return true;
+    return SaveSettings();
 }
 
 bool Settings::SaveSettings() const
@@ -168,8 +191,10 @@ bool Settings::SaveSettings() const
     bool written = file.WriteString(text);
     written = file.Flush() && written;
     written = file.Close() && written;
-    if (written && ReplaceFile(temporary, m_filePath))
+    if (written && ReplaceFile(temporary, m_filePath)) {
+        m_stored = KeyValues();
         return true;
+    }
     QFile::remove(temporary);
     return false;
 }

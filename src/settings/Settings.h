@@ -45,6 +45,11 @@ public:
     void LoadSettings();
     // Writes every key in order. False when the file could not be written.
     bool SaveSettings() const;
+    // True when a value differs from what was last loaded or saved.
+    bool IsChanged() const;
+    // Writes the file only when this process changed a value (or there is no file
+    // yet), so that a run never undoes what another process saved meanwhile.
+    bool SaveIfChanged() const;
 
     // Every key with its text, in the file's order (AutosaveTimeout always included).
     std::vector<std::pair<QString, QString>> KeyValues() const;
@@ -63,4 +68,6 @@ public:
 
 private:
     QString m_filePath;
+    // The values as the file held them when last loaded or saved.
+    mutable std::vector<std::pair<QString, QString>> m_stored;
 };

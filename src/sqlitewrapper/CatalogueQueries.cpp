@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <unordered_set>
 
 using SqlText::Format;
 using SqlText::QuoteSqlString;
@@ -193,13 +194,24 @@ std::vector<int> CSqliteWrapper::GetAncestorIds(int unitId)
 
 void CSqliteWrapper::CollectDescendants(int unitId, std::vector<int>& ids)
 {
-    const size_t first = ids.size();
-    QueryRows(Format("SELECT UnitID FROM Units WHERE ParentUnitID = %d", {unitId}), ids,
-              &RowMappers::Ids);
-    const size_t last = ids.size();
-    // Recurse into the ids this call appended, in order; the list grows meanwhile.
-    for (size_t i = first; i < last; ++i)
-        CollectDescendants(ids[i], ids);
+    // Level by level, in the order the ids were found. A damaged catalogue may link a
+    // unit under itself or under its own descendant: a unit already seen is not
+    // entered again, so such a loop ends instead of growing without limit.
+    std::unordered_set<int> seen{unitId};
+    std::vector<int> found;
+    int parent = unitId;
+    for (size_t next = ids.size();; ++next) {
+        found.clear();
+        QueryRows(Format("SELECT UnitID FROM Units WHERE ParentUnitID = %d", {parent}), found,
+                  &RowMappers::Ids);
+        for (int id : found) {
+            if (seen.insert(id).second)
+                ids.push_back(id);
+        }
+        if (next >= ids.size())
+            break;
+        parent = ids[next];
+    }
 }
 
 std::vector<int> CSqliteWrapper::GetDescendantIds(int unitId)

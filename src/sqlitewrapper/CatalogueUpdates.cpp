@@ -5,18 +5,20 @@
 
 using SqlText::Format;
 using SqlText::FormatSqlDate;
+using SqlText::QuoteOptionalSqlString;
 using SqlText::QuoteSqlString;
 
 namespace {
 
+// Notes: empty, or the text NULL, is written as SQL NULL.
 QString QuotedOrNull(const QString& text)
 {
-    return text.isEmpty() ? QStringLiteral("NULL") : QuoteSqlString(text);
+    return text.isEmpty() ? QStringLiteral("NULL") : QuoteOptionalSqlString(text);
 }
 
 QString QuotedNullable(const CNullable<QString>& value)
 {
-    return QuoteSqlString(value.ToSqlText());
+    return QuoteOptionalSqlString(value.ToSqlText());
 }
 
 QString IdListText(const std::vector<int>& ids)
@@ -53,7 +55,7 @@ void CSqliteWrapper::UpdateStorage(int storageId, const QString& name, const QSt
 {
     // Both quoted: empty notes become an empty string here, unlike AddStorage.
     Execute(Format("UPDATE Storages SET StorageName = %s, StorageNotes = %s WHERE StorageID = %d",
-                   {QuoteSqlString(name), QuoteSqlString(notes), storageId}));
+                   {QuoteSqlString(name), QuoteOptionalSqlString(notes), storageId}));
 }
 
 void CSqliteWrapper::DeleteStorage(int storageId)
@@ -303,7 +305,14 @@ void CSqliteWrapper::SetFileExtensionCategory(const QString& fileName, int categ
     } else {
         DeleteFileExtension(extension);
     }
-    Execute(Format("UPDATE Units SET CategoryID = %d WHERE UnitType = '%c' AND UnitName LIKE "
-                   "'%%.%s'",
-                   {categoryId, 'F', extension}));
+    SetExtensionFilesCategory(extension, categoryId);
+}
+
+void CSqliteWrapper::SetExtensionFilesCategory(const QString& extension, int categoryId)
+{
+    // The extension comes from a file name on a disc: inside the pattern its quotes are
+    // doubled, and the statement must stay one statement. '%' and '_' stay wildcards.
+    ExecuteSingleStatement(Format("UPDATE Units SET CategoryID = %d WHERE UnitType = '%c' AND "
+                                  "UnitName LIKE '%%.%s'",
+                                  {categoryId, 'F', SqlText::EscapeSqlQuotes(extension)}));
 }

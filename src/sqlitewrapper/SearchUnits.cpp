@@ -39,7 +39,9 @@ QString CSqliteWrapper::BuildSearchQuery(const SearchCriteria& c)
     default:
         break;
     }
-    // Texts go into the LIKE patterns as typed: '%' and '_' act as wildcards.
+    // Texts go into the LIKE patterns as typed: '%' and '_' act as wildcards, and a
+    // single quote ends the literal. SearchUnits refuses what is then more than one
+    // statement, or a statement that would write.
     if (c.SearchNotes)
         sql +=
             Format("WHERE (UnitName LIKE '%%%s%%' OR UnitNotes LIKE '%%%s%%') ", {c.Text, c.Text});
@@ -77,6 +79,7 @@ QString CSqliteWrapper::BuildSearchQuery(const SearchCriteria& c)
 void CSqliteWrapper::SearchUnits(const SearchCriteria& criteria, std::vector<UnitListItem>& items)
 {
     const QString sql = BuildSearchQuery(criteria);
+    CheckSingleStatement(sql, true);
     items.clear();
     QueryRows(sql, items, &RowMappers::UnitListItems);
 }

@@ -68,13 +68,25 @@ QString Format(const char* pattern, std::initializer_list<Arg> args)
     return Format(QString::fromLatin1(pattern), args);
 }
 
+QString EscapeSqlQuotes(const QString& text)
+{
+    if (!text.contains(QLatin1Char('\'')))
+        return text;
+    QString escaped = text;
+    escaped.replace(QLatin1Char('\''), QLatin1String("''"));
+    return escaped;
+}
+
 QString QuoteSqlString(const QString& text)
+{
+    return QLatin1Char('\'') + EscapeSqlQuotes(text) + QLatin1Char('\'');
+}
+
+QString QuoteOptionalSqlString(const QString& text)
 {
     if (text == QLatin1String("NULL"))
         return text;
-    QString stripped = text;
-    stripped.remove(QLatin1Char('"'));
-    return QLatin1Char('"') + stripped + QLatin1Char('"');
+    return QuoteSqlString(text);
 }
 
 QString FormatDateText(const QDateTime& time)
@@ -101,7 +113,7 @@ QString FormatDateText(const QDateTime& time)
 
 QString FormatSqlDate(const QDateTime& time)
 {
-    return QLatin1Char('"') + FormatDateText(time) + QLatin1Char('"');
+    return QLatin1Char('\'') + FormatDateText(time) + QLatin1Char('\'');
 }
 
 std::string ToUtf8(const QString& wide)

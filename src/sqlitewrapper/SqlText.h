@@ -37,11 +37,20 @@ private:
 QString Format(const char* pattern, std::initializer_list<Arg> args);
 QString Format(const QString& pattern, std::initializer_list<Arg> args);
 
-// "NULL" stays the bare word NULL; anything else loses its double quotes and is
-// wrapped in double quotes. Single quotes are kept as typed.
+// The text as an SQL string literal: wrapped in single quotes, each single quote
+// doubled, nothing else changed. Never a column name (as a double-quoted word may be)
+// and never NULL: names, labels and extensions are always written as text.
 QString QuoteSqlString(const QString& text);
 
-// The date as a double-quoted "YYYY-MM-DD HH:MM:SS" literal.
+// For optional values (notes, media texts): the text "NULL" is written as SQL NULL,
+// anything else as QuoteSqlString does.
+QString QuoteOptionalSqlString(const QString& text);
+
+// The text with each single quote doubled, for writing inside a literal that the
+// statement itself opens and closes (a LIKE pattern such as '%%.%s').
+QString EscapeSqlQuotes(const QString& text);
+
+// The date as a single-quoted 'YYYY-MM-DD HH:MM:SS' literal.
 QString FormatSqlDate(const QDateTime& time);
 
 // The date text as it is stored, without quotes.

@@ -58,6 +58,43 @@ void CSqliteWrapper::Execute(const QString& sql)
     sqlite3_free(errmsg);
 }
 
+void CSqliteWrapper::CheckSingleStatement(const QString& sql, bool readOnly) const
+{
+    // Raised as the statement's own failure would be: a refused search is the same
+    // database error as a broken one.
+    const QString& file = readOnly ? kHeaderFile : kImplementationFile;
+    const int line = readOnly ? 623 : 988;
+    if (!m_db)
+        throw CSqliteWrapperError(InaccessibleMessage(), 0, kImplementationFile,
+                                  readOnly ? 609 : 974, true);
+    const std::string text = SqlText::ToUtf8(sql);
+    sqlite3_stmt* statement = nullptr;
+    const char* tail = nullptr;
+    int rc = sqlite3_prepare_v2(m_db, text.c_str(), -1, &statement, &tail);
+    if (rc != SQLITE_OK)
+        throw CSqliteWrapperError(sqlite3_errmsg(m_db), rc, file, line, true);
+    const bool writes = statement && !sqlite3_stmt_readonly(statement);
+    sqlite3_finalize(statement);
+    if (!statement)
+        throw CSqliteWrapperError("refused: no statement to run", SQLITE_ERROR, file, line, true);
+    if (readOnly && writes)
+        throw CSqliteWrapperError("refused: a search may only read", SQLITE_ERROR, file, line,
+                                  true);
+    // Whatever follows may be blanks and comments only, which prepare to no statement.
+    sqlite3_stmt* next = nullptr;
+    rc = tail && *tail ? sqlite3_prepare_v2(m_db, tail, -1, &next, nullptr) : SQLITE_OK;
+    sqlite3_finalize(next);
+    if (rc != SQLITE_OK || next)
+        throw CSqliteWrapperError("refused: more than one statement", SQLITE_ERROR, file, line,
+                                  true);
+}
+
+void CSqliteWrapper::ExecuteSingleStatement(const QString& sql)
+{
+    CheckSingleStatement(sql, false);
+    Execute(sql);
+}
+
 void CSqliteWrapper::ExecuteInTransaction(const std::vector<QString>& statements)
 {
     Execute(QStringLiteral("BEGIN TRANSACTION"));

@@ -113,6 +113,15 @@ public:
     void AddFileExtension(const QString& extension, int categoryId);
     void DeleteFileExtension(const QString& extension);
     void SetFileExtensionCategory(const QString& fileName, int categoryId);
+    // Every file unit with the extension moves to the category (the LIKE of the
+    // extension map's update, without touching the map).
+    void SetExtensionFilesCategory(const QString& extension, int categoryId);
+
+    // Execute for a statement built around a typed or scanned text: refused with a
+    // database error unless the text is exactly one statement (and, with readOnly,
+    // one that only reads).
+    void ExecuteSingleStatement(const QString& sql);
+    void CheckSingleStatement(const QString& sql, bool readOnly) const;
 
 private:
     // String 150 in the narrow code page: the message when no catalogue is open.

@@ -1,6 +1,6 @@
 // The names offered for a new disc: its label, and the name of the one file on it.
+#include "FakeDriveSystem.h"
 #include "acquisition/DiscNames.h"
-#include "acquisition/FakeDriveSystem.h"
 
 #include <QDir>
 #include <QFile>

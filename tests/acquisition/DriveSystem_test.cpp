@@ -1,7 +1,7 @@
 // The drive systems: Linux's on a machine described by a made-up /sys/block and
 // mountinfo and on real image files, the fake one the command line can be given, and
 // the worker that reads a volume off the calling thread.
-#include "acquisition/FakeDriveSystem.h"
+#include "FakeDriveSystem.h"
 #include "acquisition/MountTable.h"
 #include "acquisition/VolumeInfoWorker.h"
 #include "acquisition/VolumeReader.h"
@@ -231,13 +231,8 @@ TEST(FakeDriveSystem, RecordsTrayCallsAndEjectTakesTheMediumOut)
     QTemporaryDir dir;
     QDir(dir.path()).mkpath("disc");
     const QString logPath = dir.filePath("calls.log");
-    qputenv("SHELFWISE_FAKE_DRIVES", (dir.filePath("disc") + "|X;empty").toUtf8());
-    qputenv("SHELFWISE_FAKE_DRIVES_LOG", logPath.toUtf8());
-    const std::shared_ptr<DriveSystem> created = DriveSystem::Create();
-    qunsetenv("SHELFWISE_FAKE_DRIVES");
-    qunsetenv("SHELFWISE_FAKE_DRIVES_LOG");
-    auto* drives = dynamic_cast<FakeDriveSystem*>(created.get());
-    ASSERT_NE(drives, nullptr);
+    const auto drives = FakeDriveSystem::FromDescription(dir.filePath("disc") + "|X;empty");
+    drives->SetCallLog(logPath);
 
     const QString root = dir.filePath("disc");
     EXPECT_TRUE(drives->LockMedia(root));

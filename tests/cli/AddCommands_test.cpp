@@ -86,7 +86,7 @@ TEST_F(AddCommands, FoldersAndFilesLandWithConsistentCounters)
     ASSERT_EQ(added.status, 0) << added.err.toStdString();
     EXPECT_EQ(Number("SELECT SubfilesNumber FROM Units WHERE UnitName = 'Music'"), 21);
     EXPECT_EQ(Number("SELECT SubfoldersNumber FROM Units WHERE UnitName = 'Music'"), 8);
-    EXPECT_EQ(Number("SELECT COUNT(*) FROM Units WHERE UnitName = '100% odd ''name''.txt'"), 1);
+    EXPECT_EQ(Number("SELECT COUNT(*) FROM Units WHERE UnitName = '100% \"odd\" ''name''.txt'"), 1);
     EXPECT_EQ(Number("SELECT COUNT(*) FROM Units WHERE UnitNotes = 'from the attic'"), 1);
     EXPECT_EQ(Number("SELECT COUNT(*) FROM Units WHERE CategoryID = 3"), 20);
 

@@ -14,7 +14,11 @@ void StartCli(QProcess& process, const QStringList& arguments, const QProcessEnv
     process.setProcessEnvironment(env);
     if (!workingFolder.isEmpty())
         process.setWorkingDirectory(workingFolder);
-    process.start(QStringLiteral(SHELFWISE_CLI), arguments);
+    // Made-up drives need the test build of the program; the shipped one has none.
+    const bool fakeDrives = env.contains(QStringLiteral("SHELFWISE_FAKE_DRIVES"));
+    process.start(fakeDrives ? QStringLiteral(SHELFWISE_CLI_FAKE_DRIVES)
+                             : QStringLiteral(SHELFWISE_CLI),
+                  arguments);
     process.closeWriteChannel();
 }
 

@@ -13,7 +13,8 @@ struct CliResult
     QString err;
 };
 
-// The environment of a run: this one's, with the test's settings folder.
+// The environment of a run: this one's, with the test's settings folder. With
+// SHELFWISE_FAKE_DRIVES set in it, the run uses the test build on made-up drives.
 QProcessEnvironment CliEnvironment(const QString& settingsFolder);
 // Starts the program without waiting, for tests that signal it while it runs.
 void StartCli(QProcess& process, const QStringList& arguments, const QProcessEnvironment& env,

@@ -1,4 +1,5 @@
-// shelfwise-cli drives, on drives described by SHELFWISE_FAKE_DRIVES.
+// shelfwise-cli drives, on drives described by SHELFWISE_FAKE_DRIVES (the test build)
+// and on this machine's own.
 #include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -26,7 +27,8 @@ Output RunDrives(const QTemporaryDir& settings, const QString* fakeDrives, bool 
     else
         env.remove("SHELFWISE_FAKE_DRIVES");
     process.setProcessEnvironment(env);
-    process.start(SHELFWISE_CLI, json ? QStringList{"--json", "drives"} : QStringList{"drives"});
+    process.start(fakeDrives ? SHELFWISE_CLI_FAKE_DRIVES : SHELFWISE_CLI,
+                  json ? QStringList{"--json", "drives"} : QStringList{"drives"});
     process.waitForFinished(60000);
     return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
             QString::fromUtf8(process.readAllStandardOutput())};

@@ -101,6 +101,8 @@ protected:
                    "<html xmlns=\"http://www.w3.org/1999/xhtml\">",
                    "<head>",
                    "<title>Report for discs.db3</title>",
+                   "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; "
+                   "style-src 'unsafe-inline'\" />",
                    "<style type=\"text/css\">",
                    "body {background-color:whitesmoke;}",
                    "caption {font-size:1.2em; font-weight:bold; text-align:center; "

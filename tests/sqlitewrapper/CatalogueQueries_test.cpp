@@ -171,7 +171,7 @@ TEST(CatalogueQueries, MediaRowsReadBackWithTheirNulls)
     MusicInfo out;
     ASSERT_TRUE(db.GetMusicInfo(song, out));
     EXPECT_EQ(out.Duration.Value(), 215);
-    EXPECT_EQ(out.Title.Value(), QStringLiteral("Don't Stop"));
+    EXPECT_EQ(out.Title.Value(), QStringLiteral("Don't \"Stop\""));
     EXPECT_EQ(out.Year.Value(), 1977);
     EXPECT_TRUE(out.Artist.IsNull());
     EXPECT_TRUE(out.Bitrate.IsNull());

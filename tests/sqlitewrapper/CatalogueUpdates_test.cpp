@@ -213,7 +213,7 @@ TEST(CatalogueUpdates, NotesAndNullText)
     Tree t;
     CSqliteWrapper& db = t.cat.Db();
     db.SetUnitNotes(t.a, QStringLiteral("first \"copy\""));
-    EXPECT_EQ(db.GetFileProperties(t.a).UnitNotes, QStringLiteral("first copy"));
+    EXPECT_EQ(db.GetFileProperties(t.a).UnitNotes, QStringLiteral("first \"copy\""));
     db.SetUnitNotes(t.a, QString());
     EXPECT_EQ(t.N("SELECT COUNT(*) FROM Units WHERE UnitNotes IS NULL"), 7);
 }

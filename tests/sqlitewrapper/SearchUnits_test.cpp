@@ -45,7 +45,7 @@ TEST(SearchUnits, QueryTextForRepresentativeCriteria)
                   "UnitType FROM Units INNER JOIN PictureInfo ON UnitInfoID = PictureInfoID "
                   "WHERE (UnitName LIKE '%holiday%' OR UnitNotes LIKE '%holiday%')  AND "
                   "UnitSize > 5368709120 AND StorageID = 3 AND DateModified BETWEEN "
-                  "\"2010-01-01 00:00:00\" AND \"2011-12-31 23:59:59\" AND CategoryID = 4 AND "
+                  "'2010-01-01 00:00:00' AND '2011-12-31 23:59:59' AND CategoryID = 4 AND "
                   "Width < 800 AND Height = 600 AND Title LIKE '%t%' AND Album LIKE '%al%' AND "
                   "Year = 2011 AND Genre LIKE '%g%'"));
 }

@@ -17,19 +17,23 @@ TEST(SqlText, FormatFillsEachSpecifierOnceAndNeverRescansValues)
     EXPECT_EQ(Format(step, {"1,2", 3}), QStringLiteral("IN (SELECT x WHERE y IN (1,2) AND c = 3)"));
 }
 
-TEST(SqlText, QuotingDropsDoubleQuotesKeepsSingleQuotesAndPassesNull)
+TEST(SqlText, StringsBecomeSingleQuotedLiteralsAndOnlyOptionalNullIsNull)
 {
     EXPECT_EQ(QuoteSqlString(QStringLiteral("Tom's \"best\" disc")),
-              QStringLiteral("\"Tom's best disc\""));
-    EXPECT_EQ(QuoteSqlString(QStringLiteral("NULL")), QStringLiteral("NULL"));
-    EXPECT_EQ(QuoteSqlString(QStringLiteral("null")), QStringLiteral("\"null\""));
-    EXPECT_EQ(QuoteSqlString(QString()), QStringLiteral("\"\""));
+              QStringLiteral("'Tom''s \"best\" disc'"));
+    EXPECT_EQ(QuoteSqlString(QStringLiteral("x'; DELETE FROM Units; --")),
+              QStringLiteral("'x''; DELETE FROM Units; --'"));
+    EXPECT_EQ(QuoteSqlString(QStringLiteral("NULL")), QStringLiteral("'NULL'"));
+    EXPECT_EQ(QuoteSqlString(QString()), QStringLiteral("''"));
+    EXPECT_EQ(QuoteOptionalSqlString(QStringLiteral("NULL")), QStringLiteral("NULL"));
+    EXPECT_EQ(QuoteOptionalSqlString(QStringLiteral("null")), QStringLiteral("'null'"));
+    EXPECT_EQ(EscapeSqlQuotes(QStringLiteral("a'b''")), QStringLiteral("a''b''''"));
 }
 
 TEST(SqlText, DatesAreQuotedTextWithoutMilliseconds)
 {
     const QDateTime when(QDate(2012, 3, 7), QTime(14, 5, 9, 987));
-    EXPECT_EQ(FormatSqlDate(when), QStringLiteral("\"2012-03-07 14:05:09\""));
+    EXPECT_EQ(FormatSqlDate(when), QStringLiteral("'2012-03-07 14:05:09'"));
     EXPECT_EQ(FormatDateText(QDateTime(QDate(987, 1, 2), QTime(0, 0))),
               QStringLiteral("0987-01-02 00:00:00"));
 }

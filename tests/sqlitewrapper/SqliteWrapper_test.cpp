@@ -153,7 +153,7 @@ TEST(SqliteWrapper, NamesAndNotesFollowTheQuotingAndNullRules)
         db.AddStorage(QStringLiteral("Tom's \"big\" box 100%_ Ærø"), QStringLiteral("NULL"));
     const int b = db.AddStorage(QStringLiteral("Shelf"), QString());
     StorageRecord ra = db.GetStorage(a);
-    EXPECT_EQ(ra.StorageName, QStringLiteral("Tom's big box 100%_ Ærø"));
+    EXPECT_EQ(ra.StorageName, QStringLiteral("Tom's \"big\" box 100%_ Ærø"));
     EXPECT_TRUE(ra.StorageNotes.isEmpty());
     EXPECT_EQ(
         cat.Number(QStringLiteral("SELECT COUNT(*) FROM Storages WHERE StorageNotes IS NULL")), 2);

@@ -1,4 +1,4 @@
-#include "acquisition/FakeDriveSystem.h"
+#include "FakeDriveSystem.h"
 
 #include "acquisition/VolumeReader.h"
 

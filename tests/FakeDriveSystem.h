@@ -13,8 +13,8 @@
 /// "mounted" at (a real folder that the scanner walks) and the volume it reports. Lock,
 /// unlock and eject are recorded; eject takes the medium out.
 ///
-/// The command line builds one from the environment variable SHELFWISE_FAKE_DRIVES,
-/// a list of drives separated by ';':
+/// The test build of the command line (shelfwise-cli-fakedrives) builds one from the
+/// environment variable SHELFWISE_FAKE_DRIVES, a list of drives separated by ';':
 ///   empty                             a drive without a medium
 ///   IMAGE                             a drive holding that disc image file: label and
 ///                                     serial read from it; the image path is the root
