@@ -11,6 +11,15 @@ QString TemplateCataloguePath()
     return QStringLiteral(SHELFWISE_DATA_DIR "/empty.db3");
 }
 
+QString QueryText(const QString& path, const QString& sql)
+{
+    CSqliteWrapper db;
+    db.Open(path, false);
+    std::vector<QString> rows;
+    db.QueryRows(sql, rows, &RowMappers::Texts);
+    return rows.empty() ? QString() : rows.front();
+}
+
 TestCatalogue::TestCatalogue() : m_path(m_dir.filePath(QStringLiteral("catalogue.db3")))
 {
     if (!QFile::copy(TemplateCataloguePath(), m_path))

@@ -32,3 +32,7 @@ private:
 
 // The path of the built template catalogue.
 QString TemplateCataloguePath();
+
+// The first column of the first row of sql, read from the catalogue file at path (empty
+// when there is no row): for checking what a run of the program left in a file.
+QString QueryText(const QString& path, const QString& sql);

@@ -45,11 +45,8 @@ protected:
 
     qint64 Number(const QString& sql)
     {
-        CSqliteWrapper db;
-        db.Open(m_catalogue, false);
-        std::vector<QString> rows;
-        db.QueryRows(sql, rows, &RowMappers::Texts);
-        return rows.empty() ? -1 : rows.front().toLongLong();
+        const QString text = QueryText(m_catalogue, sql);
+        return text.isEmpty() ? -1 : text.toLongLong();
     }
 
     static void MakeTree(const QString& root, int folders, int filesPerFolder)

@@ -40,11 +40,7 @@ protected:
 
     static QString Query(const QString& catalogue, const QString& sql)
     {
-        CSqliteWrapper db;
-        db.Open(catalogue, false);
-        std::vector<QString> rows;
-        db.QueryRows(sql, rows, &RowMappers::Texts);
-        return rows.empty() ? QString() : rows.front();
+        return QueryText(catalogue, sql);
     }
 
     QTemporaryDir m_dir;

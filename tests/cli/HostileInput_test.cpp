@@ -2,6 +2,8 @@
 // markup or a special file: search texts, file names, extensions, names in double
 // quotes, files named NULL, pipes and devices given as catalogues, the settings file
 // and the report page.
+#include "TestCatalogue.h"
+
 #include "cli/CliProcess.h"
 
 #include "sqlitewrapper/RowMappers.h"
@@ -64,18 +66,10 @@ protected:
         return root;
     }
 
-    static QString Text(const QString& catalogue, const QString& sql)
-    {
-        CSqliteWrapper db;
-        db.Open(catalogue, false);
-        std::vector<QString> rows;
-        db.QueryRows(sql, rows, &RowMappers::Texts);
-        return rows.empty() ? QString() : rows.front();
-    }
-    QString Text(const QString& sql) const { return Text(m_catalogue, sql); }
+    QString Text(const QString& sql) const { return QueryText(m_catalogue, sql); }
     static qint64 Number(const QString& catalogue, const QString& sql)
     {
-        return Text(catalogue, sql).toLongLong();
+        return QueryText(catalogue, sql).toLongLong();
     }
     qint64 Number(const QString& sql) const { return Number(m_catalogue, sql); }
 
