@@ -31,6 +31,7 @@ CShelfwiseDoc::CShelfwiseDoc(bool uniqueWorkingCopy, QObject* parent) : QObject(
             ? folder +
                   QStringLiteral("%1-%2.db3").arg(seconds).arg(QCoreApplication::applicationPid())
             : folder + QStringLiteral("%1.db3").arg(seconds);
+    m_ownWorkingCopyPath = m_workingCopyPath;
     m_templatePath = folder + QStringLiteral("empty.db3");
     ErrorLog::Instance().SetLogPath(folder + QStringLiteral("log.txt"));
     try {
@@ -168,18 +169,32 @@ bool CShelfwiseDoc::OnSaveDocument(const QString& path)
         return true;
     }
     if (m_keptWorkingCopy) {
-        // The changes reached the catalogue after all: the kept copy has done its job
-        // and goes at the end like any working copy.
-        m_keptWorkingCopy = false;
+        // The changes reached the catalogue after all: the kept copy takes its working
+        // name again, so that it goes at the end (or, after a kill, at the next start)
+        // like any working copy.
+        m_keptWorkingCopy = !RenameWorkingCopy(m_ownWorkingCopyPath);
     }
     if (path == m_cataloguePath) {
-        if (m_lastSaveReachedFile)
-            m_bChanged = false;
+        m_bChanged = false;
         return true;
     }
-    if (m_lastSaveReachedFile)
-        OnOpenDocument(path);
+    OnOpenDocument(path);
     return true;
+}
+
+bool CShelfwiseDoc::RenameWorkingCopy(const QString& newPath)
+{
+    Guard([&] { m_db.Close(); });
+    const bool renamed = !m_db.IsOpen() && QFile::rename(m_workingCopyPath, newPath);
+    if (renamed)
+        m_workingCopyPath = QDir::toNativeSeparators(newPath);
+    Guard([&] {
+        if (!m_db.IsOpen()) {
+            m_db.Open(m_workingCopyPath, false);
+            TuneWorkingCopy();
+        }
+    });
+    return renamed;
 }
 
 void CShelfwiseDoc::KeepWorkingCopy(const QString& path)
@@ -193,15 +208,9 @@ void CShelfwiseDoc::KeepWorkingCopy(const QString& path)
             QStringLiteral("Unsaved changes to %1 %2.db3")
                 .arg(QFileInfo(path).completeBaseName(),
                      QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd hh-mm-ss")));
-        Guard([&] { m_db.Close(); });
-        if (!m_db.IsOpen() && QFile::rename(m_workingCopyPath, kept))
-            m_workingCopyPath = QDir::toNativeSeparators(kept);
-        Guard([&] {
-            if (!m_db.IsOpen()) {
-                m_db.Open(m_workingCopyPath, false);
-                TuneWorkingCopy();
-            }
-        });
+        // Should even the rename fail, the copy keeps its working name: it stays at the
+        // end of this run all the same.
+        RenameWorkingCopy(kept);
         m_keptWorkingCopy = true;
     }
     ErrorLog::Instance().ReportError(0,

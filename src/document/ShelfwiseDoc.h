@@ -123,6 +123,9 @@ private:
     // After a save that could not write path: the working copy, which alone holds
     // the changes, is renamed to stay, and the message names it.
     void KeepWorkingCopy(const QString& path);
+    // Closes the connection, renames the working copy and opens it again; false when
+    // it kept its name.
+    bool RenameWorkingCopy(const QString& newPath);
     void TuneWorkingCopy();
     // The common end of New and Open: caches, selection, the path shown.
     void FinishLoading();
@@ -132,6 +135,7 @@ private:
     void ApplySortOrder();
 
     QString m_workingCopyPath;
+    QString m_ownWorkingCopyPath; // the name given at construction
     QString m_templatePath;
     QString m_cataloguePath;
     bool m_bChanged = false;
