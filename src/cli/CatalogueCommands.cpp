@@ -60,7 +60,7 @@ int New(CliContext& ctx)
         return ExitStatus::Error;
     doc.OnSaveDocument(path);
     if (!doc.LastSaveReachedFile())
-        return ctx.Fail(QStringLiteral("The catalogue \"%1\" could not be written.").arg(path));
+        return ExitStatus::Error; // the document has said why
     return ExitStatus::Success;
 }
 

@@ -114,6 +114,8 @@ const Entry kEntries[] = {
     {IDS_SAVE_FAILED,
      QT_TRANSLATE_NOOP("Strings", "The catalogue \"%s\" could not be written; it is unchanged.\n"
                                   "Your changes are kept in \"%s\".")},
+    {IDS_FILE_NOT_WRITTEN,
+     QT_TRANSLATE_NOOP("Strings", "The catalogue \"%s\" could not be written.")},
     {IDS_ALL, QT_TRANSLATE_NOOP("Strings", "All")},
     {IDS_KIND_STORAGE, QT_TRANSLATE_NOOP("Strings", "Storage")},
     {IDS_KIND_DISC, QT_TRANSLATE_NOOP("Strings", "Disc")},

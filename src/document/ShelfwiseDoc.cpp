@@ -199,9 +199,17 @@ bool CShelfwiseDoc::RenameWorkingCopy(const QString& newPath)
 
 void CShelfwiseDoc::KeepWorkingCopy(const QString& path)
 {
-    // The catalogue itself is untouched: its copy is only ever replaced whole. The
-    // changes live in the working copy alone, so it gets a name that no clean-up of
-    // stale working copies removes and it stays when the program ends.
+    // The catalogue itself is untouched: its copy is only ever replaced whole. Without
+    // changes there is nothing the catalogue lacks; with changes they live in the
+    // working copy alone, so it gets a name that no clean-up of stale working copies
+    // removes and it stays when the program ends.
+    if (!m_bChanged && !m_keptWorkingCopy) {
+        ErrorLog::Instance().ReportError(0,
+                                         Format(Strings::LoadString(Strings::IDS_FILE_NOT_WRITTEN),
+                                                {QDir::toNativeSeparators(path)}),
+                                         QString::fromLatin1(kSourceName), __LINE__, false, false);
+        return;
+    }
     if (!m_keptWorkingCopy) {
         const QString kept =
             QFileInfo(m_workingCopyPath).absolutePath() + QLatin1Char('/') +

@@ -9,6 +9,7 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QProcess>
+#include <QRandomGenerator>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 
@@ -109,4 +110,45 @@ TEST_F(AddDiscImage, AnImageIsCataloguedWithItsTreeAndVolume)
 
     // The same image in a drive is the same disc.
     EXPECT_EQ(Run({"add-disc", "cat.db3", "Shelf", image, "--name", "Copy"}, image), 3);
+}
+
+TEST_F(AddDiscImage, AFileWithoutAReadableFileSystemIsNoDisc)
+{
+    ASSERT_EQ(Run({"new", "cat.db3"}), 0);
+    ASSERT_EQ(Run({"add-storage", "cat.db3", "Shelf"}), 0);
+    QStringList files;
+    QFile noise(m_dir.filePath(QStringLiteral("noise.iso")));
+    ASSERT_TRUE(noise.open(QIODevice::WriteOnly));
+    QByteArray bytes(1 << 20, Qt::Uninitialized);
+    QRandomGenerator::global()->fillRange(reinterpret_cast<quint32*>(bytes.data()),
+                                          bytes.size() / 4);
+    noise.write(bytes);
+    noise.close();
+    files << noise.fileName();
+    QFile empty(m_dir.filePath(QStringLiteral("empty.iso")));
+    ASSERT_TRUE(empty.open(QIODevice::WriteOnly));
+    empty.close();
+    files << empty.fileName();
+    // A disc with UDF alone: this program reads ISO 9660 and Joliet only.
+    const QString udf = m_dir.filePath(QStringLiteral("udf.img"));
+    if (!QStandardPaths::findExecutable(QStringLiteral("mkudffs")).isEmpty()) {
+        QFile image(udf);
+        ASSERT_TRUE(image.open(QIODevice::WriteOnly) && image.resize(10 << 20));
+        image.close();
+        QProcess mkudffs;
+        mkudffs.start(QStringLiteral("mkudffs"),
+                      {"--media-type=hd", "--blocksize=2048", "--label=UDFONLY", udf});
+        ASSERT_TRUE(mkudffs.waitForFinished(60000) && mkudffs.exitCode() == 0);
+        files << udf;
+    }
+
+    for (const QString& file : files) {
+        EXPECT_EQ(Run({"add-disc", "cat.db3", "Shelf", file, "--name", "X"}), 1)
+            << file.toStdString();
+        EXPECT_TRUE(m_errors.contains("Disc is absent or invalid")) << m_errors.toStdString();
+    }
+    EXPECT_EQ(Rows("SELECT COUNT(*) FROM Units"), QStringList{"0"});
+    EXPECT_EQ(Rows("SELECT COUNT(*) FROM DiscInfo"), QStringList{"0"});
+    if (files.size() < 3)
+        GTEST_SKIP() << "mkudffs is not installed: no UDF image was tried";
 }
