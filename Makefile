@@ -3,6 +3,8 @@
 BUILD_DIR ?= build
 BUILD_TYPE ?= RelWithDebInfo
 JOBS ?= $(shell nproc 2>/dev/null || echo 2)
+# Extra arguments for CMake, e.g. CMAKE_ARGS=-DSHELFWISE_WERROR=ON (as CI runs it).
+CMAKE_ARGS ?=
 
 .PHONY: all bootstrap configure build run test bench clean
 
@@ -12,7 +14,7 @@ bootstrap:
 	@bash scripts/bootstrap
 
 configure: bootstrap
-	@cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) > $(BUILD_DIR).configure.log 2>&1 \
+	@cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) $(CMAKE_ARGS) > $(BUILD_DIR).configure.log 2>&1 \
 		|| (cat $(BUILD_DIR).configure.log; exit 1)
 
 build: configure
