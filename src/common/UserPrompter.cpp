@@ -62,6 +62,11 @@ std::atomic<UserPrompter*> g_current{nullptr};
 
 UserPrompter::~UserPrompter() = default;
 
+UserPrompter::Answer UserPrompter::AskYesNoCancel(const QString& text, Icon icon)
+{
+    return AskYesNo(text, icon) ? Answer::Yes : Answer::No;
+}
+
 void UserPrompter::ShowMessage(int stringId, Icon icon)
 {
     ShowMessage(Strings::LoadString(stringId), icon);

@@ -13,8 +13,13 @@ public:
     virtual ~UserPrompter();
 
     virtual void ShowMessage(const QString& text, Icon icon) = 0;
+    enum class Answer { Yes, No, Cancel };
+
     // A Yes/No question; true for Yes.
     virtual bool AskYesNo(const QString& text, Icon icon) = 0;
+    // A Yes/No/Cancel question (save changes?). Where nobody can cancel, it is asked
+    // as a Yes/No question.
+    virtual Answer AskYesNoCancel(const QString& text, Icon icon);
     // Closes the main window (the normal close path follows). The command line ends
     // the command with an error.
     virtual void CloseMainWindow() = 0;

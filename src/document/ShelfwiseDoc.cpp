@@ -115,7 +115,7 @@ bool CShelfwiseDoc::OnNewDocument()
     if (!opened || !CheckDatabaseVersion())
         return false;
     FinishLoading();
-    m_bChanged = false;
+    SetModified(false);
     return true;
 }
 
@@ -138,7 +138,7 @@ bool CShelfwiseDoc::OnOpenDocument(const QString& path)
                                          QString::fromLatin1(kSourceName), __LINE__, false, false);
         return false;
     }
-    m_bChanged = false;
+    SetModified(false);
     m_cataloguePath = path;
     ReplaceWorkingCopy(path);
     // A file that is no catalogue is reported, but the program stays open with what
@@ -175,7 +175,7 @@ bool CShelfwiseDoc::OnSaveDocument(const QString& path)
         m_keptWorkingCopy = !RenameWorkingCopy(m_ownWorkingCopyPath);
     }
     if (path == m_cataloguePath) {
-        m_bChanged = false;
+        SetModified(false);
         return true;
     }
     OnOpenDocument(path);
@@ -251,9 +251,17 @@ void CShelfwiseDoc::SetSelection(int id, bool isStorage, QObject* sender)
     emit viewsNeedUpdate(sender);
 }
 
+void CShelfwiseDoc::SetModified(bool changed)
+{
+    const bool was = m_bChanged;
+    m_bChanged = changed;
+    if (was != changed)
+        emit modifiedChanged(changed);
+}
+
 void CShelfwiseDoc::MarkChanged()
 {
-    m_bChanged = true;
+    SetModified(true);
     if (Settings::Instance().AutosaveAfterUpdate)
         FileSave();
 }

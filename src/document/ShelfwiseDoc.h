@@ -37,7 +37,7 @@ public:
     // or when the file could not be written.
     bool FileSave();
     bool IsModified() const { return m_bChanged; }
-    void SetModified(bool changed) { m_bChanged = changed; }
+    void SetModified(bool changed);
     bool IsLoaded() const { return m_loaded; }
 
     // After a failed save the working copy is renamed to "Unsaved changes to NAME
@@ -111,6 +111,8 @@ signals:
     void storageRenamed(int storageId);
     void unitRenamed(int unitId, QObject* sender);
     void cataloguePathChanged(const QString& path);
+    // The changed mark went on or off.
+    void modifiedChanged(bool modified);
     // A save is about to write the catalogue file: from here on it runs to its end.
     void saving();
     // The newer-catalogue dialog chose another catalogue to open.

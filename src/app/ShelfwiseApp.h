@@ -1,0 +1,41 @@
+#pragma once
+
+#include "views/WidgetPrompter.h"
+
+#include <QLockFile>
+#include <QObject>
+#include <QStringList>
+
+#include <memory>
+
+class CMainFrame;
+class CShelfwiseDoc;
+
+// The desktop program: one instance per settings folder (a second start ends at once,
+// silently), the main window shown maximised, the start-up backup, and the catalogue
+// to begin with: the one on the command line, else the most recent one, else (on a
+// first start) the sample catalogue if the user wants it.
+class CShelfwiseApp final : public QObject
+{
+    Q_OBJECT
+
+public:
+    // Questions and messages go to prompter when given (tests), else to message boxes.
+    explicit CShelfwiseApp(UserPrompter* prompter = nullptr);
+    ~CShelfwiseApp() override;
+
+    // False when the program should end at once (another instance runs).
+    bool InitInstance(const QStringList& arguments);
+    CMainFrame* MainFrame() const { return m_frame.get(); }
+    CShelfwiseDoc* Document() const { return m_doc.get(); }
+
+    // The single-instance lock of a settings folder.
+    static QString LockPath(const QString& settingsFolder);
+
+private:
+    CWidgetPrompter m_widgetPrompter;
+    UserPrompter* m_prompter;
+    std::unique_ptr<QLockFile> m_lock;
+    std::unique_ptr<CShelfwiseDoc> m_doc;
+    std::unique_ptr<CMainFrame> m_frame;
+};

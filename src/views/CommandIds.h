@@ -1,0 +1,37 @@
+#pragma once
+
+// The command ids of the menus, the toolbar and the keyboard, shared by the frame and
+// both panes. The numbers are the program's historic ones, so that help texts and
+// the category sub-menu (35000 + CategoryID) keep meaning what they always meant.
+namespace CommandIds {
+
+constexpr int FileNew = 57600;
+constexpr int FileOpen = 57601;
+constexpr int FileSave = 57603;
+constexpr int FileSaveAs = 57604;
+constexpr int FileRecent1 = 57616; // to FileRecent1 + 3
+constexpr int AppAbout = 57664;
+constexpr int AppExit = 57665;
+constexpr int Help = 57670;
+
+constexpr int AddStorage = 32772;
+constexpr int AddDisc = 32776;
+constexpr int AddFolder = 32777;
+constexpr int AddFile = 32778;
+constexpr int Search = 32787;
+constexpr int MoveUp = 206;
+constexpr int Compress = 32794;
+constexpr int Options = 32801;
+constexpr int Properties = 32797;
+constexpr int Rename = 32816;
+constexpr int Delete = 32817;
+constexpr int Report = 32841;
+
+constexpr int ViewIcons = 32834;
+constexpr int ViewList = 32835;
+constexpr int ViewSmallIcons = 32836;
+constexpr int ViewDetails = 32837; // the list with columns
+
+constexpr int CategoryBase = 35000; // + CategoryID: "Change category"
+
+} // namespace CommandIds

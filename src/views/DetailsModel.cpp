@@ -1,0 +1,99 @@
+#include "views/DetailsModel.h"
+
+#include "common/FormatSize.h"
+#include "common/Strings.h"
+#include "document/ShelfwiseDoc.h"
+#include "settings/Settings.h"
+#include "views/UnitIcons.h"
+
+CDetailsModel::CDetailsModel(CShelfwiseDoc& doc, CUnitIcons& icons, QObject* parent)
+    : QAbstractTableModel(parent), m_doc(doc), m_icons(icons)
+{
+}
+
+void CDetailsModel::SetRows(std::vector<UnitListItem> rows)
+{
+    beginResetModel();
+    m_rows = std::move(rows);
+    endResetModel();
+}
+
+void CDetailsModel::RemoveRow(int row)
+{
+    if (row < 0 || row >= static_cast<int>(m_rows.size()))
+        return;
+    beginRemoveRows(QModelIndex(), row, row);
+    m_rows.erase(m_rows.begin() + row);
+    endRemoveRows();
+}
+
+int CDetailsModel::rowCount(const QModelIndex& parent) const
+{
+    return parent.isValid() ? 0 : static_cast<int>(m_rows.size());
+}
+
+int CDetailsModel::columnCount(const QModelIndex& parent) const
+{
+    return parent.isValid() ? 0 : ColumnCount;
+}
+
+QVariant CDetailsModel::data(const QModelIndex& index, int role) const
+{
+    if (!index.isValid() || index.row() >= static_cast<int>(m_rows.size()))
+        return QVariant();
+    const UnitListItem& unit = m_rows[static_cast<size_t>(index.row())];
+    const FileIconsStyle style = Settings::Instance().FileIconsStyle;
+    switch (role) {
+    case kUnitIdRole:
+        return unit.UnitID;
+    case kIconIndexRole:
+        return static_cast<int>(CUnitIcons::BaseIndex(unit, style));
+    case Qt::DecorationRole:
+        return index.column() == Name ? QVariant(m_icons.Icon(unit, style)) : QVariant();
+    case Qt::TextAlignmentRole:
+        return index.column() == Size ? QVariant(Qt::AlignRight | Qt::AlignVCenter) : QVariant();
+    case Qt::DisplayRole:
+    case kSortRole:
+        break;
+    default:
+        return QVariant();
+    }
+    const bool sorting = role == kSortRole;
+    switch (index.column()) {
+    case Name:
+        return sorting ? QVariant(unit.UnitName.toLower()) : QVariant(unit.UnitName);
+    case Size:
+        return sorting ? QVariant(unit.UnitSize) : QVariant(FormatSize(unit.UnitSize));
+    case Category:
+        return m_doc.Database().GetCategory(unit.CategoryID).Name;
+    case Type:
+        switch (unit.Kind) {
+        case UnitKind::Disc:
+            return Strings::LoadString(Strings::IDS_KIND_DISC);
+        case UnitKind::Folder:
+            return Strings::LoadString(Strings::IDS_KIND_FOLDER);
+        default:
+            return Strings::LoadString(Strings::IDS_KIND_FILE);
+        }
+    default:
+        return QVariant();
+    }
+}
+
+QVariant CDetailsModel::headerData(int section, Qt::Orientation orientation, int role) const
+{
+    if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
+        return QVariant();
+    switch (section) {
+    case Name:
+        return Strings::LoadString(Strings::IDS_COLUMN_NAME);
+    case Size:
+        return Strings::LoadString(Strings::IDS_COLUMN_SIZE);
+    case Category:
+        return Strings::LoadString(Strings::IDS_COLUMN_CATEGORY);
+    case Type:
+        return Strings::LoadString(Strings::IDS_COLUMN_TYPE);
+    default:
+        return QVariant();
+    }
+}

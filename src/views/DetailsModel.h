@@ -1,0 +1,42 @@
+#pragma once
+
+#include "sqlitewrapper/Records.h"
+
+#include <QAbstractTableModel>
+
+#include <vector>
+
+class CShelfwiseDoc;
+class CUnitIcons;
+
+// The rows behind the list: the children of the selected tree item, in the catalogue's
+// order. Nothing is copied per row into the view; text and icon are made when a row is
+// painted, so a folder of many thousands of files costs one vector. The columns beyond
+// the name serve the Details mode.
+class CDetailsModel final : public QAbstractTableModel
+{
+    Q_OBJECT
+
+public:
+    enum Column { Name = 0, Size, Category, Type, ColumnCount };
+    static constexpr int kUnitIdRole = Qt::UserRole;
+    static constexpr int kSortRole = Qt::UserRole + 1;
+    static constexpr int kIconIndexRole = Qt::UserRole + 2;
+
+    CDetailsModel(CShelfwiseDoc& doc, CUnitIcons& icons, QObject* parent = nullptr);
+
+    // Replaces every row.
+    void SetRows(std::vector<UnitListItem> rows);
+    const std::vector<UnitListItem>& Rows() const { return m_rows; }
+    void RemoveRow(int row);
+
+    int rowCount(const QModelIndex& parent = QModelIndex()) const override;
+    int columnCount(const QModelIndex& parent = QModelIndex()) const override;
+    QVariant data(const QModelIndex& index, int role) const override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+
+private:
+    CShelfwiseDoc& m_doc;
+    CUnitIcons& m_icons;
+    std::vector<UnitListItem> m_rows;
+};

@@ -1,0 +1,130 @@
+#include "views/DetailsView.h"
+
+#include "document/ShelfwiseDoc.h"
+#include "views/DetailsModel.h"
+#include "views/UnitIcons.h"
+
+#include <QHeaderView>
+#include <QListView>
+#include <QSortFilterProxyModel>
+#include <QTreeView>
+
+CDetailsView::CDetailsView(CShelfwiseDoc& doc, CUnitIcons& icons, QWidget* parent)
+    : QStackedWidget(parent), m_doc(doc), m_model(new CDetailsModel(doc, icons, this)),
+      m_sorted(new QSortFilterProxyModel(this)), m_list(new QListView(this)),
+      m_table(new QTreeView(this))
+{
+    m_list->setModel(m_model);
+    m_list->setSelectionMode(QAbstractItemView::SingleSelection);
+    m_list->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    m_list->setUniformItemSizes(true);
+    m_list->setAccessibleName(QStringLiteral("Contents"));
+
+    m_sorted->setSourceModel(m_model);
+    m_sorted->setSortRole(CDetailsModel::kSortRole);
+    m_table->setModel(m_sorted);
+    m_table->setRootIsDecorated(false);
+    m_table->setUniformRowHeights(true);
+    m_table->setSortingEnabled(true);
+    m_table->sortByColumn(-1, Qt::AscendingOrder); // the catalogue's order until a click
+    m_table->setSelectionMode(QAbstractItemView::SingleSelection);
+    m_table->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    m_table->header()->setSectionResizeMode(CDetailsModel::Name, QHeaderView::Stretch);
+    m_table->header()->setStretchLastSection(false);
+    m_table->setAccessibleName(QStringLiteral("Contents with details"));
+
+    addWidget(m_list);
+    addWidget(m_table);
+    for (QAbstractItemView* view :
+         {static_cast<QAbstractItemView*>(m_list), static_cast<QAbstractItemView*>(m_table)})
+        connect(view, &QAbstractItemView::activated, this, &CDetailsView::Activate);
+    connect(&m_doc, &CShelfwiseDoc::viewsNeedUpdate, this, [this](QObject* sender) {
+        if (sender != this)
+            Refill();
+    });
+    SetMode(Mode::Icons);
+}
+
+void CDetailsView::Refill()
+{
+    m_model->SetRows(m_doc.GetSelectionChildren());
+}
+
+void CDetailsView::SetMode(Mode mode)
+{
+    m_mode = mode;
+    if (mode == Mode::Details) {
+        setCurrentWidget(m_table);
+        return;
+    }
+    setCurrentWidget(m_list);
+    const bool large = mode == Mode::Icons;
+    m_list->setViewMode(mode == Mode::List ? QListView::ListMode : QListView::IconMode);
+    m_list->setFlow(mode == Mode::List ? QListView::TopToBottom : QListView::LeftToRight);
+    m_list->setWrapping(true);
+    m_list->setResizeMode(QListView::Adjust);
+    m_list->setMovement(QListView::Static);
+    m_list->setIconSize(large ? QSize(32, 32) : QSize(16, 16));
+    m_list->setGridSize(large ? QSize(96, 72) : QSize());
+    m_list->setWordWrap(large);
+}
+
+QAbstractItemView* CDetailsView::ActiveView() const
+{
+    return m_mode == Mode::Details ? static_cast<QAbstractItemView*>(m_table) : m_list;
+}
+
+int CDetailsView::SourceRow(const QModelIndex& index) const
+{
+    if (!index.isValid())
+        return -1;
+    return index.model() == m_sorted ? m_sorted->mapToSource(index).row() : index.row();
+}
+
+int CDetailsView::SelectedUnitId() const
+{
+    const int row = SourceRow(ActiveView()->currentIndex());
+    return row < 0 ? -1 : m_model->Rows().at(static_cast<size_t>(row)).UnitID;
+}
+
+void CDetailsView::SelectRowByUnitId(int unitId)
+{
+    const auto& rows = m_model->Rows();
+    for (size_t i = 0; i < rows.size(); ++i) {
+        if (rows[i].UnitID != unitId)
+            continue;
+        QModelIndex index = m_model->index(static_cast<int>(i), 0);
+        if (m_mode == Mode::Details)
+            index = m_sorted->mapFromSource(index);
+        ActiveView()->setFocus();
+        ActiveView()->setCurrentIndex(index);
+        ActiveView()->scrollTo(index);
+        return;
+    }
+}
+
+void CDetailsView::Activate(const QModelIndex& index)
+{
+    const int row = SourceRow(index);
+    if (row < 0)
+        return;
+    const QModelIndex source = m_model->index(row, 0);
+    // Decided on the icon, as the list always has: storage, disc and folder icons
+    // open their unit, any file icon its properties.
+    const int icon = m_model->data(source, CDetailsModel::kIconIndexRole).toInt();
+    const int unitId = m_model->data(source, CDetailsModel::kUnitIdRole).toInt();
+    if (icon <= CUnitIcons::Folder)
+        emit browseRequested(unitId);
+    else
+        emit propertiesRequested(unitId, false);
+}
+
+void CDetailsView::DeleteSelected()
+{
+    const int row = SourceRow(ActiveView()->currentIndex());
+    if (row < 0)
+        return;
+    const UnitListItem unit = m_model->Rows().at(static_cast<size_t>(row));
+    if (m_doc.DeleteItem(this, unit.UnitName, unit.UnitID, false))
+        m_model->RemoveRow(row);
+}

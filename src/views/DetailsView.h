@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QStackedWidget>
+
+class CDetailsModel;
+class CShelfwiseDoc;
+class CUnitIcons;
+class QAbstractItemView;
+class QListView;
+class QModelIndex;
+class QSortFilterProxyModel;
+class QTreeView;
+
+// The right pane: the children of the tree's selection, files included, as large
+// icons, small icons, a list, or (Details) a table of name, size, category and type
+// that sorts by a click on a column header. Activating a disc or folder browses into
+// it; activating a file asks for its properties.
+class CDetailsView final : public QStackedWidget
+{
+    Q_OBJECT
+
+public:
+    enum class Mode { Icons, SmallIcons, List, Details };
+
+    CDetailsView(CShelfwiseDoc& doc, CUnitIcons& icons, QWidget* parent = nullptr);
+
+    void Refill();
+    void SetMode(Mode mode);
+    Mode CurrentMode() const { return m_mode; }
+    // Focuses the list and selects the row of unitId, when it is there.
+    void SelectRowByUnitId(int unitId);
+    // The UnitID of the selected row, -1 when none.
+    int SelectedUnitId() const;
+    void DeleteSelected();
+
+    CDetailsModel& Model() { return *m_model; }
+    QAbstractItemView* ActiveView() const;
+
+signals:
+    void browseRequested(int unitId);
+    void propertiesRequested(int unitId, bool isStorage);
+
+private:
+    void Activate(const QModelIndex& index);
+    int SourceRow(const QModelIndex& index) const;
+
+    CShelfwiseDoc& m_doc;
+    CDetailsModel* m_model;
+    QSortFilterProxyModel* m_sorted;
+    QListView* m_list;
+    QTreeView* m_table;
+    Mode m_mode = Mode::Icons;
+};

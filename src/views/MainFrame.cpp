@@ -1,0 +1,444 @@
+#include "views/MainFrame.h"
+
+#include "common/FormatSize.h"
+#include "common/Strings.h"
+#include "common/UserPrompter.h"
+#include "document/ProgramVersion.h"
+#include "document/ShelfwiseDoc.h"
+#include "settings/Settings.h"
+#include "sqlitewrapper/SqlText.h"
+#include "views/CommandIds.h"
+#include "views/DetailsView.h"
+#include "views/NavigationView.h"
+
+#include <QAction>
+#include <QActionGroup>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QDir>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QInputDialog>
+#include <QLabel>
+#include <QLocale>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QSettings>
+#include <QSplitter>
+#include <QStatusBar>
+#include <QStyle>
+#include <QToolBar>
+
+#include <algorithm>
+
+namespace {
+
+constexpr int kRecentCount = 4;
+const char kRecentKey[] = "RecentFiles";
+const char kFilter[] = "Database Files (*.db3);;All files (*)";
+
+} // namespace
+
+CMainFrame::CMainFrame(CShelfwiseDoc& doc, QWidget* parent)
+    : QMainWindow(parent), m_doc(doc), m_splitter(new QSplitter(this)),
+      m_pathLabel(new QLabel(this)), m_selectionLabel(new QLabel(this))
+{
+    setMinimumSize(400, 300);
+    setAccessibleName(QStringLiteral("Shelfwise"));
+    CreateActions();
+    m_tree = new CNavigationView(doc, m_icons, m_commands, m_splitter);
+    m_list = new CDetailsView(doc, m_icons, m_splitter);
+    m_splitter->addWidget(m_tree);
+    m_splitter->addWidget(m_list);
+    m_splitter->setStretchFactor(1, 1);
+    const int treeWidth = std::max(50, Settings::Instance().SplitterPosition);
+    m_splitter->setSizes({treeWidth, std::max(200, width() - treeWidth)});
+    setCentralWidget(m_splitter);
+    CreateMenus();
+    CreateToolBar();
+    m_pathLabel->setAccessibleName(QStringLiteral("Catalogue path"));
+    m_selectionLabel->setAccessibleName(QStringLiteral("Selection summary"));
+    statusBar()->addWidget(m_pathLabel, 1);
+    statusBar()->addPermanentWidget(m_selectionLabel);
+
+    connect(m_tree, &CNavigationView::propertiesRequested, this, &CMainFrame::ShowProperties);
+    connect(m_list, &CDetailsView::propertiesRequested, this, &CMainFrame::ShowProperties);
+    connect(m_list, &CDetailsView::browseRequested, m_tree, &CNavigationView::BrowseToChild);
+    connect(&m_doc, &CShelfwiseDoc::modifiedChanged, this, &CMainFrame::UpdateTitle);
+    connect(&m_doc, &CShelfwiseDoc::cataloguePathChanged, this, [this](const QString& path) {
+        m_pathLabel->setText(QDir::toNativeSeparators(path));
+        UpdateTitle();
+    });
+    connect(&m_doc, &CShelfwiseDoc::viewsNeedUpdate, this, &CMainFrame::UpdateStatus);
+    connect(&m_autosave, &QTimer::timeout, this, [this] {
+        if (m_doc.IsLoaded() && m_doc.IsModified())
+            m_doc.FileSave();
+    });
+    RestartAutosave();
+    UpdateRecentMenu();
+    UpdateTitle();
+}
+
+void CMainFrame::CreateActions()
+{
+    using namespace CommandIds;
+    auto add = [this](int id, const QString& text, const QKeySequence& key, auto slot) {
+        QAction* action = m_commands.Add(id, text, this, key);
+        connect(action, &QAction::triggered, this, slot);
+        return action;
+    };
+    add(FileNew, tr("&New"), QKeySequence::New, [this] {
+        if (MaybeSave())
+            NewCatalogue();
+    });
+    add(FileOpen, tr("&Open..."), QKeySequence::Open, [this] { Open(); });
+    add(FileSave, tr("&Save"), QKeySequence::Save, [this] { Save(); });
+    add(FileSaveAs, tr("Save &As..."), QKeySequence(), [this] { SaveAs(); });
+    add(AppExit, tr("E&xit"), QKeySequence::Quit, [this] { close(); });
+    add(AddStorage, tr("Add &Storage..."), QKeySequence(tr("Ctrl+Shift+S")),
+        [this] { OnAddStorage(); });
+    add(AddDisc, tr("Add Dis&c..."), QKeySequence(tr("Ctrl+Shift+C")),
+        [this] { NotYetAvailable(tr("Adding a disc")); });
+    add(AddFolder, tr("Add Fol&der..."), QKeySequence(tr("Ctrl+Shift+D")),
+        [this] { NotYetAvailable(tr("Adding a folder")); });
+    add(AddFile, tr("Add &File..."), QKeySequence(tr("Ctrl+Shift+F")),
+        [this] { NotYetAvailable(tr("Adding a file")); });
+    add(Search, tr("Search..."), QKeySequence(tr("Ctrl+F")),
+        [this] { NotYetAvailable(tr("The search dialog")); });
+    add(MoveUp, tr("Move up"), QKeySequence(), [this] { m_tree->MoveUp(); });
+    add(Compress, tr("Compress database"), QKeySequence(), [this] { OnCompress(); });
+    add(Options, tr("Options..."), QKeySequence(), [this] { NotYetAvailable(tr("The options")); });
+    add(Report, tr("Create report"), QKeySequence(),
+        [this] { NotYetAvailable(tr("The report dialog")); });
+    add(Rename, tr("Rename"), QKeySequence(Qt::Key_F2), [this] {
+        if (!FocusInList())
+            m_tree->RenameSelected();
+    });
+    add(Delete, tr("Delete"), QKeySequence::Delete, [this] {
+        if (FocusInList())
+            m_list->DeleteSelected();
+        else
+            m_tree->DeleteSelected();
+    });
+    add(Properties, tr("Properties"), QKeySequence(), [this] {
+        if (FocusInList() && m_list->SelectedUnitId() != -1)
+            ShowProperties(m_list->SelectedUnitId(), false);
+        else if (m_tree->currentItem())
+            ShowProperties(CNavigationView::ItemId(m_tree->currentItem()),
+                           m_tree->currentItem()->parent() == nullptr);
+    });
+    add(Help, tr("&Help"), QKeySequence::HelpContents, [this] { NotYetAvailable(tr("Help")); });
+    add(AppAbout, tr("&About Shelfwise..."), QKeySequence(), [this] {
+        QMessageBox::about(this, tr("About Shelfwise"),
+                           SqlText::Format(Strings::LoadString(Strings::IDS_ABOUT_VERSION),
+                                           {Version::ProgramVersionText()}) +
+                               tr("\nA cataloguer of removable discs and folders."));
+    });
+    const std::pair<int, CDetailsView::Mode> modes[] = {
+        {ViewIcons, CDetailsView::Mode::Icons},
+        {ViewSmallIcons, CDetailsView::Mode::SmallIcons},
+        {ViewList, CDetailsView::Mode::List},
+        {ViewDetails, CDetailsView::Mode::Details}};
+    auto* group = new QActionGroup(this);
+    const QString texts[] = {tr("Icons"), tr("Small icons"), tr("List"), tr("Details")};
+    for (size_t i = 0; i < 4; ++i) {
+        QAction* action = add(modes[i].first, texts[i], QKeySequence(),
+                              [this, mode = modes[i].second] { m_list->SetMode(mode); });
+        action->setCheckable(true);
+        action->setChecked(i == 0);
+        group->addAction(action);
+    }
+    for (int i = 0; i < kRecentCount; ++i) {
+        QAction* action = m_commands.Add(FileRecent1 + i, QString(), this);
+        connect(action, &QAction::triggered, this, [this, action] {
+            if (MaybeSave())
+                OpenCatalogue(action->data().toString().section(QLatin1Char('\n'), 1));
+        });
+    }
+}
+
+void CMainFrame::CreateMenus()
+{
+    using namespace CommandIds;
+    QMenu* file = menuBar()->addMenu(tr("&File"));
+    for (int id : {FileNew, FileOpen, FileSave, FileSaveAs})
+        file->addAction(m_commands.Get(id));
+    file->addSeparator();
+    m_recentMenu = file->addMenu(tr("Recent catalogues"));
+    for (int i = 0; i < kRecentCount; ++i)
+        m_recentMenu->addAction(m_commands.Get(FileRecent1 + i));
+    file->addSeparator();
+    file->addAction(m_commands.Get(AppExit));
+    QMenu* edit = menuBar()->addMenu(tr("&Edit"));
+    for (int id : {Rename, Delete, Properties})
+        edit->addAction(m_commands.Get(id));
+    QMenu* view = menuBar()->addMenu(tr("&View"));
+    for (int id : {ViewIcons, ViewSmallIcons, ViewList, ViewDetails})
+        view->addAction(m_commands.Get(id));
+    view->addSeparator();
+    view->addAction(m_commands.Get(MoveUp));
+    QMenu* tools = menuBar()->addMenu(tr("&Tools"));
+    for (int id : {AddStorage, AddDisc, AddFolder, AddFile, Search})
+        tools->addAction(m_commands.Get(id));
+    tools->addSeparator();
+    for (int id : {Compress, Report, Options})
+        tools->addAction(m_commands.Get(id));
+    QMenu* help = menuBar()->addMenu(tr("&Help"));
+    help->addAction(m_commands.Get(Help));
+    help->addAction(m_commands.Get(AppAbout));
+}
+
+void CMainFrame::CreateToolBar()
+{
+    using namespace CommandIds;
+    QToolBar* bar = addToolBar(tr("Toolbar"));
+    bar->setObjectName(QStringLiteral("toolbar"));
+    bar->setAccessibleName(tr("Toolbar"));
+    bar->setIconSize(QSize(32, 32));
+    const std::pair<int, const char*> buttons[] = {
+        {FileOpen, "document-open"},     {FileSave, "document-save"},
+        {AddStorage, "drive-multidisk"}, {AddDisc, "media-optical"},
+        {AddFolder, "folder-new"},       {AddFile, "document-new"},
+        {Search, "edit-find"},           {MoveUp, "go-up"}};
+    QStyle* style = this->style();
+    const QStyle::StandardPixmap fallbacks[] = {QStyle::SP_DialogOpenButton,
+                                                QStyle::SP_DialogSaveButton,
+                                                QStyle::SP_DriveHDIcon,
+                                                QStyle::SP_DriveCDIcon,
+                                                QStyle::SP_FileDialogNewFolder,
+                                                QStyle::SP_FileIcon,
+                                                QStyle::SP_FileDialogContentsView,
+                                                QStyle::SP_ArrowUp};
+    for (size_t i = 0; i < 8; ++i) {
+        QAction* action = m_commands.Get(buttons[i].first);
+        action->setIcon(QIcon::fromTheme(QString::fromLatin1(buttons[i].second),
+                                         style->standardIcon(fallbacks[i])));
+        action->setToolTip(action->text().remove(QLatin1Char('&')).remove(QStringLiteral("...")));
+        bar->addAction(action);
+    }
+}
+
+bool CMainFrame::FocusInList() const
+{
+    return m_list->isAncestorOf(QApplication::focusWidget());
+}
+
+void CMainFrame::UpdateTitle()
+{
+    const QString path = m_doc.CataloguePath();
+    const QString name = path.isEmpty() ? tr("Untitled") : QFileInfo(path).fileName();
+    setWindowTitle(name + QStringLiteral("[*] - Shelfwise"));
+    setWindowModified(m_doc.IsModified());
+}
+
+void CMainFrame::UpdateStatus()
+{
+    const QLocale locale;
+    qint64 discs = 0, folders = 0, files = 0, size = 0;
+    if (m_doc.SelectedId == -1) {
+        m_selectionLabel->clear();
+        return;
+    }
+    if (m_doc.SelectedIsStorage) {
+        for (const StorageRecord& storage : m_doc.Storages()) {
+            if (storage.StorageID == m_doc.SelectedId) {
+                discs = storage.DiscsNumber;
+                folders = storage.FoldersNumber;
+                files = storage.FilesNumber;
+                size = storage.StorageSize;
+            }
+        }
+    } else {
+        m_doc.Guard([&] {
+            const FolderDetails details = m_doc.Database().GetFolderProperties(m_doc.SelectedId);
+            folders = details.SubfoldersNumber;
+            files = details.SubfilesNumber;
+            size = details.UnitSize;
+        });
+    }
+    QString text =
+        m_doc.SelectedIsStorage ? tr("%1 discs, ").arg(locale.toString(discs)) : QString();
+    text += tr("%1 folders, %2 files, %3")
+                .arg(locale.toString(folders), locale.toString(files), FormatSize(size));
+    m_selectionLabel->setText(text);
+}
+
+QStringList CMainFrame::RecentFiles() const
+{
+    return QSettings(QStringLiteral("Korvalt"), QStringLiteral("Shelfwise"))
+        .value(QLatin1String(kRecentKey))
+        .toStringList();
+}
+
+void CMainFrame::AddRecent(const QString& path)
+{
+    QStringList files = RecentFiles();
+    files.removeAll(path);
+    files.prepend(path);
+    while (files.size() > kRecentCount)
+        files.removeLast();
+    QSettings(QStringLiteral("Korvalt"), QStringLiteral("Shelfwise"))
+        .setValue(QLatin1String(kRecentKey), files);
+    UpdateRecentMenu();
+}
+
+void CMainFrame::UpdateRecentMenu()
+{
+    const QStringList files = RecentFiles();
+    for (int i = 0; i < kRecentCount; ++i) {
+        QAction* action = m_commands.Get(CommandIds::FileRecent1 + i);
+        const bool used = i < files.size();
+        action->setVisible(used);
+        if (used) {
+            action->setText(
+                QStringLiteral("&%1 %2").arg(i + 1).arg(QDir::toNativeSeparators(files.at(i))));
+            action->setData(
+                QStringLiteral("%1\n%2").arg(CommandIds::FileRecent1 + i).arg(files.at(i)));
+        }
+    }
+    if (m_recentMenu)
+        m_recentMenu->setEnabled(!files.isEmpty());
+}
+
+void CMainFrame::ShowLoadedCatalogue()
+{
+    // Nothing selected: both panes rebuild from the top.
+    m_doc.SetSelection(-1, false, nullptr);
+    UpdateTitle();
+}
+
+bool CMainFrame::NewCatalogue()
+{
+    const bool made = m_doc.OnNewDocument();
+    ShowLoadedCatalogue();
+    return made;
+}
+
+bool CMainFrame::OpenCatalogue(const QString& path)
+{
+    const QString absolute = QFileInfo(path).absoluteFilePath();
+    if (!m_doc.OnOpenDocument(absolute)) {
+        // The document has reported why; the window stays usable with a new catalogue
+        // rather than half of the one that failed.
+        NewCatalogue();
+        return false;
+    }
+    AddRecent(absolute);
+    ShowLoadedCatalogue();
+    return true;
+}
+
+void CMainFrame::Open()
+{
+    if (!MaybeSave())
+        return;
+    const QString path =
+        QFileDialog::getOpenFileName(this, QString(), QString(), QString::fromLatin1(kFilter));
+    if (!path.isEmpty())
+        OpenCatalogue(path);
+}
+
+bool CMainFrame::Save()
+{
+    if (m_doc.CataloguePath().isEmpty())
+        return SaveAs();
+    const bool saved = m_doc.FileSave();
+    UpdateTitle();
+    return saved;
+}
+
+bool CMainFrame::SaveAs()
+{
+    const QString path = UserPrompter::Current().AskSaveFileName();
+    if (path.isEmpty())
+        return false;
+    const bool reopens = path != m_doc.CataloguePath();
+    m_doc.OnSaveDocument(path);
+    if (m_doc.LastSaveReachedFile()) {
+        AddRecent(QFileInfo(path).absoluteFilePath());
+        if (reopens)
+            ShowLoadedCatalogue();
+    }
+    UpdateTitle();
+    return m_doc.LastSaveReachedFile();
+}
+
+bool CMainFrame::MaybeSave()
+{
+    if (!m_doc.IsLoaded() || !m_doc.IsModified())
+        return true;
+    const QString name = m_doc.CataloguePath().isEmpty()
+                             ? tr("Untitled")
+                             : QFileInfo(m_doc.CataloguePath()).fileName();
+    const auto answer = UserPrompter::Current().AskYesNoCancel(tr("Save changes to %1?").arg(name),
+                                                               UserPrompter::Icon::Question);
+    if (answer == UserPrompter::Answer::Cancel)
+        return false;
+    // A save that fails keeps the document modified and has said so: stay.
+    return answer == UserPrompter::Answer::No || Save();
+}
+
+void CMainFrame::closeEvent(QCloseEvent* event)
+{
+    if (!MaybeSave()) {
+        event->ignore();
+        return;
+    }
+    Settings::Instance().SplitterPosition = m_splitter->sizes().value(0);
+    event->accept();
+}
+
+void CMainFrame::RestartAutosave()
+{
+    const int minutes = Settings::Instance().AutosaveTimeout;
+    if (minutes < 1) {
+        m_autosave.stop();
+        return;
+    }
+    m_autosave.start(minutes * 60000);
+}
+
+void CMainFrame::OnAddStorage()
+{
+    bool ok = false;
+    const QString name =
+        QInputDialog::getText(this, tr("Add Storage"), tr("Name:"), QLineEdit::Normal, {}, &ok);
+    if (!ok)
+        return;
+    UserPrompter& prompter = UserPrompter::Current();
+    if (name.isEmpty()) {
+        prompter.ShowMessage(Strings::IDS_STORAGE_NAME_EMPTY, UserPrompter::Icon::Warning);
+        return;
+    }
+    for (const StorageRecord& storage : m_doc.Storages()) {
+        if (storage.StorageName == name) {
+            prompter.ShowMessage(
+                SqlText::Format(Strings::LoadString(Strings::IDS_STORAGE_NAME_EXISTS), {name}),
+                UserPrompter::Icon::Warning);
+            return;
+        }
+    }
+    if (m_doc.AddStorage(name, QString()) != 0)
+        m_tree->PopulateChildren(nullptr);
+}
+
+void CMainFrame::OnCompress()
+{
+    if (UserPrompter::Current().AskYesNo(Strings::IDS_COMPRESS_QUESTION,
+                                         UserPrompter::Icon::Question))
+        m_doc.CompressDatabase();
+}
+
+void CMainFrame::NotYetAvailable(const QString& what)
+{
+    UserPrompter::Current().ShowMessage(
+        tr("%1 is not available yet in the window; shelfwise-cli does it meanwhile.").arg(what),
+        UserPrompter::Icon::Information);
+}
+
+void CMainFrame::ShowProperties(int id, bool isStorage)
+{
+    Q_UNUSED(id);
+    Q_UNUSED(isStorage);
+    NotYetAvailable(tr("The properties dialog"));
+}

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "views/Commands.h"
+#include "views/UnitIcons.h"
+
+#include <QMainWindow>
+#include <QStringList>
+#include <QTimer>
+
+class CDetailsView;
+class CNavigationView;
+class CShelfwiseDoc;
+class QLabel;
+class QMenu;
+class QSplitter;
+
+// The main window: menus, toolbar and status bar, the tree on the left and the list on
+// the right in a splitter, the autosave timer, and File New/Open/Save/Save As with the
+// recent-file list and the save-changes question.
+class CMainFrame final : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    explicit CMainFrame(CShelfwiseDoc& doc, QWidget* parent = nullptr);
+
+    CNavigationView& Navigation() { return *m_tree; }
+    CDetailsView& Details() { return *m_list; }
+    const CCommands& Commands() const { return m_commands; }
+
+    // Opens a catalogue and puts it first in the recent-file list; false when it could
+    // not be opened (the document has said why; a new catalogue stands then).
+    bool OpenCatalogue(const QString& path);
+    bool NewCatalogue();
+    // Asks whether to save changes when there are any; false when the user cancels.
+    bool MaybeSave();
+    QStringList RecentFiles() const;
+    // Restarts or stops the autosave timer after AutosaveTimeout changed.
+    void RestartAutosave();
+    bool AutosaveRunning() const { return m_autosave.isActive(); }
+    int AutosaveInterval() const { return m_autosave.interval(); }
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void CreateActions();
+    void CreateMenus();
+    void CreateToolBar();
+    void UpdateTitle();
+    void ShowLoadedCatalogue();
+    void UpdateStatus();
+    void UpdateRecentMenu();
+    void AddRecent(const QString& path);
+    void Open();
+    bool Save();
+    bool SaveAs();
+    void OnAddStorage();
+    void OnCompress();
+    void NotYetAvailable(const QString& what);
+    void ShowProperties(int id, bool isStorage);
+    bool FocusInList() const;
+
+    CShelfwiseDoc& m_doc;
+    CCommands m_commands;
+    CUnitIcons m_icons;
+    CNavigationView* m_tree;
+    CDetailsView* m_list;
+    QSplitter* m_splitter;
+    QLabel* m_pathLabel;
+    QLabel* m_selectionLabel;
+    QMenu* m_recentMenu = nullptr;
+    QTimer m_autosave;
+};

@@ -1,0 +1,300 @@
+#include "views/NavigationView.h"
+
+#include "common/Strings.h"
+#include "common/UserPrompter.h"
+#include "document/ShelfwiseDoc.h"
+#include "settings/Settings.h"
+#include "sqlitewrapper/SqlText.h"
+#include "views/CommandIds.h"
+#include "views/Commands.h"
+#include "views/UnitIcons.h"
+
+#include <QContextMenuEvent>
+#include <QMenu>
+
+namespace {
+
+constexpr int kIdRole = Qt::UserRole;
+
+} // namespace
+
+CNavigationView::CNavigationView(CShelfwiseDoc& doc, CUnitIcons& icons, const CCommands& commands,
+                                 QWidget* parent)
+    : QTreeWidget(parent), m_doc(doc), m_icons(icons), m_commands(commands)
+{
+    setHeaderHidden(true);
+    setColumnCount(1);
+    setRootIsDecorated(true);
+    setUniformRowHeights(true);
+    setEditTriggers(QAbstractItemView::NoEditTriggers); // only the Rename command edits
+    setAccessibleName(QStringLiteral("Storages, discs and folders"));
+    connect(&m_doc, &CShelfwiseDoc::viewsNeedUpdate, this, &CNavigationView::OnDocumentUpdate);
+    connect(this, &QTreeWidget::itemExpanded, this,
+            [this](QTreeWidgetItem* item) { PopulateChildren(item); });
+    connect(this, &QTreeWidget::currentItemChanged, this,
+            [this](QTreeWidgetItem* current) { OnCurrentItemChanged(current); });
+    connect(this, &QTreeWidget::itemChanged, this, &CNavigationView::OnItemChanged);
+    connect(&m_doc, &CShelfwiseDoc::unitRenamed, this, [this](int unitId, QObject* sender) {
+        if (sender != this && currentItem() && currentItem()->parent() &&
+            ItemId(currentItem()) == unitId)
+            PopulateChildren(currentItem()->parent());
+    });
+}
+
+int CNavigationView::ItemId(const QTreeWidgetItem* item)
+{
+    return item ? item->data(0, kIdRole).toInt() : -1;
+}
+
+void CNavigationView::AddPlaceholder(QTreeWidgetItem* item)
+{
+    item->addChild(new QTreeWidgetItem());
+}
+
+QTreeWidgetItem* CNavigationView::InsertStorageItem(const StorageListItem& storage)
+{
+    auto* item = new QTreeWidgetItem();
+    item->setText(0, storage.StorageName);
+    item->setData(0, kIdRole, storage.StorageID);
+    item->setIcon(0, m_icons.Icon(CUnitIcons::Storage));
+    item->setFlags(item->flags() | Qt::ItemIsEditable);
+    if (storage.HasChildren)
+        AddPlaceholder(item);
+    addTopLevelItem(item);
+    return item;
+}
+
+QTreeWidgetItem* CNavigationView::InsertUnitItem(const UnitListItem& row, QTreeWidgetItem* parent)
+{
+    if (row.Kind == UnitKind::File || !parent)
+        return nullptr;
+    auto* item = new QTreeWidgetItem();
+    item->setText(0, row.UnitName);
+    item->setData(0, kIdRole, row.UnitID);
+    item->setIcon(0, m_icons.Icon(row, Settings::Instance().FileIconsStyle));
+    item->setFlags(item->flags() | Qt::ItemIsEditable);
+    if (row.HasSubfolders)
+        AddPlaceholder(item);
+    parent->addChild(item);
+    return item;
+}
+
+void CNavigationView::PopulateChildren(QTreeWidgetItem* item)
+{
+    const QSignalBlocker blocker(this);
+    m_filling = true;
+    if (!item) {
+        clear();
+        std::vector<StorageListItem> storages;
+        m_doc.Guard([&] { m_doc.Database().GetStorageList(storages); });
+        for (const StorageListItem& storage : storages)
+            InsertStorageItem(storage);
+    } else {
+        qDeleteAll(item->takeChildren());
+        std::vector<UnitListItem> rows;
+        const bool isStorage = item->parent() == nullptr;
+        m_doc.Guard([&] { m_doc.Database().GetSubunits(rows, ItemId(item), isStorage); });
+        for (const UnitListItem& row : rows)
+            InsertUnitItem(row, item);
+    }
+    m_filling = false;
+}
+
+void CNavigationView::OnDocumentUpdate(QObject* sender)
+{
+    if (sender == this)
+        return;
+    QTreeWidgetItem* selected = currentItem();
+    if (m_doc.SelectedId == -1 || !selected) {
+        PopulateChildren(nullptr);
+        return;
+    }
+    const bool expanded = selected->isExpanded();
+    PopulateChildren(selected);
+    selected->setExpanded(expanded && selected->childCount() > 0);
+}
+
+void CNavigationView::OnCurrentItemChanged(QTreeWidgetItem* current)
+{
+    if (m_filling)
+        return;
+    m_doc.SetSelection(current ? ItemId(current) : -1, current && !current->parent(), this);
+}
+
+QTreeWidgetItem* CNavigationView::FindRootItem(int storageId) const
+{
+    for (int i = 0; i < topLevelItemCount(); ++i) {
+        if (ItemId(topLevelItem(i)) == storageId)
+            return topLevelItem(i);
+    }
+    return nullptr;
+}
+
+QTreeWidgetItem* CNavigationView::GetRootAncestor(QTreeWidgetItem* item)
+{
+    while (item && item->parent())
+        item = item->parent();
+    return item;
+}
+
+void CNavigationView::SelectPath(const std::vector<int>& ids)
+{
+    QTreeWidgetItem* item = FindRootItem(ids.at(0));
+    if (!item)
+        return;
+    for (size_t i = 1; i < ids.size() && item; ++i) {
+        item->setExpanded(true);
+        QTreeWidgetItem* next = nullptr;
+        for (int c = 0; c < item->childCount() && !next; ++c) {
+            if (ItemId(item->child(c)) == ids[i])
+                next = item->child(c);
+        }
+        if (!next)
+            break;
+        item = next;
+    }
+    setCurrentItem(item);
+    scrollToItem(item);
+}
+
+void CNavigationView::BrowseToChild(int unitId)
+{
+    QTreeWidgetItem* selected = currentItem();
+    if (!selected)
+        return;
+    selected->setExpanded(true);
+    for (int c = 0; c < selected->childCount(); ++c) {
+        if (ItemId(selected->child(c)) == unitId) {
+            setCurrentItem(selected->child(c));
+            return;
+        }
+    }
+}
+
+void CNavigationView::DropUnit(QTreeWidgetItem* target, int unitId)
+{
+    QTreeWidgetItem* storageItem = GetRootAncestor(target);
+    if (!storageItem)
+        return; // dropped beside the items: nothing to move to
+    const int storageId = ItemId(storageItem);
+    int oldStorage = 0;
+    UnitListItem unit;
+    if (!m_doc.Guard([&] {
+            oldStorage = m_doc.Database().GetUnitStorageId(unitId);
+            unit = m_doc.Database().GetUnit(unitId);
+        }))
+        return;
+    if (oldStorage == storageId || !m_doc.MoveUnitToStorage(unitId, storageId))
+        return;
+    if (QTreeWidgetItem* old = FindRootItem(oldStorage)) {
+        for (int c = 0; c < old->childCount(); ++c) {
+            if (ItemId(old->child(c)) == unitId)
+                delete old->takeChild(c);
+        }
+    }
+    if (storageItem->isExpanded())
+        InsertUnitItem(unit, storageItem);
+    storageItem->setExpanded(true);
+    setCurrentItem(storageItem);
+}
+
+void CNavigationView::MoveUp()
+{
+    if (currentItem() && currentItem()->parent())
+        setCurrentItem(currentItem()->parent());
+}
+
+void CNavigationView::RenameSelected()
+{
+    QTreeWidgetItem* item = currentItem();
+    if (!item)
+        return;
+    m_nameBeforeEdit = item->text(0);
+    editItem(item, 0);
+}
+
+void CNavigationView::OnItemChanged(QTreeWidgetItem* item)
+{
+    if (m_filling)
+        return;
+    const QString name = item->text(0);
+    if (name == m_nameBeforeEdit)
+        return;
+    UserPrompter& prompter = UserPrompter::Current();
+    const bool isStorage = item->parent() == nullptr;
+    bool accepted = false;
+    if (isStorage) {
+        bool taken = false;
+        for (const StorageRecord& storage : m_doc.Storages())
+            taken = taken || (storage.StorageName == name && storage.StorageID != ItemId(item));
+        if (name.isEmpty())
+            prompter.ShowMessage(Strings::IDS_STORAGE_NAME_EMPTY, UserPrompter::Icon::Warning);
+        else if (taken)
+            prompter.ShowMessage(
+                SqlText::Format(Strings::LoadString(Strings::IDS_STORAGE_NAME_EXISTS), {name}),
+                UserPrompter::Icon::Warning);
+        else
+            accepted = m_doc.RenameStorage(ItemId(item), name);
+    } else if (name.isEmpty()) {
+        prompter.ShowMessage(Strings::IDS_UNIT_NAME_EMPTY, UserPrompter::Icon::Warning);
+    } else {
+        accepted = m_doc.RenameUnit(ItemId(item), name, this);
+    }
+    if (!accepted) {
+        const QSignalBlocker blocker(this);
+        item->setText(0, m_nameBeforeEdit);
+    } else {
+        m_nameBeforeEdit = name;
+    }
+}
+
+void CNavigationView::DeleteSelected()
+{
+    QTreeWidgetItem* item = currentItem();
+    if (!item)
+        return;
+    if (m_doc.DeleteItem(this, item->text(0), ItemId(item), item->parent() == nullptr)) {
+        m_filling = true;
+        delete item;
+        m_filling = false;
+        QTreeWidgetItem* now = currentItem();
+        m_doc.SetSelection(now ? ItemId(now) : -1, now && !now->parent(), this);
+    }
+}
+
+void CNavigationView::contextMenuEvent(QContextMenuEvent* event)
+{
+    QTreeWidgetItem* item = itemAt(viewport()->mapFromGlobal(event->globalPos()));
+    QMenu menu(this);
+    menu.setAccessibleName(QStringLiteral("Tree menu"));
+    if (!item) {
+        for (int id : {CommandIds::AddStorage, CommandIds::AddDisc, CommandIds::AddFolder,
+                       CommandIds::AddFile})
+            menu.addAction(m_commands.Get(id));
+        menu.exec(event->globalPos());
+        return;
+    }
+    setCurrentItem(item);
+    const bool isUnit = item->parent() != nullptr;
+    bool isFolder = false;
+    if (isUnit)
+        m_doc.Guard(
+            [&] { isFolder = m_doc.Database().GetUnit(ItemId(item)).Kind == UnitKind::Folder; });
+    // Storages and discs may take a new name here; folders may not. Units take no
+    // additions of their own.
+    QAction* rename = menu.addAction(m_commands.Get(CommandIds::Rename)->text());
+    rename->setEnabled(!isFolder);
+    connect(rename, &QAction::triggered, this, &CNavigationView::RenameSelected);
+    menu.addAction(m_commands.Get(CommandIds::Delete));
+    menu.addAction(m_commands.Get(CommandIds::Properties));
+    menu.addSeparator();
+    QMenu* add = menu.addMenu(tr("Add"));
+    for (const auto& [id, text] : {std::pair{CommandIds::AddDisc, tr("Disc")},
+                                   std::pair{CommandIds::AddFolder, tr("Folder")},
+                                   std::pair{CommandIds::AddFile, tr("File")}}) {
+        QAction* entry = add->addAction(text);
+        entry->setEnabled(!isUnit);
+        connect(entry, &QAction::triggered, m_commands.Get(id), &QAction::trigger);
+    }
+    menu.exec(event->globalPos());
+}

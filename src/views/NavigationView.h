@@ -1,0 +1,63 @@
+#pragma once
+
+#include "sqlitewrapper/Records.h"
+
+#include <QTreeWidget>
+
+#include <vector>
+
+class CShelfwiseDoc;
+class CCommands;
+class CUnitIcons;
+
+// The left pane: the catalogue's storages at the root and, below each, its discs and
+// folders (never files). Filled lazily: an item that may have children carries one
+// empty placeholder until it is expanded, so the tree never holds more than its
+// expanded part. Selecting an item selects it in the document, which refills the list.
+class CNavigationView final : public QTreeWidget
+{
+    Q_OBJECT
+
+public:
+    CNavigationView(CShelfwiseDoc& doc, CUnitIcons& icons, const CCommands& commands,
+                    QWidget* parent = nullptr);
+
+    // The root item (null) rebuilds the whole tree; an item re-reads its children.
+    void PopulateChildren(QTreeWidgetItem* item);
+    // Adds a storage or unit row under parent (null: at the root); files are skipped.
+    QTreeWidgetItem* InsertUnitItem(const UnitListItem& row, QTreeWidgetItem* parent);
+    QTreeWidgetItem* InsertStorageItem(const StorageListItem& storage);
+
+    // Expands the storage with ids[0] and each unit of ids[1..] below it, and selects
+    // the last one. ids must not be empty.
+    void SelectPath(const std::vector<int>& ids);
+    // Expands the selected item and selects its child unitId.
+    void BrowseToChild(int unitId);
+    // Moves a top-level unit to the storage above target.
+    void DropUnit(QTreeWidgetItem* target, int unitId);
+    QTreeWidgetItem* FindRootItem(int storageId) const;
+    static QTreeWidgetItem* GetRootAncestor(QTreeWidgetItem* item);
+    static int ItemId(const QTreeWidgetItem* item);
+
+    void MoveUp();
+    void RenameSelected();
+    void DeleteSelected();
+
+signals:
+    void propertiesRequested(int id, bool isStorage);
+
+protected:
+    void contextMenuEvent(QContextMenuEvent* event) override;
+
+private:
+    void OnDocumentUpdate(QObject* sender);
+    void OnCurrentItemChanged(QTreeWidgetItem* current);
+    void OnItemChanged(QTreeWidgetItem* item);
+    static void AddPlaceholder(QTreeWidgetItem* item);
+
+    CShelfwiseDoc& m_doc;
+    CUnitIcons& m_icons;
+    const CCommands& m_commands;
+    bool m_filling = false;   // item changes made by the program itself
+    QString m_nameBeforeEdit; // of the item being renamed in place
+};

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "settings/Settings.h"
+#include "sqlitewrapper/Records.h"
+
+#include <QHash>
+#include <QIcon>
+#include <QString>
+
+// The icons of storages, discs, folders and files, shared by the tree and the list.
+// Taken from the desktop's icon theme by their freedesktop names, with the style's
+// own icons where no theme is installed. The rule follows the FileIconsStyle setting:
+// one file icon (Default), one per category (CategoryBased), or the desktop's icon for
+// the file type (Explorer, cached per extension).
+class CUnitIcons final
+{
+public:
+    enum Index {
+        Storage = 0,
+        Disc = 1,
+        Folder = 2,
+        File = 3,
+        Custom = 4,
+        Film = 5,
+        Music = 6,
+        Picture = 7
+    };
+
+    QIcon Icon(const UnitListItem& unit, FileIconsStyle style);
+    QIcon Icon(Index index) const;
+    // Storage, disc and folder icons open their unit when activated; files do not.
+    static Index BaseIndex(const UnitListItem& unit, FileIconsStyle style);
+
+private:
+    QIcon TypeIcon(const QString& fileName);
+
+    QHash<QString, QIcon> m_byExtension;
+};

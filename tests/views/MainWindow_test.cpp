@@ -1,0 +1,164 @@
+// The desktop program on the offscreen platform: start-up paths, the lazily filled
+// tree, the list following the tree's selection, and closing with unsaved changes.
+#include "FakePrompter.h"
+
+#include "app/ShelfwiseApp.h"
+#include "document/ShelfwiseDoc.h"
+#include "settings/Settings.h"
+#include "views/DetailsModel.h"
+#include "views/DetailsView.h"
+#include "views/MainFrame.h"
+#include "views/NavigationView.h"
+
+#include <QFile>
+#include <QSettings>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class MainWindow : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        QSettings(QStringLiteral("Korvalt"), QStringLiteral("Shelfwise")).clear();
+    }
+
+    // A copy of the sample catalogue the test may change.
+    QString Sample()
+    {
+        const QString path = m_dir.filePath(QStringLiteral("sample.db3"));
+        QFile::remove(path);
+        QFile::copy(QStringLiteral(SHELFWISE_DATA_DIR "/test.db3"), path);
+        QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
+        return path;
+    }
+
+    QTemporaryDir m_dir;
+    FakePrompter m_prompter;
+};
+
+} // namespace
+
+TEST_F(MainWindow, AFirstStartOffersTheSampleAndASecondStartEndsSilently)
+{
+    m_prompter.QueueYesNo(true);
+    CShelfwiseApp app(&m_prompter);
+    ASSERT_TRUE(app.InitInstance({QStringLiteral("Shelfwise")}));
+    ASSERT_EQ(m_prompter.Questions().size(), 1u);
+    EXPECT_TRUE(app.MainFrame()->isMaximized() || app.MainFrame()->isVisible());
+    EXPECT_TRUE(app.Document()->CataloguePath().endsWith(QStringLiteral("test.db3")));
+    const CNavigationView& tree = app.MainFrame()->Navigation();
+    EXPECT_GT(tree.topLevelItemCount(), 0);
+    EXPECT_EQ(app.MainFrame()->RecentFiles().value(0), app.Document()->CataloguePath());
+
+    // The same settings folder: the second program gets no window and says nothing.
+    FakePrompter quiet;
+    CShelfwiseApp second(&quiet);
+    EXPECT_FALSE(second.InitInstance({QStringLiteral("Shelfwise")}));
+    EXPECT_EQ(second.MainFrame(), nullptr);
+    EXPECT_TRUE(quiet.Questions().empty() && quiet.Messages().empty());
+}
+
+TEST_F(MainWindow, ACatalogueThatCannotBeOpenedLeavesAUsableNewOne)
+{
+    const QString missing = m_dir.filePath(QStringLiteral("gone.db3"));
+    CShelfwiseApp app(&m_prompter);
+    ASSERT_TRUE(app.InitInstance({QStringLiteral("Shelfwise"), missing}));
+    ASSERT_FALSE(m_prompter.Messages().empty());
+    EXPECT_TRUE(app.Document()->IsLoaded());
+    EXPECT_TRUE(app.Document()->CataloguePath().isEmpty());
+    EXPECT_EQ(app.MainFrame()->Navigation().topLevelItemCount(), 0);
+    EXPECT_FALSE(app.MainFrame()->RecentFiles().contains(missing));
+}
+
+TEST_F(MainWindow, TheTreeFillsLazilyAndTheListFollowsTheSelection)
+{
+    CShelfwiseApp app(&m_prompter);
+    ASSERT_TRUE(app.InitInstance({QStringLiteral("Shelfwise"), Sample()}));
+    CNavigationView& tree = app.MainFrame()->Navigation();
+    CDetailsView& list = app.MainFrame()->Details();
+    ASSERT_GT(tree.topLevelItemCount(), 0);
+
+    // A storage with discs shows one empty placeholder until it is expanded.
+    QTreeWidgetItem* storage = nullptr;
+    for (int i = 0; i < tree.topLevelItemCount() && !storage; ++i) {
+        if (tree.topLevelItem(i)->childCount() > 0)
+            storage = tree.topLevelItem(i);
+    }
+    ASSERT_NE(storage, nullptr);
+    ASSERT_EQ(storage->childCount(), 1);
+    EXPECT_TRUE(storage->child(0)->text(0).isEmpty());
+    storage->setExpanded(true);
+    ASSERT_GT(storage->childCount(), 0);
+    EXPECT_FALSE(storage->child(0)->text(0).isEmpty());
+
+    tree.setCurrentItem(storage);
+    EXPECT_EQ(app.Document()->SelectedId, CNavigationView::ItemId(storage));
+    EXPECT_TRUE(app.Document()->SelectedIsStorage);
+    const auto& rows = list.Model().Rows();
+    ASSERT_FALSE(rows.empty());
+    // The list shows files as well; the tree only discs and folders.
+    int shownInTree = 0;
+    for (const UnitListItem& row : rows)
+        shownInTree += row.Kind == UnitKind::File ? 0 : 1;
+    EXPECT_EQ(storage->childCount(), shownInTree);
+
+    // Activating a disc or folder in the list browses into it in the tree.
+    const int child = CNavigationView::ItemId(storage->child(0));
+    list.SelectRowByUnitId(child);
+    emit list.ActiveView()->activated(list.ActiveView()->currentIndex());
+    EXPECT_EQ(CNavigationView::ItemId(tree.currentItem()), child);
+    EXPECT_FALSE(app.Document()->SelectedIsStorage);
+
+    // Move up goes back to the storage.
+    tree.MoveUp();
+    EXPECT_EQ(tree.currentItem(), storage);
+}
+
+TEST_F(MainWindow, DetailsModeSortsByAClickedColumn)
+{
+    CShelfwiseApp app(&m_prompter);
+    ASSERT_TRUE(app.InitInstance({QStringLiteral("Shelfwise"), Sample()}));
+    CNavigationView& tree = app.MainFrame()->Navigation();
+    tree.setCurrentItem(tree.topLevelItem(0));
+    CDetailsView& list = app.MainFrame()->Details();
+    list.SetMode(CDetailsView::Mode::Details);
+    auto* view = list.ActiveView();
+    ASSERT_GE(view->model()->rowCount(), 2);
+    view->model()->sort(CDetailsModel::Size, Qt::DescendingOrder);
+    qint64 previous = std::numeric_limits<qint64>::max();
+    for (int r = 0; r < view->model()->rowCount(); ++r) {
+        const qint64 size = view->model()
+                                ->index(r, CDetailsModel::Size)
+                                .data(CDetailsModel::kSortRole)
+                                .toLongLong();
+        EXPECT_LE(size, previous);
+        previous = size;
+    }
+}
+
+TEST_F(MainWindow, ClosingWithChangesAsksAndCancelKeepsTheWindow)
+{
+    const QString path = Sample();
+    CShelfwiseApp app(&m_prompter);
+    ASSERT_TRUE(app.InitInstance({QStringLiteral("Shelfwise"), path}));
+    ASSERT_NE(app.Document()->AddStorage(QStringLiteral("Attic"), QString()), 0);
+    EXPECT_TRUE(app.MainFrame()->isWindowModified());
+
+    // A Yes/No prompter cannot cancel: No discards, and the window closes.
+    m_prompter.QueueYesNo(false);
+    EXPECT_TRUE(app.MainFrame()->close());
+    EXPECT_EQ(m_prompter.Questions().size(), 1u);
+
+    // Autosave follows the setting at once.
+    Settings::Instance().AutosaveTimeout = 5;
+    app.MainFrame()->RestartAutosave();
+    EXPECT_TRUE(app.MainFrame()->AutosaveRunning());
+    EXPECT_EQ(app.MainFrame()->AutosaveInterval(), 300000);
+    Settings::Instance().AutosaveTimeout = 0;
+    app.MainFrame()->RestartAutosave();
+    EXPECT_FALSE(app.MainFrame()->AutosaveRunning());
+}
