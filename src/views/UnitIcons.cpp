@@ -34,31 +34,25 @@ CUnitIcons::Index CUnitIcons::BaseIndex(const UnitListItem& unit, FileIconsStyle
 
 QIcon CUnitIcons::Icon(Index index) const
 {
-    QStyle* style = QApplication::style();
-    switch (index) {
-    case Storage:
-        return QIcon::fromTheme(QStringLiteral("drive-multidisk"),
-                                style->standardIcon(QStyle::SP_DriveHDIcon));
-    case Disc:
-        return QIcon::fromTheme(QStringLiteral("media-optical"),
-                                style->standardIcon(QStyle::SP_DriveCDIcon));
-    case Folder:
-        return QIcon::fromTheme(QStringLiteral("folder"), style->standardIcon(QStyle::SP_DirIcon));
-    case Film:
-        return QIcon::fromTheme(QStringLiteral("video-x-generic"),
-                                style->standardIcon(QStyle::SP_MediaPlay));
-    case Music:
-        return QIcon::fromTheme(QStringLiteral("audio-x-generic"),
-                                style->standardIcon(QStyle::SP_MediaVolume));
-    case Picture:
-        return QIcon::fromTheme(QStringLiteral("image-x-generic"),
-                                style->standardIcon(QStyle::SP_FileIcon));
-    case File:
-    case Custom:
-        break;
-    }
-    return QIcon::fromTheme(QStringLiteral("text-x-generic"),
-                            style->standardIcon(QStyle::SP_FileIcon));
+    // The freedesktop name of each icon, and the style's own icon where no theme has it.
+    struct Source
+    {
+        const char* themeName;
+        QStyle::StandardPixmap fallback;
+    };
+    static const Source sources[] = {
+        {"drive-multidisk", QStyle::SP_DriveHDIcon}, // Storage
+        {"media-optical", QStyle::SP_DriveCDIcon},   // Disc
+        {"folder", QStyle::SP_DirIcon},              // Folder
+        {"text-x-generic", QStyle::SP_FileIcon},     // File
+        {"text-x-generic", QStyle::SP_FileIcon},     // Custom
+        {"video-x-generic", QStyle::SP_MediaPlay},   // Film
+        {"audio-x-generic", QStyle::SP_MediaVolume}, // Music
+        {"image-x-generic", QStyle::SP_FileIcon},    // Picture
+    };
+    const Source& source = sources[index];
+    return QIcon::fromTheme(QString::fromLatin1(source.themeName),
+                            QApplication::style()->standardIcon(source.fallback));
 }
 
 QIcon CUnitIcons::Icon(const UnitListItem& unit, FileIconsStyle style)
