@@ -2,6 +2,7 @@
 
 #include "common/FormatSize.h"
 #include "common/Strings.h"
+#include "common/UserPrompter.h"
 #include "document/ShelfwiseDoc.h"
 #include "settings/Settings.h"
 #include "views/UnitIcons.h"
@@ -96,4 +97,30 @@ QVariant CDetailsModel::headerData(int section, Qt::Orientation orientation, int
     default:
         return QVariant();
     }
+}
+
+Qt::ItemFlags CDetailsModel::flags(const QModelIndex& index) const
+{
+    Qt::ItemFlags result = QAbstractTableModel::flags(index);
+    if (index.isValid() && index.column() == Name)
+        result |= Qt::ItemIsEditable;
+    return result;
+}
+
+bool CDetailsModel::setData(const QModelIndex& index, const QVariant& value, int role)
+{
+    if (role != Qt::EditRole || !index.isValid() || index.column() != Name)
+        return false;
+    UnitListItem& unit = m_rows.at(static_cast<size_t>(index.row()));
+    const QString name = value.toString();
+    if (name.isEmpty()) {
+        UserPrompter::Current().ShowMessage(Strings::IDS_UNIT_NAME_EMPTY,
+                                            UserPrompter::Icon::Warning);
+        return false;
+    }
+    if (!m_doc.RenameUnit(unit.UnitID, name, this))
+        return false;
+    unit.UnitName = name;
+    emit dataChanged(index, index);
+    return true;
 }

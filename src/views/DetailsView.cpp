@@ -1,18 +1,26 @@
 #include "views/DetailsView.h"
 
+#include "common/Strings.h"
+#include "common/UserPrompter.h"
 #include "document/ShelfwiseDoc.h"
+#include "views/CommandIds.h"
+#include "views/Commands.h"
 #include "views/DetailsModel.h"
 #include "views/UnitIcons.h"
 
+#include <QAction>
+#include <QContextMenuEvent>
 #include <QHeaderView>
 #include <QListView>
+#include <QMenu>
 #include <QSortFilterProxyModel>
 #include <QTreeView>
 
-CDetailsView::CDetailsView(CShelfwiseDoc& doc, CUnitIcons& icons, QWidget* parent)
-    : QStackedWidget(parent), m_doc(doc), m_model(new CDetailsModel(doc, icons, this)),
-      m_sorted(new QSortFilterProxyModel(this)), m_list(new QListView(this)),
-      m_table(new QTreeView(this))
+CDetailsView::CDetailsView(CShelfwiseDoc& doc, CUnitIcons& icons, const CCommands& commands,
+                           QWidget* parent)
+    : QStackedWidget(parent), m_doc(doc), m_commands(commands),
+      m_model(new CDetailsModel(doc, icons, this)), m_sorted(new QSortFilterProxyModel(this)),
+      m_list(new QListView(this)), m_table(new QTreeView(this))
 {
     m_list->setModel(m_model);
     m_list->setSelectionMode(QAbstractItemView::SingleSelection);
@@ -127,4 +135,66 @@ void CDetailsView::DeleteSelected()
     const UnitListItem unit = m_model->Rows().at(static_cast<size_t>(row));
     if (m_doc.DeleteItem(this, unit.UnitName, unit.UnitID, false))
         m_model->RemoveRow(row);
+}
+
+const UnitListItem* CDetailsView::SelectedRow() const
+{
+    const int row = SourceRow(ActiveView()->currentIndex());
+    return row < 0 ? nullptr : &m_model->Rows().at(static_cast<size_t>(row));
+}
+
+void CDetailsView::RenameSelected()
+{
+    const UnitListItem* unit = SelectedRow();
+    if (!unit || unit->Kind != UnitKind::Disc)
+        return;
+    QModelIndex index = ActiveView()->currentIndex();
+    ActiveView()->edit(index.sibling(index.row(), CDetailsModel::Name));
+}
+
+void CDetailsView::ChangeCategory(int categoryId)
+{
+    const UnitListItem* unit = SelectedRow();
+    if (!unit)
+        return;
+    const UnitListItem file = *unit;
+    if (UserPrompter::Current().AskYesNo(Strings::IDS_CHANGE_EXTENSION_CATEGORY_QUESTION,
+                                         UserPrompter::Icon::Question))
+        m_doc.SetFileExtensionCategory(file.UnitName, categoryId);
+    else
+        m_doc.SetUnitCategory(file.UnitID, categoryId);
+}
+
+void CDetailsView::contextMenuEvent(QContextMenuEvent* event)
+{
+    using namespace CommandIds;
+    QMenu menu(this);
+    const UnitListItem* unit = SelectedRow();
+    if (!unit || !ActiveView()
+                      ->indexAt(ActiveView()->viewport()->mapFromGlobal(event->globalPos()))
+                      .isValid()) {
+        QMenu* view = menu.addMenu(tr("View"));
+        for (int id : {ViewIcons, ViewSmallIcons, ViewList, ViewDetails})
+            view->addAction(m_commands.Get(id));
+        menu.exec(event->globalPos());
+        return;
+    }
+    // Only discs can take a new name in the list.
+    QAction* rename = menu.addAction(m_commands.Get(Rename)->text());
+    rename->setEnabled(unit->Kind == UnitKind::Disc);
+    connect(rename, &QAction::triggered, this, &CDetailsView::RenameSelected);
+    menu.addAction(m_commands.Get(Delete));
+    menu.addAction(m_commands.Get(Properties));
+    if (unit->Kind == UnitKind::File) {
+        menu.addSeparator();
+        QMenu* categories = menu.addMenu(Strings::LoadString(Strings::IDS_CHANGE_CATEGORY_MENU));
+        for (const auto& [id, category] : m_doc.Database().Categories()) {
+            if (id == unit->CategoryID)
+                continue;
+            QAction* entry = categories->addAction(category.Name);
+            entry->setData(CategoryBase + id);
+            connect(entry, &QAction::triggered, this, [this, id = id] { ChangeCategory(id); });
+        }
+    }
+    menu.exec(event->globalPos());
 }

@@ -1,7 +1,10 @@
 #pragma once
 
+#include "sqlitewrapper/Records.h"
+
 #include <QStackedWidget>
 
+class CCommands;
 class CDetailsModel;
 class CShelfwiseDoc;
 class CUnitIcons;
@@ -22,7 +25,8 @@ class CDetailsView final : public QStackedWidget
 public:
     enum class Mode { Icons, SmallIcons, List, Details };
 
-    CDetailsView(CShelfwiseDoc& doc, CUnitIcons& icons, QWidget* parent = nullptr);
+    CDetailsView(CShelfwiseDoc& doc, CUnitIcons& icons, const CCommands& commands,
+                 QWidget* parent = nullptr);
 
     void Refill();
     void SetMode(Mode mode);
@@ -32,6 +36,11 @@ public:
     // The UnitID of the selected row, -1 when none.
     int SelectedUnitId() const;
     void DeleteSelected();
+    // Renames the selected row in place; only discs take a new name in the list.
+    void RenameSelected();
+    // Moves the selected file to a category: with Yes to the question, every file
+    // with its extension too.
+    void ChangeCategory(int categoryId);
 
     CDetailsModel& Model() { return *m_model; }
     QAbstractItemView* ActiveView() const;
@@ -40,11 +49,16 @@ signals:
     void browseRequested(int unitId);
     void propertiesRequested(int unitId, bool isStorage);
 
+protected:
+    void contextMenuEvent(QContextMenuEvent* event) override;
+
 private:
     void Activate(const QModelIndex& index);
+    const UnitListItem* SelectedRow() const;
     int SourceRow(const QModelIndex& index) const;
 
     CShelfwiseDoc& m_doc;
+    const CCommands& m_commands;
     CDetailsModel* m_model;
     QSortFilterProxyModel* m_sorted;
     QListView* m_list;

@@ -47,7 +47,7 @@ CMainFrame::CMainFrame(CShelfwiseDoc& doc, QWidget* parent)
     setAccessibleName(QStringLiteral("Shelfwise"));
     CreateActions();
     m_tree = new CNavigationView(doc, m_icons, m_commands, m_splitter);
-    m_list = new CDetailsView(doc, m_icons, m_splitter);
+    m_list = new CDetailsView(doc, m_icons, m_commands, m_splitter);
     m_splitter->addWidget(m_tree);
     m_splitter->addWidget(m_list);
     m_splitter->setStretchFactor(1, 1);
@@ -111,7 +111,9 @@ void CMainFrame::CreateActions()
     add(Report, tr("Create report"), QKeySequence(),
         [this] { NotYetAvailable(tr("The report dialog")); });
     add(Rename, tr("Rename"), QKeySequence(Qt::Key_F2), [this] {
-        if (!FocusInList())
+        if (FocusInList())
+            m_list->RenameSelected();
+        else
             m_tree->RenameSelected();
     });
     add(Delete, tr("Delete"), QKeySequence::Delete, [this] {

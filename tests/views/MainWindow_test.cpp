@@ -5,6 +5,7 @@
 #include "app/ShelfwiseApp.h"
 #include "document/ShelfwiseDoc.h"
 #include "settings/Settings.h"
+#include "sqlitewrapper/RowMappers.h"
 #include "views/DetailsModel.h"
 #include "views/DetailsView.h"
 #include "views/MainFrame.h"
@@ -15,6 +16,9 @@
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <limits>
 
 namespace {
 
@@ -140,7 +144,7 @@ TEST_F(MainWindow, DetailsModeSortsByAClickedColumn)
     }
 }
 
-TEST_F(MainWindow, ClosingWithChangesAsksAndCancelKeepsTheWindow)
+TEST_F(MainWindow, ClosingWithChangesAsksAndAutosaveFollowsTheSetting)
 {
     const QString path = Sample();
     CShelfwiseApp app(&m_prompter);
@@ -148,7 +152,7 @@ TEST_F(MainWindow, ClosingWithChangesAsksAndCancelKeepsTheWindow)
     ASSERT_NE(app.Document()->AddStorage(QStringLiteral("Attic"), QString()), 0);
     EXPECT_TRUE(app.MainFrame()->isWindowModified());
 
-    // A Yes/No prompter cannot cancel: No discards, and the window closes.
+    // No discards the changes, and the window closes.
     m_prompter.QueueYesNo(false);
     EXPECT_TRUE(app.MainFrame()->close());
     EXPECT_EQ(m_prompter.Questions().size(), 1u);
@@ -161,4 +165,38 @@ TEST_F(MainWindow, ClosingWithChangesAsksAndCancelKeepsTheWindow)
     Settings::Instance().AutosaveTimeout = 0;
     app.MainFrame()->RestartAutosave();
     EXPECT_FALSE(app.MainFrame()->AutosaveRunning());
+}
+
+TEST_F(MainWindow, AFileInTheListChangesCategoryAloneOrWithItsExtension)
+{
+    CShelfwiseApp app(&m_prompter);
+    ASSERT_TRUE(app.InitInstance({QStringLiteral("Shelfwise"), Sample()}));
+    CSqliteWrapper& db = app.Document()->Database();
+    std::vector<int> files;
+    db.QueryRows(QStringLiteral("SELECT UnitID FROM Units WHERE UnitType = 'F' AND UnitName "
+                                "LIKE '%.mp3' AND ParentUnitID IS NOT NULL"),
+                 files, &RowMappers::Ids);
+    ASSERT_GE(files.size(), 2u);
+    const int file = files.front();
+    std::vector<int> path = db.GetAncestorIds(file);
+    path.push_back(db.GetUnitStorageId(file));
+    std::reverse(path.begin(), path.end());
+    app.MainFrame()->Navigation().SelectPath(path);
+    CDetailsView& list = app.MainFrame()->Details();
+    list.SelectRowByUnitId(file);
+    ASSERT_EQ(list.SelectedUnitId(), file);
+
+    auto category = [&](int id) { return db.GetUnit(id).CategoryID; };
+    const int others = category(files.back());
+    m_prompter.QueueYesNo(false); // only this file
+    list.ChangeCategory(CategoryIds::Picture);
+    EXPECT_EQ(category(file), CategoryIds::Picture);
+    EXPECT_EQ(category(files.back()), others);
+
+    list.SelectRowByUnitId(file);
+    m_prompter.QueueYesNo(true); // every .mp3 file
+    list.ChangeCategory(CategoryIds::Film);
+    for (int id : files)
+        EXPECT_EQ(category(id), CategoryIds::Film);
+    EXPECT_TRUE(app.Document()->IsModified());
 }
