@@ -2,6 +2,7 @@
 
 #include "cli/Interrupt.h"
 #include "cli/Table.h"
+#include "common/Strings.h"
 #include "errorlog/ErrorLog.h"
 
 #include <QFileInfo>
@@ -53,6 +54,12 @@ bool CliContext::OpenCatalogue(const QString& path, bool forEdit)
         ErrorLog::Instance().ReportError(
             EISDIR, QStringLiteral("\"%1\" is a folder, not a catalogue.").arg(path),
             QString::fromLatin1(kSource), __LINE__, false, false);
+        return false;
+    }
+    if (!info.isFile()) {
+        // A pipe or a device: even opening it to lock it could wait for ever.
+        ErrorLog::Instance().ReportError(0, Strings::LoadString(Strings::IDS_NOT_A_CATALOGUE),
+                                         QString::fromLatin1(kSource), __LINE__, false, false);
         return false;
     }
     if (forEdit && !m_lock.Acquire(info.absoluteFilePath())) {

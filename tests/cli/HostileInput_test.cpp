@@ -232,11 +232,15 @@ TEST_F(HostileInput, APipeOrADeviceIsRefusedAsACatalogue)
 {
     const QString pipe = Path("pipe.db3");
     ASSERT_EQ(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+    // Reading and editing commands alike: an editing one locks the file first.
     for (const QString& target : {pipe, QStringLiteral("/dev/zero")}) {
-        const CliResult result = RunBounded({"storages", target});
-        EXPECT_EQ(result.status, 1) << target.toStdString();
-        EXPECT_TRUE(result.err.contains("Database file can't be opened."))
-            << target.toStdString() << ": " << result.err.toStdString();
+        for (const QStringList& command :
+             {QStringList{"storages", target}, QStringList{"add-storage", target, "Box"}}) {
+            const CliResult result = RunBounded(command);
+            EXPECT_EQ(result.status, 1) << command.join(' ').toStdString();
+            EXPECT_TRUE(result.err.contains("Database file can't be opened."))
+                << command.join(' ').toStdString() << ": " << result.err.toStdString();
+        }
     }
     // No copy of the device is left behind in the settings folder.
     for (const QFileInfo& file :
