@@ -52,7 +52,6 @@ void SubunitsSearcher::Start(const QString& rootPath, QObject* notify, bool coun
     m_pending.push_back({std::make_shared<const QString>(rootPath), 0});
     ErrorLog::Instance().ClearFileSystemErrors();
 
-    m_running.store(true);
     m_thread.Start([this] { Run(); });
 }
 
@@ -83,7 +82,6 @@ void SubunitsSearcher::Run()
     }
     // Set after the last push: the importer may then read the queue without the lock.
     SubunitQueue::Instance().SetFinished();
-    m_running.store(false);
     if (m_countSizes)
         Post(m_notify.load(), WorkerEvent::Walked, 0);
 }
@@ -129,6 +127,5 @@ void SubunitsSearcher::EndCancelled()
 {
     SubunitQueue::Instance().SetCancelled();
     m_pending.clear();
-    m_running.store(false);
     Post(m_notify.load(), WorkerEvent::Finished, WorkerEvent::Cancelled);
 }

@@ -44,7 +44,7 @@ public:
     void Cancel();
     /// Blocks until the walk has ended. Call it on the thread that called Start().
     void Wait();
-    bool IsRunning() const { return m_running.load(); }
+    bool IsRunning() const { return m_thread.IsRunning(); }
     /// The sum of the sizes of all files seen (size-counting mode only).
     quint64 TotalSize() const { return m_totalSize.load(); }
 
@@ -68,7 +68,6 @@ private:
     bool m_countSizes = false;
     std::atomic<quint64> m_totalSize{0};
     std::atomic<int> m_cancel{0};
-    std::atomic<bool> m_running{false};
 
     // Worker-thread state.
     std::deque<PendingFolder> m_pending;

@@ -12,6 +12,8 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
+#include <QGuiApplication>
+#include <QScreen>
 
 CShelfwiseApp::CShelfwiseApp(UserPrompter* prompter)
     : m_prompter(prompter ? prompter : &m_widgetPrompter)
@@ -55,20 +57,22 @@ bool CShelfwiseApp::InitInstance(const QStringList& arguments)
     m_widgetPrompter.SetWindow(m_frame.get());
 
     const QString given = arguments.value(1);
-    bool opened = false;
     if (!given.isEmpty())
-        opened = m_frame->OpenCatalogue(given);
+        m_frame->OpenCatalogue(given);
     else
         m_frame->NewCatalogue();
+    // Where no window manager maximises it, the window still gets a useful size.
+    if (const QScreen* screen = QGuiApplication::primaryScreen())
+        m_frame->resize(screen->availableSize() * 4 / 5);
     m_frame->showMaximized();
 
     StartupBackup::Run(Settings::Instance(), m_frame->RecentFiles(), *m_prompter,
                        QDateTime::currentDateTimeUtc());
-    if (opened)
-        return true; // it leads the recent-file list already
-    const QStringList recent = m_frame->RecentFiles();
+    // A catalogue from the command line leads the recent-file list already, or failed
+    // and was reported with a new catalogue standing in for it.
     if (!given.isEmpty())
-        return true; // it failed and was reported; a new catalogue stands
+        return true;
+    const QStringList recent = m_frame->RecentFiles();
     if (recent.isEmpty()) {
         if (m_prompter->AskYesNo(Strings::IDS_OPEN_SAMPLE_QUESTION, UserPrompter::Icon::Question))
             m_frame->OpenCatalogue(folder + QStringLiteral("test.db3"));

@@ -91,8 +91,8 @@ int CDetailsView::SourceRow(const QModelIndex& index) const
 
 int CDetailsView::SelectedUnitId() const
 {
-    const int row = SourceRow(ActiveView()->currentIndex());
-    return row < 0 ? -1 : m_model->Rows().at(static_cast<size_t>(row)).UnitID;
+    const UnitListItem* unit = SelectedRow();
+    return unit ? unit->UnitID : -1;
 }
 
 void CDetailsView::SelectRowByUnitId(int unitId)

@@ -152,9 +152,10 @@ void CMainFrame::CreateActions()
     }
     for (int i = 0; i < kRecentCount; ++i) {
         QAction* action = m_commands.Add(FileRecent1 + i, QString(), this);
-        connect(action, &QAction::triggered, this, [this, action] {
-            if (MaybeSave())
-                OpenCatalogue(action->data().toString().section(QLatin1Char('\n'), 1));
+        connect(action, &QAction::triggered, this, [this, i] {
+            const QString path = RecentFiles().value(i);
+            if (!path.isEmpty() && MaybeSave())
+                OpenCatalogue(path);
         });
     }
 }
@@ -294,8 +295,6 @@ void CMainFrame::UpdateRecentMenu()
         if (used) {
             action->setText(
                 QStringLiteral("&%1 %2").arg(i + 1).arg(QDir::toNativeSeparators(files.at(i))));
-            action->setData(
-                QStringLiteral("%1\n%2").arg(CommandIds::FileRecent1 + i).arg(files.at(i)));
         }
     }
     if (m_recentMenu)

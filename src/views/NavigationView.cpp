@@ -34,10 +34,15 @@ CNavigationView::CNavigationView(CShelfwiseDoc& doc, CUnitIcons& icons, const CC
     connect(this, &QTreeWidget::currentItemChanged, this,
             [this](QTreeWidgetItem* current) { OnCurrentItemChanged(current); });
     connect(this, &QTreeWidget::itemChanged, this, &CNavigationView::OnItemChanged);
+    // A disc renamed in the list is a child of the selected item here.
     connect(&m_doc, &CShelfwiseDoc::unitRenamed, this, [this](int unitId, QObject* sender) {
-        if (sender != this && currentItem() && currentItem()->parent() &&
-            ItemId(currentItem()) == unitId)
-            PopulateChildren(currentItem()->parent());
+        QTreeWidgetItem* selected = currentItem();
+        if (sender == this || !selected)
+            return;
+        for (int c = 0; c < selected->childCount(); ++c) {
+            if (ItemId(selected->child(c)) == unitId)
+                PopulateChildren(selected);
+        }
     });
 }
 
@@ -81,8 +86,8 @@ QTreeWidgetItem* CNavigationView::InsertUnitItem(const UnitListItem& row, QTreeW
 
 void CNavigationView::PopulateChildren(QTreeWidgetItem* item)
 {
+    // Filling is no selection change and no rename.
     const QSignalBlocker blocker(this);
-    m_filling = true;
     if (!item) {
         clear();
         std::vector<StorageListItem> storages;
@@ -97,7 +102,6 @@ void CNavigationView::PopulateChildren(QTreeWidgetItem* item)
         for (const UnitListItem& row : rows)
             InsertUnitItem(row, item);
     }
-    m_filling = false;
 }
 
 void CNavigationView::OnDocumentUpdate(QObject* sender)
@@ -116,8 +120,6 @@ void CNavigationView::OnDocumentUpdate(QObject* sender)
 
 void CNavigationView::OnCurrentItemChanged(QTreeWidgetItem* current)
 {
-    if (m_filling)
-        return;
     m_doc.SetSelection(current ? ItemId(current) : -1, current && !current->parent(), this);
 }
 
@@ -215,8 +217,6 @@ void CNavigationView::RenameSelected()
 
 void CNavigationView::OnItemChanged(QTreeWidgetItem* item)
 {
-    if (m_filling)
-        return;
     const QString name = item->text(0);
     if (name == m_nameBeforeEdit)
         return;
@@ -254,9 +254,10 @@ void CNavigationView::DeleteSelected()
     if (!item)
         return;
     if (m_doc.DeleteItem(this, item->text(0), ItemId(item), item->parent() == nullptr)) {
-        m_filling = true;
-        delete item;
-        m_filling = false;
+        {
+            const QSignalBlocker blocker(this);
+            delete item;
+        }
         QTreeWidgetItem* now = currentItem();
         m_doc.SetSelection(now ? ItemId(now) : -1, now && !now->parent(), this);
     }

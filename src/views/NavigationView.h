@@ -58,6 +58,5 @@ private:
     CShelfwiseDoc& m_doc;
     CUnitIcons& m_icons;
     const CCommands& m_commands;
-    bool m_filling = false;   // item changes made by the program itself
     QString m_nameBeforeEdit; // of the item being renamed in place
 };
