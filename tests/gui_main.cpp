@@ -10,7 +10,10 @@ int main(int argc, char** argv)
 {
     // No display needed, and nothing of the user's touched: the settings folder and
     // the recent-file list (QSettings) live in temporary folders.
-    qputenv("QT_QPA_PLATFORM", "offscreen");
+    // Offscreen unless a display is asked for (the README's screenshots are taken with
+    // QT_QPA_PLATFORM=xcb under Xvfb).
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
     QTemporaryDir config;
     qputenv("XDG_CONFIG_HOME", QFile::encodeName(config.path()));
     QTemporaryDir settings;

@@ -1,0 +1,110 @@
+// The window as a user sees it, drawn to pictures: the sample catalogue with a storage
+// expanded and the list in Details mode, and the list's menu on a file. With
+// SHELFWISE_SCREENSHOT_DIR set (and QT_QPA_PLATFORM=xcb under Xvfb) the pictures are
+// kept there; they are the README's screenshots.
+#include "FakePrompter.h"
+
+#include "app/ShelfwiseApp.h"
+#include "document/ShelfwiseDoc.h"
+#include "views/DetailsModel.h"
+#include "views/DetailsView.h"
+#include "views/MainFrame.h"
+#include "views/NavigationView.h"
+
+#include <QApplication>
+#include <QContextMenuEvent>
+#include <QDir>
+#include <QFile>
+#include <QMenu>
+#include <QScreen>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// Saves the picture where the README's screenshots are made, and checks it shows
+// something.
+void Keep(const QPixmap& picture, const QString& name)
+{
+    ASSERT_FALSE(picture.isNull()) << name.toStdString();
+    EXPECT_GT(picture.width(), 100);
+    const QString folder = qEnvironmentVariable("SHELFWISE_SCREENSHOT_DIR");
+    if (!folder.isEmpty()) {
+        EXPECT_TRUE(picture.save(QDir(folder).filePath(name))) << name.toStdString();
+    }
+}
+
+// The window's part of the screen where there is one (an open menu, a window of its
+// own, is in the picture then), else the window drawn by itself.
+QPixmap Grab(QWidget& window)
+{
+    if (QGuiApplication::platformName() != QLatin1String("xcb"))
+        return window.grab();
+    const QRect area = window.frameGeometry();
+    return QGuiApplication::primaryScreen()->grabWindow(0, area.x(), area.y(), area.width(),
+                                                        area.height());
+}
+
+} // namespace
+
+TEST(Screenshot, TheSampleCatalogueInDetailsModeAndTheListMenu)
+{
+    QSettings(QStringLiteral("Korvalt"), QStringLiteral("Shelfwise")).clear();
+    QTemporaryDir dir;
+    const QString sample = dir.filePath(QStringLiteral("Sample catalogue.db3"));
+    ASSERT_TRUE(QFile::copy(QStringLiteral(SHELFWISE_DATA_DIR "/test.db3"), sample));
+    FakePrompter prompter;
+    CShelfwiseApp app(&prompter);
+    ASSERT_TRUE(app.InitInstance({QStringLiteral("Shelfwise"), sample}));
+    CMainFrame& frame = *app.MainFrame();
+    frame.showNormal();
+    frame.setGeometry(0, 0, 1200, 700);
+
+    CNavigationView& tree = frame.Navigation();
+    QTreeWidgetItem* storage = tree.topLevelItem(0);
+    ASSERT_NE(storage, nullptr);
+    storage->setExpanded(true);
+    ASSERT_GT(storage->childCount(), 0);
+    QTreeWidgetItem* disc = storage->child(0);
+    disc->setExpanded(true);
+    tree.setCurrentItem(disc->childCount() > 0 ? disc->child(0) : disc);
+    CDetailsView& list = frame.Details();
+    list.SetMode(CDetailsView::Mode::Details);
+    ASSERT_GT(list.Model().rowCount(), 0);
+    list.ActiveView()->setCurrentIndex(list.ActiveView()->model()->index(0, 0));
+    QApplication::processEvents();
+    Keep(Grab(frame), QStringLiteral("main-window.png"));
+
+    // Down to where the files are, for the menu of a file.
+    auto firstFile = [&] {
+        const auto& rows = list.Model().Rows();
+        for (size_t i = 0; i < rows.size(); ++i) {
+            if (rows[i].Kind == UnitKind::File)
+                return static_cast<int>(i);
+        }
+        return -1;
+    };
+    for (int depth = 0; depth < 5 && firstFile() < 0 && list.Model().rowCount() > 0; ++depth)
+        tree.BrowseToChild(list.Model().Rows().front().UnitID);
+    ASSERT_GE(firstFile(), 0);
+    list.SelectRowByUnitId(list.Model().Rows().at(static_cast<size_t>(firstFile())).UnitID);
+    QApplication::processEvents();
+
+    // The menu blocks while it is open: take its picture from a timer, then close it.
+    QPixmap menuPicture;
+    QTimer::singleShot(300, [&] {
+        QWidget* menu = QApplication::activePopupWidget();
+        menuPicture = menu ? Grab(frame) : QPixmap();
+        if (menu)
+            menu->close();
+    });
+    QWidget* viewport = list.ActiveView()->viewport();
+    const QPoint point = list.ActiveView()->visualRect(list.ActiveView()->currentIndex()).center();
+    QContextMenuEvent event(QContextMenuEvent::Mouse, point, viewport->mapToGlobal(point));
+    QApplication::sendEvent(&list, &event);
+    Keep(menuPicture, QStringLiteral("list-menu.png"));
+    frame.close();
+}
