@@ -56,11 +56,7 @@ CAddLocationJob::~CAddLocationJob()
 
 void CAddLocationJob::SetFolderLister(FolderLister* lister)
 {
-    if (m_searcher) {
-        m_searcher->Cancel();
-        m_searcher->Wait();
-        m_searcher.reset();
-    }
+    m_searcher.reset(); // a walk still running stops and is waited for
     m_folderLister = lister;
 }
 
@@ -78,9 +74,10 @@ CImporter& CAddLocationJob::Importer()
     return *m_importer;
 }
 
-bool CAddLocationJob::AddLocation(bool isDisc, quint64 totalSize)
+bool CAddLocationJob::AddLocation(quint64 totalSize)
 {
     const Request& r = m_request;
+    const bool isDisc = r.mode == Mode::Disc;
     const QFileInfo info(r.path);
     const UnitKind kind = isDisc                            ? UnitKind::Disc
                           : (info.exists() && info.isDir()) ? UnitKind::Folder
@@ -181,7 +178,7 @@ bool CAddLocationJob::Start(const Request& request)
         if (m_drives)
             m_lockedDrive = m_drives->LockMedia(request.path);
         m_adding = true;
-        if (!AddLocation(true, static_cast<quint64>(request.discSize))) {
+        if (!AddLocation(static_cast<quint64>(request.discSize))) {
             m_adding = false;
             End(Outcome::Failed);
             return false;
@@ -192,7 +189,7 @@ bool CAddLocationJob::Start(const Request& request)
         Searcher().Start(request.path, this, true);
         return true;
     case Mode::File:
-        if (!AddLocation(false, 0))
+        if (!AddLocation(0))
             return false;
         emit progress(100);
         emit finished(Outcome::Succeeded);
@@ -204,7 +201,7 @@ bool CAddLocationJob::Start(const Request& request)
 void CAddLocationJob::StartImport(quint64 totalSize)
 {
     m_adding = true;
-    if (!AddLocation(false, totalSize)) {
+    if (!AddLocation(totalSize)) {
         m_adding = false;
         End(Outcome::Failed);
     }

@@ -85,7 +85,7 @@ private:
     // importer, a folder (already walked in size-counting mode) the importer, and a
     // single file is written at once. False when a single file could not be read or
     // the catalogue refused the top unit (both reported); no worker runs then.
-    bool AddLocation(bool isDisc, quint64 totalSize);
+    bool AddLocation(quint64 totalSize);
     void StartImport(quint64 totalSize);
     void End(Outcome outcome);
     void StopWorkers();
