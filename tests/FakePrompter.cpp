@@ -25,6 +25,16 @@ bool FakePrompter::AskYesNo(const QString& text, Icon icon)
     return answer;
 }
 
+UserPrompter::Answer FakePrompter::AskYesNoCancel(const QString& text, Icon icon)
+{
+    if (m_answers.empty())
+        return UserPrompter::AskYesNoCancel(text, icon);
+    m_questions.push_back({text, icon});
+    const Answer answer = m_answers.front();
+    m_answers.pop_front();
+    return answer;
+}
+
 void FakePrompter::CloseMainWindow()
 {
     ++m_closeCount;

@@ -39,6 +39,8 @@ public:
 
     void ShowMessage(const QString& text, Icon icon) override;
     bool AskYesNo(const QString& text, Icon icon) override;
+    // Takes a queued three-way answer first, then falls back to the Yes/No queue.
+    Answer AskYesNoCancel(const QString& text, Icon icon) override;
     void CloseMainWindow() override;
     QString AskNewerCatalogue(const QString& catalogueVersion) override;
     QString AskBackupPath() override;
@@ -46,6 +48,7 @@ public:
 
     // Scripting: answers are taken in the order queued.
     void QueueYesNo(bool answer) { m_yesNoAnswers.push_back(answer); }
+    void QueueAnswer(Answer answer) { m_answers.push_back(answer); }
     void QueuePath(const QString& path) { m_paths.push_back(path); }
     void SetDefaultYesNo(bool answer) { m_defaultYesNo = answer; }
     void SetDefaultPath(const QString& path) { m_defaultPath = path; }
@@ -64,6 +67,7 @@ private:
 
     UserPrompter* m_previous = nullptr;
     std::deque<bool> m_yesNoAnswers;
+    std::deque<Answer> m_answers;
     std::deque<QString> m_paths;
     bool m_defaultYesNo = false;
     QString m_defaultPath;

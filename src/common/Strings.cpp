@@ -116,6 +116,7 @@ const Entry kEntries[] = {
                                   "Your changes are kept in \"%s\".")},
     {IDS_FILE_NOT_WRITTEN,
      QT_TRANSLATE_NOOP("Strings", "The catalogue \"%s\" could not be written.")},
+    {IDS_COLUMN_MODIFIED, QT_TRANSLATE_NOOP("Strings", "Modified")},
     {IDS_ALL, QT_TRANSLATE_NOOP("Strings", "All")},
     {IDS_KIND_STORAGE, QT_TRANSLATE_NOOP("Strings", "Storage")},
     {IDS_KIND_DISC, QT_TRANSLATE_NOOP("Strings", "Disc")},

@@ -93,6 +93,7 @@ enum Id : int {
     IDS_FILE_SYSTEM_ERRORS = 307,
     IDS_SAVE_FAILED = 308,
     IDS_FILE_NOT_WRITTEN = 309,
+    IDS_COLUMN_MODIFIED = 310,
 };
 
 // The text of a string id, translated; empty for an unknown id.

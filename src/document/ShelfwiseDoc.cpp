@@ -344,6 +344,16 @@ bool CShelfwiseDoc::UpdateStorageNotes(int storageId, const QString& notes)
     return true;
 }
 
+bool CShelfwiseDoc::UpdateStorage(int storageId, const QString& name, const QString& notes)
+{
+    if (!Guard([&] { m_db.UpdateStorage(storageId, name, notes); }))
+        return false;
+    ReloadStorages();
+    MarkChanged();
+    emit storageRenamed(storageId);
+    return true;
+}
+
 bool CShelfwiseDoc::RenameUnit(int unitId, const QString& name, QObject* sender)
 {
     if (!ExecuteEdit(Format("UPDATE Units SET UnitName = %s WHERE UnitID = %d",

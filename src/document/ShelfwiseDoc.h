@@ -71,6 +71,8 @@ public:
     int AddStorage(const QString& name, const QString& notes);
     bool RenameStorage(int storageId, const QString& name);
     bool UpdateStorageNotes(int storageId, const QString& notes);
+    // Name and notes in one statement, as the properties dialog stores them.
+    bool UpdateStorage(int storageId, const QString& name, const QString& notes);
     bool RenameUnit(int unitId, const QString& name, QObject* sender);
     bool SetUnitNotes(int unitId, const QString& notes);
     bool SetUnitCategory(int unitId, int categoryId);

@@ -82,6 +82,22 @@ void CSqliteWrapper::GetSubunits(std::vector<UnitListItem>& items, int id, bool 
     QueryRows(sql, items, &RowMappers::UnitListItems);
 }
 
+void CSqliteWrapper::GetSubunitDates(std::map<int, QString>& dates, int id, bool topLevel)
+{
+    const QString sql =
+        topLevel ? Format("SELECT UnitID, DateModified FROM Units WHERE StorageID = %d AND "
+                          "ParentUnitID IS NULL AND DateModified IS NOT NULL",
+                          {id})
+                 : Format("SELECT UnitID, DateModified FROM Units WHERE ParentUnitID = %d AND "
+                          "DateModified IS NOT NULL",
+                          {id});
+    std::vector<RowMappers::IdText> rows;
+    QueryRows(sql, rows, &RowMappers::IdTexts);
+    dates.clear();
+    for (RowMappers::IdText& row : rows)
+        dates.emplace(row.Id, std::move(row.Text));
+}
+
 UnitListItem CSqliteWrapper::GetUnit(int unitId)
 {
     std::vector<UnitListItem> rows;

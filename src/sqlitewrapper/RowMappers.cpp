@@ -99,6 +99,12 @@ void Texts(std::vector<QString>& rows, int columns, char** values)
     rows.push_back(Row(columns, values).Text(0));
 }
 
+void IdTexts(std::vector<IdText>& rows, int columns, char** values)
+{
+    const Row r(columns, values);
+    rows.push_back({r.Int(0), r.Text(1)});
+}
+
 void Ids(std::vector<int>& rows, int columns, char** values)
 {
     const Row r(columns, values);

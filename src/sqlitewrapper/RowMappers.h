@@ -18,6 +18,12 @@ struct CategoryRow
     CategoryRecord Category;
 };
 
+struct IdText
+{
+    int Id = 0;
+    QString Text;
+};
+
 struct ExtensionRow
 {
     QString Name;
@@ -30,6 +36,7 @@ void StorageRecords(std::vector<StorageRecord>& rows, int columns, char** values
 void Categories(std::vector<CategoryRow>& rows, int columns, char** values);
 void Extensions(std::vector<ExtensionRow>& rows, int columns, char** values);
 void Texts(std::vector<QString>& rows, int columns, char** values);
+void IdTexts(std::vector<IdText>& rows, int columns, char** values);
 // Skips a NULL column, so a unit at the top of its storage has no parent id.
 void Ids(std::vector<int>& rows, int columns, char** values);
 void DiscDetailsRows(std::vector<DiscDetails>& rows, int columns, char** values);

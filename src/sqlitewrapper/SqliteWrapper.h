@@ -60,6 +60,9 @@ public:
     void GetStorages(std::vector<StorageRecord>& records);
     StorageRecord GetStorage(int storageId);
     void GetSubunits(std::vector<UnitListItem>& items, int id, bool topLevel);
+    // The stored DateModified of the units GetSubunits lists, by UnitID; a unit
+    // without one is left out.
+    void GetSubunitDates(std::map<int, QString>& dates, int id, bool topLevel);
     UnitListItem GetUnit(int unitId);
     DiscDetails GetDiscProperties(int unitId);
     FolderDetails GetFolderProperties(int unitId);

@@ -5,6 +5,7 @@
 #include "common/UserPrompter.h"
 #include "document/ShelfwiseDoc.h"
 #include "settings/Settings.h"
+#include "views/UnitDrag.h"
 #include "views/UnitIcons.h"
 
 CDetailsModel::CDetailsModel(CShelfwiseDoc& doc, CUnitIcons& icons, QObject* parent)
@@ -12,11 +13,28 @@ CDetailsModel::CDetailsModel(CShelfwiseDoc& doc, CUnitIcons& icons, QObject* par
 {
 }
 
-void CDetailsModel::SetRows(std::vector<UnitListItem> rows)
+void CDetailsModel::SetRows(std::vector<UnitListItem> rows, int parentId, bool parentIsStorage)
 {
     beginResetModel();
     m_rows = std::move(rows);
+    m_parentId = parentId;
+    m_parentIsStorage = parentIsStorage;
+    m_datesLoaded = false;
+    m_dates.clear();
     endResetModel();
+}
+
+const QString& CDetailsModel::ModifiedDate(int unitId) const
+{
+    if (!m_datesLoaded) {
+        m_datesLoaded = true;
+        if (m_parentId != -1)
+            m_doc.Guard(
+                [&] { m_doc.Database().GetSubunitDates(m_dates, m_parentId, m_parentIsStorage); });
+    }
+    static const QString none;
+    const auto found = m_dates.find(unitId);
+    return found == m_dates.end() ? none : found->second;
 }
 
 void CDetailsModel::RemoveRow(int row)
@@ -67,6 +85,8 @@ QVariant CDetailsModel::data(const QModelIndex& index, int role) const
         return sorting ? QVariant(unit.UnitSize) : QVariant(FormatSize(unit.UnitSize));
     case Category:
         return m_doc.Database().GetCategory(unit.CategoryID).Name;
+    case Modified:
+        return ModifiedDate(unit.UnitID); // "YYYY-MM-DD hh:mm:ss" sorts as text
     case Type:
         switch (unit.Kind) {
         case UnitKind::Disc:
@@ -92,6 +112,8 @@ QVariant CDetailsModel::headerData(int section, Qt::Orientation orientation, int
         return Strings::LoadString(Strings::IDS_COLUMN_SIZE);
     case Category:
         return Strings::LoadString(Strings::IDS_COLUMN_CATEGORY);
+    case Modified:
+        return Strings::LoadString(Strings::IDS_COLUMN_MODIFIED);
     case Type:
         return Strings::LoadString(Strings::IDS_COLUMN_TYPE);
     default:
@@ -104,7 +126,23 @@ Qt::ItemFlags CDetailsModel::flags(const QModelIndex& index) const
     Qt::ItemFlags result = QAbstractTableModel::flags(index);
     if (index.isValid() && index.column() == Name)
         result |= Qt::ItemIsEditable;
+    if (index.isValid() && m_parentIsStorage)
+        result |= Qt::ItemIsDragEnabled;
     return result;
+}
+
+QStringList CDetailsModel::mimeTypes() const
+{
+    return {UnitDrag::MimeType()};
+}
+
+QMimeData* CDetailsModel::mimeData(const QModelIndexList& indexes) const
+{
+    for (const QModelIndex& index : indexes) {
+        if (index.isValid() && m_parentIsStorage)
+            return UnitDrag::MakeMimeData(data(index, kUnitIdRole).toInt());
+    }
+    return nullptr;
 }
 
 bool CDetailsModel::setData(const QModelIndex& index, const QVariant& value, int role)

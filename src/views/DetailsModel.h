@@ -4,6 +4,7 @@
 
 #include <QAbstractTableModel>
 
+#include <map>
 #include <vector>
 
 class CShelfwiseDoc;
@@ -18,15 +19,15 @@ class CDetailsModel final : public QAbstractTableModel
     Q_OBJECT
 
 public:
-    enum Column { Name = 0, Size, Category, Type, ColumnCount };
+    enum Column { Name = 0, Size, Category, Modified, Type, ColumnCount };
     static constexpr int kUnitIdRole = Qt::UserRole;
     static constexpr int kSortRole = Qt::UserRole + 1;
     static constexpr int kIconIndexRole = Qt::UserRole + 2;
 
     CDetailsModel(CShelfwiseDoc& doc, CUnitIcons& icons, QObject* parent = nullptr);
 
-    // Replaces every row.
-    void SetRows(std::vector<UnitListItem> rows);
+    // Replaces every row with the children of a storage (parentIsStorage) or a unit.
+    void SetRows(std::vector<UnitListItem> rows, int parentId, bool parentIsStorage);
     const std::vector<UnitListItem>& Rows() const { return m_rows; }
     void RemoveRow(int row);
 
@@ -37,9 +38,22 @@ public:
     // Names can be edited in place; a new name is checked and written to the catalogue.
     Qt::ItemFlags flags(const QModelIndex& index) const override;
     bool setData(const QModelIndex& index, const QVariant& value, int role) override;
+    // The rows of a storage are its top-level units, which a drag moves to another
+    // storage; nothing else is dragged.
+    QStringList mimeTypes() const override;
+    QMimeData* mimeData(const QModelIndexList& indexes) const override;
+    Qt::DropActions supportedDragActions() const override { return Qt::MoveAction; }
 
 private:
+    // The modification dates are read for the whole listing the first time the
+    // Details mode paints one, and never for the other modes.
+    const QString& ModifiedDate(int unitId) const;
+
     CShelfwiseDoc& m_doc;
     CUnitIcons& m_icons;
     std::vector<UnitListItem> m_rows;
+    int m_parentId = -1;
+    bool m_parentIsStorage = false;
+    mutable bool m_datesLoaded = false;
+    mutable std::map<int, QString> m_dates;
 };

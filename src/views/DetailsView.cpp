@@ -40,6 +40,7 @@ CDetailsView::CDetailsView(CShelfwiseDoc& doc, CUnitIcons& icons, const CCommand
     m_table->header()->setSectionResizeMode(CDetailsModel::Name, QHeaderView::Stretch);
     m_table->header()->setStretchLastSection(false);
     m_table->setAccessibleName(QStringLiteral("Contents with details"));
+    m_table->setDragDropMode(QAbstractItemView::DragOnly);
 
     addWidget(m_list);
     addWidget(m_table);
@@ -55,7 +56,7 @@ CDetailsView::CDetailsView(CShelfwiseDoc& doc, CUnitIcons& icons, const CCommand
 
 void CDetailsView::Refill()
 {
-    m_model->SetRows(m_doc.GetSelectionChildren());
+    m_model->SetRows(m_doc.GetSelectionChildren(), m_doc.SelectedId, m_doc.SelectedIsStorage);
 }
 
 void CDetailsView::SetMode(Mode mode)
@@ -71,7 +72,8 @@ void CDetailsView::SetMode(Mode mode)
     m_list->setFlow(mode == Mode::List ? QListView::TopToBottom : QListView::LeftToRight);
     m_list->setWrapping(true);
     m_list->setResizeMode(QListView::Adjust);
-    m_list->setMovement(QListView::Static);
+    m_list->setMovement(QListView::Static); // (which also turns dragging off)
+    m_list->setDragDropMode(QAbstractItemView::DragOnly);
     m_list->setIconSize(large ? QSize(32, 32) : QSize(16, 16));
     m_list->setGridSize(large ? QSize(96, 72) : QSize());
     m_list->setWordWrap(large);
@@ -167,16 +169,21 @@ void CDetailsView::ChangeCategory(int categoryId)
 
 void CDetailsView::contextMenuEvent(QContextMenuEvent* event)
 {
-    using namespace CommandIds;
+    const QPoint inView = ActiveView()->viewport()->mapFromGlobal(event->globalPos());
     QMenu menu(this);
+    FillContextMenu(menu, ActiveView()->indexAt(inView).isValid());
+    menu.exec(event->globalPos());
+}
+
+void CDetailsView::FillContextMenu(QMenu& menu, bool onRow)
+{
+    using namespace CommandIds;
+    menu.setAccessibleName(QStringLiteral("List menu"));
     const UnitListItem* unit = SelectedRow();
-    if (!unit || !ActiveView()
-                      ->indexAt(ActiveView()->viewport()->mapFromGlobal(event->globalPos()))
-                      .isValid()) {
+    if (!unit || !onRow) {
         QMenu* view = menu.addMenu(tr("View"));
         for (int id : {ViewIcons, ViewSmallIcons, ViewList, ViewDetails})
             view->addAction(m_commands.Get(id));
-        menu.exec(event->globalPos());
         return;
     }
     // Only discs can take a new name in the list.
@@ -196,5 +203,4 @@ void CDetailsView::contextMenuEvent(QContextMenuEvent* event)
             connect(entry, &QAction::triggered, this, [this, id = id] { ChangeCategory(id); });
         }
     }
-    menu.exec(event->globalPos());
 }

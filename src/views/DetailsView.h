@@ -10,6 +10,7 @@ class CShelfwiseDoc;
 class CUnitIcons;
 class QAbstractItemView;
 class QListView;
+class QMenu;
 class QModelIndex;
 class QSortFilterProxyModel;
 class QTreeView;
@@ -41,6 +42,9 @@ public:
     // Moves the selected file to a category: with Yes to the question, every file
     // with its extension too.
     void ChangeCategory(int categoryId);
+
+    // The menu for the selected row (onRow) or for the empty area: the view modes.
+    void FillContextMenu(QMenu& menu, bool onRow);
 
     CDetailsModel& Model() { return *m_model; }
     QAbstractItemView* ActiveView() const;

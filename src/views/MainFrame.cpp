@@ -3,6 +3,7 @@
 #include "common/FormatSize.h"
 #include "common/Strings.h"
 #include "common/UserPrompter.h"
+#include "document/DataFiles.h"
 #include "document/ProgramVersion.h"
 #include "document/ShelfwiseDoc.h"
 #include "settings/Settings.h"
@@ -10,11 +11,13 @@
 #include "views/CommandIds.h"
 #include "views/DetailsView.h"
 #include "views/NavigationView.h"
+#include "views/PropertiesDlg.h"
 
 #include <QAction>
 #include <QActionGroup>
 #include <QApplication>
 #include <QCloseEvent>
+#include <QDesktopServices>
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
@@ -28,6 +31,7 @@
 #include <QStatusBar>
 #include <QStyle>
 #include <QToolBar>
+#include <QUrl>
 
 #include <algorithm>
 
@@ -70,6 +74,8 @@ CMainFrame::CMainFrame(CShelfwiseDoc& doc, QWidget* parent)
         UpdateTitle();
     });
     connect(&m_doc, &CShelfwiseDoc::viewsNeedUpdate, this, &CMainFrame::UpdateStatus);
+    m_autosave.setParent(this);
+    m_autosave.setObjectName(QStringLiteral("autosaveTimer"));
     connect(&m_autosave, &QTimer::timeout, this, [this] {
         if (m_doc.IsLoaded() && m_doc.IsModified())
             m_doc.FileSave();
@@ -129,7 +135,7 @@ void CMainFrame::CreateActions()
             ShowProperties(CNavigationView::ItemId(m_tree->currentItem()),
                            m_tree->currentItem()->parent() == nullptr);
     });
-    add(Help, tr("&Help"), QKeySequence::HelpContents, [this] { NotYetAvailable(tr("Help")); });
+    add(Help, tr("&Help"), QKeySequence::HelpContents, [this] { OnHelp(); });
     add(AppAbout, tr("&About Shelfwise..."), QKeySequence(), [this] {
         QMessageBox::about(this, tr("About Shelfwise"),
                            SqlText::Format(Strings::LoadString(Strings::IDS_ABOUT_VERSION),
@@ -430,6 +436,22 @@ void CMainFrame::OnCompress()
         m_doc.CompressDatabase();
 }
 
+QString CMainFrame::HelpPagePath()
+{
+    return QDir(DataFiles::InstalledFolder()).filePath(QStringLiteral("help/index.html"));
+}
+
+void CMainFrame::OnHelp()
+{
+    // The help pages are installed with the program and shown by the desktop's browser.
+    const QString page = HelpPagePath();
+    if (!QFileInfo::exists(page) || !QDesktopServices::openUrl(QUrl::fromLocalFile(page)))
+        UserPrompter::Current().ShowMessage(
+            tr("The help pages could not be opened. They belong in %1.")
+                .arg(QDir::toNativeSeparators(page)),
+            UserPrompter::Icon::Warning);
+}
+
 void CMainFrame::NotYetAvailable(const QString& what)
 {
     UserPrompter::Current().ShowMessage(
@@ -439,7 +461,8 @@ void CMainFrame::NotYetAvailable(const QString& what)
 
 void CMainFrame::ShowProperties(int id, bool isStorage)
 {
-    Q_UNUSED(id);
-    Q_UNUSED(isStorage);
-    NotYetAvailable(tr("The properties dialog"));
+    if (id == -1)
+        return;
+    CPropertiesDlg dialog(id, isStorage, m_doc, this);
+    dialog.exec();
 }

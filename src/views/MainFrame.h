@@ -37,6 +37,8 @@ public:
     QStringList RecentFiles() const;
     // Restarts or stops the autosave timer after AutosaveTimeout changed.
     void RestartAutosave();
+    // The entry page of the help, beside the program's other data files.
+    static QString HelpPagePath();
     bool AutosaveRunning() const { return m_autosave.isActive(); }
     int AutosaveInterval() const { return m_autosave.interval(); }
 
@@ -58,6 +60,7 @@ private:
     void OnAddStorage();
     void OnCompress();
     void NotYetAvailable(const QString& what);
+    void OnHelp();
     void ShowProperties(int id, bool isStorage);
     bool FocusInList() const;
 

@@ -7,10 +7,14 @@
 #include "sqlitewrapper/SqlText.h"
 #include "views/CommandIds.h"
 #include "views/Commands.h"
+#include "views/UnitDrag.h"
 #include "views/UnitIcons.h"
 
 #include <QContextMenuEvent>
+#include <QDrag>
+#include <QDragEnterEvent>
 #include <QMenu>
+#include <QPainter>
 
 namespace {
 
@@ -28,6 +32,10 @@ CNavigationView::CNavigationView(CShelfwiseDoc& doc, CUnitIcons& icons, const CC
     setUniformRowHeights(true);
     setEditTriggers(QAbstractItemView::NoEditTriggers); // only the Rename command edits
     setAccessibleName(QStringLiteral("Storages, discs and folders"));
+    setDragEnabled(true);
+    setAcceptDrops(true);
+    setDropIndicatorShown(false); // the storage that receives a unit is highlighted instead
+    setDragDropMode(QAbstractItemView::DragDrop);
     connect(&m_doc, &CShelfwiseDoc::viewsNeedUpdate, this, &CNavigationView::OnDocumentUpdate);
     connect(this, &QTreeWidget::itemExpanded, this,
             [this](QTreeWidgetItem* item) { PopulateChildren(item); });
@@ -266,16 +274,22 @@ void CNavigationView::DeleteSelected()
 void CNavigationView::contextMenuEvent(QContextMenuEvent* event)
 {
     QTreeWidgetItem* item = itemAt(viewport()->mapFromGlobal(event->globalPos()));
+    if (item)
+        setCurrentItem(item);
     QMenu menu(this);
+    FillContextMenu(menu, item);
+    menu.exec(event->globalPos());
+}
+
+void CNavigationView::FillContextMenu(QMenu& menu, QTreeWidgetItem* item)
+{
     menu.setAccessibleName(QStringLiteral("Tree menu"));
     if (!item) {
         for (int id : {CommandIds::AddStorage, CommandIds::AddDisc, CommandIds::AddFolder,
                        CommandIds::AddFile})
             menu.addAction(m_commands.Get(id));
-        menu.exec(event->globalPos());
         return;
     }
-    setCurrentItem(item);
     const bool isUnit = item->parent() != nullptr;
     bool isFolder = false;
     if (isUnit)
@@ -297,5 +311,91 @@ void CNavigationView::contextMenuEvent(QContextMenuEvent* event)
         entry->setEnabled(!isUnit);
         connect(entry, &QAction::triggered, m_commands.Get(id), &QAction::trigger);
     }
-    menu.exec(event->globalPos());
+}
+
+bool CNavigationView::CanDrag(const QTreeWidgetItem* item) const
+{
+    if (!item || !item->parent())
+        return false;
+    return m_doc.IsTopLevelUnit(ItemId(item));
+}
+
+void CNavigationView::startDrag(Qt::DropActions)
+{
+    QTreeWidgetItem* item = currentItem();
+    if (!CanDrag(item))
+        return;
+    auto* drag = new QDrag(this);
+    drag->setMimeData(UnitDrag::MakeMimeData(ItemId(item)));
+    drag->setPixmap(item->icon(0).pixmap(32, 32));
+    drag->setHotSpot(QPoint(10, 10));
+    drag->exec(Qt::MoveAction);
+    SetDropStorage(-1);
+}
+
+void CNavigationView::SetDropStorage(int storageId)
+{
+    if (storageId == m_dropStorageId)
+        return;
+    m_dropStorageId = storageId;
+    viewport()->update();
+}
+
+void CNavigationView::dragEnterEvent(QDragEnterEvent* event)
+{
+    if (UnitDrag::UnitIdFrom(event->mimeData()) == -1) {
+        event->ignore();
+        return;
+    }
+    event->setDropAction(Qt::MoveAction);
+    event->accept();
+}
+
+void CNavigationView::dragMoveEvent(QDragMoveEvent* event)
+{
+    QTreeView::dragMoveEvent(event); // scrolls near the edges
+    QTreeWidgetItem* storage = GetRootAncestor(itemAt(event->position().toPoint()));
+    if (UnitDrag::UnitIdFrom(event->mimeData()) == -1 || !storage) {
+        SetDropStorage(-1);
+        event->ignore();
+        return;
+    }
+    // The storage above the item under the cursor receives the unit.
+    SetDropStorage(ItemId(storage));
+    event->setDropAction(Qt::MoveAction);
+    event->accept();
+}
+
+void CNavigationView::dragLeaveEvent(QDragLeaveEvent* event)
+{
+    SetDropStorage(-1);
+    QTreeView::dragLeaveEvent(event);
+}
+
+void CNavigationView::dropEvent(QDropEvent* event)
+{
+    SetDropStorage(-1);
+    const int unitId = UnitDrag::UnitIdFrom(event->mimeData());
+    QTreeWidgetItem* target = itemAt(event->position().toPoint());
+    if (unitId == -1 || !target) {
+        event->ignore(); // beside the items: nothing to move to
+        return;
+    }
+    event->setDropAction(Qt::MoveAction);
+    event->accept();
+    DropUnit(target, unitId);
+}
+
+void CNavigationView::paintEvent(QPaintEvent* event)
+{
+    QTreeWidget::paintEvent(event);
+    const QTreeWidgetItem* storage = FindRootItem(m_dropStorageId);
+    if (!storage)
+        return;
+    QPainter painter(viewport());
+    QColor fill = palette().color(QPalette::Highlight);
+    painter.setPen(fill);
+    fill.setAlpha(60);
+    painter.setBrush(fill);
+    painter.drawRect(visualItemRect(storage).adjusted(0, 0, -1, -1));
 }

@@ -9,6 +9,7 @@
 class CShelfwiseDoc;
 class CCommands;
 class CUnitIcons;
+class QMenu;
 
 // The left pane: the catalogue's storages at the root and, below each, its discs and
 // folders (never files). Filled lazily: an item that may have children carries one
@@ -39,6 +40,13 @@ public:
     static QTreeWidgetItem* GetRootAncestor(QTreeWidgetItem* item);
     static int ItemId(const QTreeWidgetItem* item);
 
+    // A drag starts only from a unit lying directly in its storage.
+    bool CanDrag(const QTreeWidgetItem* item) const;
+    // The storage highlighted under a unit being dragged, -1 when none.
+    int DropStorageId() const { return m_dropStorageId; }
+    // The item menu for item, or the menu of the empty area when item is null.
+    void FillContextMenu(QMenu& menu, QTreeWidgetItem* item);
+
     void MoveUp();
     void RenameSelected();
     void DeleteSelected();
@@ -48,15 +56,23 @@ signals:
 
 protected:
     void contextMenuEvent(QContextMenuEvent* event) override;
+    void startDrag(Qt::DropActions supportedActions) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dragMoveEvent(QDragMoveEvent* event) override;
+    void dragLeaveEvent(QDragLeaveEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
 
 private:
     void OnDocumentUpdate(QObject* sender);
     void OnCurrentItemChanged(QTreeWidgetItem* current);
     void OnItemChanged(QTreeWidgetItem* item);
     static void AddPlaceholder(QTreeWidgetItem* item);
+    void SetDropStorage(int storageId);
 
     CShelfwiseDoc& m_doc;
     CUnitIcons& m_icons;
     const CCommands& m_commands;
     QString m_nameBeforeEdit; // of the item being renamed in place
+    int m_dropStorageId = -1;
 };

@@ -1,7 +1,7 @@
 // The window as a user sees it, drawn to pictures: the sample catalogue with a storage
-// expanded and the list in Details mode, and the list's menu on a file. With
-// SHELFWISE_SCREENSHOT_DIR set (and QT_QPA_PLATFORM=xcb under Xvfb) the pictures are
-// kept there; they are the README's screenshots.
+// expanded and the list in Details mode, the list's menu on a file, and the properties
+// of a song. With SHELFWISE_SCREENSHOT_DIR set (and QT_QPA_PLATFORM=xcb under Xvfb) the
+// pictures are kept there; they are the README's screenshots.
 #include "FakePrompter.h"
 
 #include "app/ShelfwiseApp.h"
@@ -10,6 +10,7 @@
 #include "views/DetailsView.h"
 #include "views/MainFrame.h"
 #include "views/NavigationView.h"
+#include "views/PropertiesDlg.h"
 
 #include <QApplication>
 #include <QContextMenuEvent>
@@ -18,7 +19,9 @@
 #include <QMenu>
 #include <QScreen>
 #include <QSettings>
+#include <QTabWidget>
 #include <QTemporaryDir>
+#include <QTest>
 #include <QTimer>
 
 #include <gtest/gtest.h>
@@ -107,4 +110,27 @@ TEST(Screenshot, TheSampleCatalogueInDetailsModeAndTheListMenu)
     QApplication::sendEvent(&list, &event);
     Keep(menuPicture, QStringLiteral("list-menu.png"));
     frame.close();
+}
+
+TEST(Screenshot, ThePropertiesOfASong)
+{
+    QTemporaryDir dir;
+    const QString sample = dir.filePath(QStringLiteral("Sample catalogue.db3"));
+    ASSERT_TRUE(QFile::copy(QStringLiteral(SHELFWISE_DATA_DIR "/test.db3"), sample));
+    QFile::setPermissions(sample, QFile::ReadOwner | QFile::WriteOwner);
+    FakePrompter prompter;
+    CShelfwiseDoc doc(true);
+    ASSERT_TRUE(doc.OnOpenDocument(sample));
+
+    // "Bohemian Rhapsody" from the music disc, on its page of tags and audio details.
+    CPropertiesDlg dialog(45, false, doc);
+    auto* tabs = dialog.findChild<QTabWidget*>();
+    ASSERT_NE(tabs, nullptr);
+    ASSERT_EQ(tabs->count(), 2);
+    tabs->setCurrentIndex(1);
+    dialog.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&dialog));
+    QApplication::processEvents();
+    Keep(Grab(dialog), QStringLiteral("properties.png"));
+    dialog.close();
 }
