@@ -53,6 +53,7 @@ bool CShelfwiseApp::InitInstance(const QStringList& arguments)
     WorkingCopies::RemoveStale(folder, true);
 
     m_doc = std::make_unique<CShelfwiseDoc>(false);
+    QGuiApplication::setWindowIcon(CUnitIcons::ThemeIcon("shelfwise"));
     m_frame = std::make_unique<CMainFrame>(*m_doc);
     m_widgetPrompter.SetWindow(m_frame.get());
 

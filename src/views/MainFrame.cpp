@@ -29,7 +29,6 @@
 #include <QSettings>
 #include <QSplitter>
 #include <QStatusBar>
-#include <QStyle>
 #include <QToolBar>
 #include <QUrl>
 
@@ -204,24 +203,20 @@ void CMainFrame::CreateToolBar()
     bar->setObjectName(QStringLiteral("toolbar"));
     bar->setAccessibleName(tr("Toolbar"));
     bar->setIconSize(QSize(32, 32));
+    // Freedesktop icon names; the two Add buttons have the program's own icons.
     const std::pair<int, const char*> buttons[] = {
-        {FileOpen, "document-open"},     {FileSave, "document-save"},
-        {AddStorage, "drive-multidisk"}, {AddDisc, "media-optical"},
-        {AddFolder, "folder-new"},       {AddFile, "document-new"},
-        {Search, "edit-find"},           {MoveUp, "go-up"}};
-    QStyle* style = this->style();
-    const QStyle::StandardPixmap fallbacks[] = {QStyle::SP_DialogOpenButton,
-                                                QStyle::SP_DialogSaveButton,
-                                                QStyle::SP_DriveHDIcon,
-                                                QStyle::SP_DriveCDIcon,
-                                                QStyle::SP_FileDialogNewFolder,
-                                                QStyle::SP_FileIcon,
-                                                QStyle::SP_FileDialogContentsView,
-                                                QStyle::SP_ArrowUp};
-    for (size_t i = 0; i < 8; ++i) {
-        QAction* action = m_commands.Get(buttons[i].first);
-        action->setIcon(QIcon::fromTheme(QString::fromLatin1(buttons[i].second),
-                                         style->standardIcon(fallbacks[i])));
+        {FileOpen, "document-open"},
+        {FileSave, "document-save"},
+        {AddStorage, "shelfwise-add-storage"},
+        {AddDisc, "shelfwise-add-disc"},
+        {AddFolder, "folder-new"},
+        {AddFile, "document-new"},
+        {Search, "edit-find"},
+        {MoveUp, "go-up"},
+    };
+    for (const auto& [command, iconName] : buttons) {
+        QAction* action = m_commands.Get(command);
+        action->setIcon(CUnitIcons::ThemeIcon(iconName));
         action->setToolTip(action->text().remove(QLatin1Char('&')).remove(QStringLiteral("...")));
         bar->addAction(action);
     }

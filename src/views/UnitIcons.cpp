@@ -2,9 +2,29 @@
 
 #include "sqlitewrapper/SqliteWrapper.h"
 
-#include <QApplication>
 #include <QMimeDatabase>
-#include <QStyle>
+
+// The icons are compiled into a static library, and nothing refers to their data: without
+// this explicit registration the linker would leave them out of the program. Registering
+// more than once is harmless. Q_INIT_RESOURCE has to be used outside any namespace.
+static void RegisterBundledIcons()
+{
+    static const bool registered = [] {
+        Q_INIT_RESOURCE(icons);
+        return true;
+    }();
+    Q_UNUSED(registered);
+}
+
+QIcon CUnitIcons::ThemeIcon(const char* freedesktopName)
+{
+    RegisterBundledIcons();
+    const QString name = QString::fromLatin1(freedesktopName);
+    QIcon bundled(QStringLiteral(":/icons/") + name + QStringLiteral(".svg"));
+    if (name.startsWith(QLatin1String("shelfwise")))
+        return bundled;
+    return QIcon::fromTheme(name, bundled);
+}
 
 CUnitIcons::Index CUnitIcons::BaseIndex(const UnitListItem& unit, FileIconsStyle style)
 {
@@ -34,25 +54,18 @@ CUnitIcons::Index CUnitIcons::BaseIndex(const UnitListItem& unit, FileIconsStyle
 
 QIcon CUnitIcons::Icon(Index index) const
 {
-    // The freedesktop name of each icon, and the style's own icon where no theme has it.
-    struct Source
-    {
-        const char* themeName;
-        QStyle::StandardPixmap fallback;
+    // The freedesktop name of each icon, in the order of Index.
+    static const char* const names[] = {
+        "drive-multidisk", // Storage
+        "media-optical",   // Disc
+        "folder",          // Folder
+        "text-x-generic",  // File
+        "text-x-generic",  // Custom
+        "video-x-generic", // Film
+        "audio-x-generic", // Music
+        "image-x-generic", // Picture
     };
-    static const Source sources[] = {
-        {"drive-multidisk", QStyle::SP_DriveHDIcon}, // Storage
-        {"media-optical", QStyle::SP_DriveCDIcon},   // Disc
-        {"folder", QStyle::SP_DirIcon},              // Folder
-        {"text-x-generic", QStyle::SP_FileIcon},     // File
-        {"text-x-generic", QStyle::SP_FileIcon},     // Custom
-        {"video-x-generic", QStyle::SP_MediaPlay},   // Film
-        {"audio-x-generic", QStyle::SP_MediaVolume}, // Music
-        {"image-x-generic", QStyle::SP_FileIcon},    // Picture
-    };
-    const Source& source = sources[index];
-    return QIcon::fromTheme(QString::fromLatin1(source.themeName),
-                            QApplication::style()->standardIcon(source.fallback));
+    return ThemeIcon(names[index]);
 }
 
 QIcon CUnitIcons::Icon(const UnitListItem& unit, FileIconsStyle style)

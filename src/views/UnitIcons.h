@@ -8,10 +8,10 @@
 #include <QString>
 
 // The icons of storages, discs, folders and files, shared by the tree and the list.
-// Taken from the desktop's icon theme by their freedesktop names, with the style's
-// own icons where no theme is installed. The rule follows the FileIconsStyle setting:
-// one file icon (Default), one per category (CategoryBased), or the desktop's icon for
-// the file type (Explorer, cached per extension).
+// Taken from the desktop's icon theme by their freedesktop names, with the program's
+// bundled icons (:/icons) where the theme has none. The rule follows the FileIconsStyle
+// setting: one file icon (Default), one per category (CategoryBased), or the desktop's
+// icon for the file type (Explorer, cached per extension).
 class CUnitIcons final
 {
 public:
@@ -30,6 +30,10 @@ public:
     QIcon Icon(Index index) const;
     // Storage, disc and folder icons open their unit when activated; files do not.
     static Index BaseIndex(const UnitListItem& unit, FileIconsStyle style);
+    /// The desktop theme's icon of that freedesktop name, or the bundled one of the same
+    /// name where the theme has none. The program's own icons ("shelfwise", "shelfwise-*")
+    /// always come from the bundle.
+    static QIcon ThemeIcon(const char* freedesktopName);
 
 private:
     QIcon TypeIcon(const QString& fileName);

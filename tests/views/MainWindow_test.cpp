@@ -11,9 +11,11 @@
 #include "views/MainFrame.h"
 #include "views/NavigationView.h"
 
+#include <QAction>
 #include <QFile>
 #include <QSettings>
 #include <QTemporaryDir>
+#include <QToolBar>
 
 #include <gtest/gtest.h>
 
@@ -199,4 +201,24 @@ TEST_F(MainWindow, AFileInTheListChangesCategoryAloneOrWithItsExtension)
     for (int id : files)
         EXPECT_EQ(category(id), CategoryIds::Film);
     EXPECT_TRUE(app.Document()->IsModified());
+}
+
+TEST_F(MainWindow, EveryWidgetAKeyboardReachesHasAnAccessibleName)
+{
+    CShelfwiseApp app(&m_prompter);
+    ASSERT_TRUE(app.InitInstance({QStringLiteral("Shelfwise"), Sample()}));
+    CMainFrame& frame = *app.MainFrame();
+    for (CDetailsView::Mode mode : {CDetailsView::Mode::Icons, CDetailsView::Mode::Details}) {
+        frame.Details().SetMode(mode);
+        for (const QWidget* widget : frame.findChildren<QWidget*>()) {
+            if (widget->isVisibleTo(&frame) && (widget->focusPolicy() & Qt::TabFocus)) {
+                EXPECT_FALSE(widget->accessibleName().isEmpty())
+                    << widget->metaObject()->className() << " "
+                    << widget->objectName().toStdString();
+            }
+        }
+    }
+    // Toolbar buttons are named by their actions' texts.
+    for (const QAction* action : frame.findChild<QToolBar*>()->actions())
+        EXPECT_FALSE(action->text().isEmpty());
 }
