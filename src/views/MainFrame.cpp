@@ -279,6 +279,18 @@ void CMainFrame::AddRecent(const QString& path)
     QStringList files = RecentFiles();
     files.removeAll(path);
     files.prepend(path);
+    StoreRecent(files);
+}
+
+void CMainFrame::RemoveRecent(const QString& path)
+{
+    QStringList files = RecentFiles();
+    if (files.removeAll(path) > 0)
+        StoreRecent(files);
+}
+
+void CMainFrame::StoreRecent(QStringList files)
+{
     while (files.size() > kRecentCount)
         files.removeLast();
     QSettings(QStringLiteral("Korvalt"), QStringLiteral("Shelfwise"))
@@ -321,7 +333,8 @@ bool CMainFrame::OpenCatalogue(const QString& path)
     const QString absolute = QFileInfo(path).absoluteFilePath();
     if (!m_doc.OnOpenDocument(absolute)) {
         // The document has reported why; the window stays usable with a new catalogue
-        // rather than half of the one that failed.
+        // rather than half of the one that failed, and the list no longer offers it.
+        RemoveRecent(absolute);
         NewCatalogue();
         return false;
     }

@@ -34,6 +34,8 @@ public:
     bool NewCatalogue();
     // Asks whether to save changes when there are any; false when the user cancels.
     bool MaybeSave();
+    // File Save: false when cancelled or when the file was not written.
+    bool Save();
     QStringList RecentFiles() const;
     // Restarts or stops the autosave timer after AutosaveTimeout changed.
     void RestartAutosave();
@@ -54,8 +56,9 @@ private:
     void UpdateStatus();
     void UpdateRecentMenu();
     void AddRecent(const QString& path);
+    void RemoveRecent(const QString& path);
+    void StoreRecent(QStringList files);
     void Open();
-    bool Save();
     bool SaveAs();
     void OnAddStorage();
     void OnCompress();

@@ -12,6 +12,7 @@
 #include "views/NavigationView.h"
 
 #include <QAction>
+#include <QDir>
 #include <QFile>
 #include <QSettings>
 #include <QTemporaryDir>
@@ -221,4 +222,51 @@ TEST_F(MainWindow, EveryWidgetAKeyboardReachesHasAnAccessibleName)
     // Toolbar buttons are named by their actions' texts.
     for (const QAction* action : frame.findChild<QToolBar*>()->actions())
         EXPECT_FALSE(action->text().isEmpty());
+}
+
+TEST_F(MainWindow, RecentCataloguesOpenAtStartAndAGoneOneIsDroppedAndReported)
+{
+    const QString path = Sample();
+    {
+        CShelfwiseApp first(&m_prompter);
+        ASSERT_TRUE(first.InitInstance({QStringLiteral("Shelfwise"), path}));
+    }
+    // No file on the line: the most recent catalogue opens, without the sample question.
+    {
+        CShelfwiseApp again(&m_prompter);
+        ASSERT_TRUE(again.InitInstance({QStringLiteral("Shelfwise")}));
+        EXPECT_EQ(again.Document()->CataloguePath(), path);
+        EXPECT_TRUE(m_prompter.Questions().empty());
+    }
+    // The file went away meanwhile: a message, a new catalogue, and the entry is gone.
+    ASSERT_TRUE(QFile::remove(path));
+    CShelfwiseApp app(&m_prompter);
+    ASSERT_TRUE(app.InitInstance({QStringLiteral("Shelfwise")}));
+    EXPECT_FALSE(m_prompter.Messages().empty());
+    EXPECT_TRUE(app.Document()->IsLoaded());
+    EXPECT_TRUE(app.Document()->CataloguePath().isEmpty());
+    EXPECT_FALSE(app.MainFrame()->RecentFiles().contains(path));
+}
+
+TEST_F(MainWindow, ASaveThatCannotWriteSaysSoAndKeepsTheChanges)
+{
+    QDir(m_dir.path()).mkdir(QStringLiteral("shelf"));
+    const QString path = m_dir.filePath(QStringLiteral("shelf/catalogue.db3"));
+    ASSERT_TRUE(QFile::copy(Sample(), path));
+    CShelfwiseApp app(&m_prompter);
+    ASSERT_TRUE(app.InitInstance({QStringLiteral("Shelfwise"), path}));
+    ASSERT_NE(app.Document()->AddStorage(QStringLiteral("Garden shed"), QString()), 0);
+
+    // The catalogue's folder is removed from under the program.
+    ASSERT_TRUE(QDir(m_dir.filePath(QStringLiteral("shelf"))).removeRecursively());
+    EXPECT_FALSE(app.MainFrame()->Save());
+    ASSERT_FALSE(m_prompter.Messages().empty());
+    EXPECT_TRUE(m_prompter.LastMessage().contains(QStringLiteral("catalogue.db3")));
+    EXPECT_TRUE(app.Document()->IsModified());
+    EXPECT_TRUE(app.MainFrame()->isWindowModified());
+    // The storage is still there to be saved elsewhere.
+    const auto& storages = app.Document()->Storages();
+    EXPECT_TRUE(std::any_of(storages.begin(), storages.end(), [](const StorageRecord& s) {
+        return s.StorageName == QStringLiteral("Garden shed");
+    }));
 }
