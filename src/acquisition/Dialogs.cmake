@@ -1,0 +1,1 @@
+# The acquisition dialogs of the window, in shelfwise_gui.

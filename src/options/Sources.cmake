@@ -1,0 +1,1 @@
+# The options dialogs of the window, in shelfwise_gui.

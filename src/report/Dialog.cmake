@@ -1,0 +1,1 @@
+# The report dialogs of the window, in shelfwise_gui.

@@ -1,0 +1,1 @@
+# The search dialogs of the window, in shelfwise_gui.

@@ -1,0 +1,1 @@
+# Tests of the acquisition dialogs, in gui_tests.

@@ -1,0 +1,1 @@
+# Tests of the report dialogs, in gui_tests.

@@ -1,0 +1,1 @@
+# Tests of the search dialogs, in gui_tests.
