@@ -173,6 +173,7 @@ bool CAddLocationJob::Start(const Request& request)
 {
     m_request = request;
     m_lastProgress = 0;
+    m_cancelRequested = false;
     switch (request.mode) {
     case Mode::Disc:
         if (m_drives)
@@ -211,6 +212,9 @@ void CAddLocationJob::Cancel()
 {
     if (!IsBusy())
         return;
+    // Remembered as well: a worker may have finished before it saw its flag, and its
+    // end event must not commit what the user cancelled.
+    m_cancelRequested = true;
     if (m_searcher)
         m_searcher->Cancel();
     if (m_importer)
@@ -242,6 +246,10 @@ void CAddLocationJob::customEvent(QEvent* event)
     if (WorkerEvent::Is(event, WorkerEvent::Walked)) {
         if (!m_counting)
             return;
+        if (m_cancelRequested) {
+            End(Outcome::Cancelled);
+            return;
+        }
         m_counting = false;
         StartImport(Searcher().TotalSize());
         return;
@@ -249,6 +257,10 @@ void CAddLocationJob::customEvent(QEvent* event)
     if (!WorkerEvent::Is(event, WorkerEvent::Finished) || !IsBusy())
         return; // a second worker's end after the first one ended the job
     const qintptr outcome = static_cast<WorkerEvent*>(event)->WParam();
+    if (m_cancelRequested && outcome == WorkerEvent::Succeeded) {
+        End(Outcome::Cancelled);
+        return;
+    }
     End(outcome == WorkerEvent::Succeeded ? Outcome::Succeeded
         : outcome == WorkerEvent::Failed  ? Outcome::Failed
                                           : Outcome::Cancelled);

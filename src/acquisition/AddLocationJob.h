@@ -68,7 +68,8 @@ public:
     // not be read, or a catalogue error; both reported). A single file ends at once
     // and emits finished before Start returns.
     bool Start(const Request& request);
-    // Asks the workers to stop; the job ends with Cancelled.
+    // Asks the workers to stop; the job ends with Cancelled, even when a worker had
+    // already finished (nothing is committed until the job ends).
     void Cancel();
     bool IsBusy() const { return m_counting || m_adding; }
 
@@ -100,4 +101,5 @@ private:
     bool m_adding = false;
     bool m_lockedDrive = false;
     int m_lastProgress = 0;
+    bool m_cancelRequested = false;
 };
