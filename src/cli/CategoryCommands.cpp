@@ -82,7 +82,7 @@ int MapExtension(CliContext& ctx)
     const QStringList& args = ctx.Args.Positionals();
     if (!ctx.OpenCatalogue(args.at(0), true))
         return ExitStatus::Error;
-    const QString ext = args.at(1).toLower();
+    const QString ext = CSqliteWrapper::NormaliseExtension(args.at(1));
     int category = 0;
     if (!ctx.ResolveCategory(args.at(2), category))
         return ExitStatus::Error;
@@ -107,7 +107,7 @@ int UnmapExtension(CliContext& ctx)
     const QStringList& args = ctx.Args.Positionals();
     if (!ctx.OpenCatalogue(args.at(0), true))
         return ExitStatus::Error;
-    const QString ext = args.at(1).toLower();
+    const QString ext = CSqliteWrapper::NormaliseExtension(args.at(1));
     const auto& map = ctx.Db().FileExtensions();
     const auto it = map.find(ext);
     if (it == map.end())

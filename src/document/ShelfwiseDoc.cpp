@@ -244,6 +244,16 @@ void CShelfwiseDoc::ReloadStorages()
     Guard([&] { m_db.GetStorages(m_storages); });
 }
 
+void CShelfwiseDoc::ApplySettings()
+{
+    ApplySortOrder();
+    // Without an open catalogue the order waits for the next New or Open.
+    if (!m_db.IsOpen())
+        return;
+    ReloadStorages();
+    emit viewsNeedUpdate(nullptr);
+}
+
 void CShelfwiseDoc::SetSelection(int id, bool isStorage, QObject* sender)
 {
     SelectedId = id;

@@ -51,6 +51,9 @@ public:
     const std::vector<StorageRecord>& Storages() const { return m_storages; }
     void ReloadStorages();
     int FallbackCategoryId() const { return m_fallbackCategoryId; }
+    /// After the options changed Settings: takes the units order again, reloads the
+    /// storages cache in that order and refreshes the views.
+    void ApplySettings();
 
     // The selection of the views: a StorageID or a UnitID, -1 for none.
     int SelectedId = -1;

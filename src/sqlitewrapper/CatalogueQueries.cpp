@@ -2,6 +2,8 @@
 #include "sqlitewrapper/RowMappers.h"
 #include "sqlitewrapper/SqliteWrapper.h"
 
+#include <QStringList>
+
 #include <algorithm>
 #include <stdexcept>
 #include <unordered_set>
@@ -235,6 +237,46 @@ std::vector<int> CSqliteWrapper::GetDescendantIds(int unitId)
     g_descendantIds.clear();
     CollectDescendants(unitId, g_descendantIds);
     return g_descendantIds;
+}
+
+const QString CSqliteWrapper::kLocationSeparator = QStringLiteral(" \u203A ");
+
+std::map<int, QString> CSqliteWrapper::GetUnitLocations(const std::vector<int>& unitIds)
+{
+    std::map<int, QString> locations;
+    if (unitIds.empty())
+        return locations;
+    QStringList ids;
+    ids.reserve(static_cast<int>(unitIds.size()));
+    for (int id : unitIds)
+        ids << QString::number(id);
+    // Many results share a parent, so each distinct parent's chain is walked once, from
+    // the parent upwards, prepending names. Seen lists the units walked so far and stops
+    // a chain whose parent links loop; the deepest row of each chain is its whole path.
+    const QString separator = QuoteSqlString(kLocationSeparator);
+    const QString sql = Format(
+        "WITH RECURSIVE "
+        "Wanted (UnitID, ParentID, StorageID) AS ("
+        "SELECT UnitID, ParentUnitID, StorageID FROM Units WHERE UnitID IN (%s)), "
+        "Up (StartID, NextID, Path, Seen, Depth) AS ("
+        "SELECT DISTINCT ParentID, ParentID, '', ',', 0 FROM Wanted WHERE ParentID IS NOT NULL "
+        "UNION ALL "
+        "SELECT Up.StartID, Units.ParentUnitID, CASE WHEN Up.Depth = 0 THEN Units.UnitName "
+        "ELSE Units.UnitName || %s || Up.Path END, Up.Seen || Units.UnitID || ',', Up.Depth + 1 "
+        "FROM Up INNER JOIN Units ON Units.UnitID = Up.NextID "
+        "WHERE instr(Up.Seen, ',' || Units.UnitID || ',') = 0), "
+        "Paths (StartID, Path, Depth) AS ("
+        "SELECT StartID, Path, MAX(Depth) FROM Up GROUP BY StartID) "
+        "SELECT Wanted.UnitID, IFNULL(Storages.StorageName, '') || CASE WHEN "
+        "IFNULL(Paths.Depth, 0) = 0 THEN '' ELSE %s || Paths.Path END FROM Wanted "
+        "LEFT JOIN Storages ON Storages.StorageID = Wanted.StorageID "
+        "LEFT JOIN Paths ON Paths.StartID = Wanted.ParentID",
+        {ids.join(QLatin1Char(',')), separator, separator});
+    std::vector<RowMappers::IdText> rows;
+    QueryRows(sql, rows, &RowMappers::IdTexts);
+    for (RowMappers::IdText& row : rows)
+        locations.emplace(row.Id, std::move(row.Text));
+    return locations;
 }
 
 void CSqliteWrapper::GetStorageUnits(std::vector<ReportRow>& rows, int storageId)

@@ -165,6 +165,14 @@ QString CSqliteWrapper::ExtensionOf(const QString& fileName)
     return (dot < 0 ? fileName : fileName.mid(dot + 1)).toLower();
 }
 
+QString CSqliteWrapper::NormaliseExtension(const QString& typed)
+{
+    QString extension = typed.trimmed();
+    while (extension.startsWith(QLatin1Char('.')))
+        extension.remove(0, 1);
+    return extension.trimmed().toLower();
+}
+
 int CSqliteWrapper::CategoryForFile(const QString& fileName) const
 {
     const qsizetype dot = fileName.lastIndexOf(QLatin1Char('.'));

@@ -76,6 +76,12 @@ public:
     // overwrites; they are not re-entrant. The returned list is a copy.
     std::vector<int> GetAncestorIds(int unitId);
     std::vector<int> GetDescendantIds(int unitId);
+    // Where each unit lies, by UnitID, in one query: the storage's name, then the names
+    // of its ancestors from the top unit down to its parent, joined by kLocationSeparator
+    // ("Box 1 › Backup 2008-03 › Documents"); a top unit gives its storage's name alone.
+    // Ids that name no unit are left out; parent links that loop are walked once.
+    std::map<int, QString> GetUnitLocations(const std::vector<int>& unitIds);
+    static const QString kLocationSeparator;
     void GetStorageUnits(std::vector<ReportRow>& rows, int storageId);
     std::vector<int> FindDuplicateDiscs(const QString& label, quint32 serialNumber, qint64 size,
                                         bool bySerial, bool bySize, bool byLabel);
@@ -92,6 +98,9 @@ public:
     // extension, or the general category.
     int CategoryForFile(const QString& fileName) const;
     static QString ExtensionOf(const QString& fileName);
+    // An extension as a user types it (".PDF ", "Mp3") in the map's form: no blanks,
+    // no leading dot, lower case, as ExtensionOf gives it for a file.
+    static QString NormaliseExtension(const QString& typed);
 
     // Writing. Each insert returns the new row id.
     int AddStorage(const QString& name, const QString& notes);

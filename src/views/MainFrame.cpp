@@ -1,11 +1,17 @@
 #include "views/MainFrame.h"
 
+#include "acquisition/AddLocationDlg.h"
+#include "acquisition/AddStorageDlg.h"
+#include "acquisition/DriveSystem.h"
 #include "common/FormatSize.h"
 #include "common/Strings.h"
 #include "common/UserPrompter.h"
 #include "document/DataFiles.h"
 #include "document/ProgramVersion.h"
 #include "document/ShelfwiseDoc.h"
+#include "options/OptionsDlg.h"
+#include "report/ReportDialog.h"
+#include "search/SearchDlg.h"
 #include "settings/Settings.h"
 #include "sqlitewrapper/SqlText.h"
 #include "views/CommandIds.h"
@@ -21,7 +27,6 @@
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
-#include <QInputDialog>
 #include <QLabel>
 #include <QLocale>
 #include <QMenuBar>
@@ -103,18 +108,16 @@ void CMainFrame::CreateActions()
     add(AddStorage, tr("Add &Storage..."), QKeySequence(tr("Ctrl+Shift+S")),
         [this] { OnAddStorage(); });
     add(AddDisc, tr("Add Dis&c..."), QKeySequence(tr("Ctrl+Shift+C")),
-        [this] { NotYetAvailable(tr("Adding a disc")); });
+        [this] { OnAddLocation(CAddLocationJob::Mode::Disc); });
     add(AddFolder, tr("Add Fol&der..."), QKeySequence(tr("Ctrl+Shift+D")),
-        [this] { NotYetAvailable(tr("Adding a folder")); });
+        [this] { OnAddLocation(CAddLocationJob::Mode::Folder); });
     add(AddFile, tr("Add &File..."), QKeySequence(tr("Ctrl+Shift+F")),
-        [this] { NotYetAvailable(tr("Adding a file")); });
-    add(Search, tr("Search..."), QKeySequence(tr("Ctrl+F")),
-        [this] { NotYetAvailable(tr("The search dialog")); });
+        [this] { OnAddLocation(CAddLocationJob::Mode::File); });
+    add(Search, tr("Search..."), QKeySequence(tr("Ctrl+F")), [this] { OnSearch(); });
     add(MoveUp, tr("Move up"), QKeySequence(), [this] { m_tree->MoveUp(); });
     add(Compress, tr("Compress database"), QKeySequence(), [this] { OnCompress(); });
-    add(Options, tr("Options..."), QKeySequence(), [this] { NotYetAvailable(tr("The options")); });
-    add(Report, tr("Create report"), QKeySequence(),
-        [this] { NotYetAvailable(tr("The report dialog")); });
+    add(Options, tr("Options..."), QKeySequence(), [this] { OnOptions(); });
+    add(Report, tr("Create report"), QKeySequence(), [this] { OnReport(); });
     add(Rename, tr("Rename"), QKeySequence(Qt::Key_F2), [this] {
         if (FocusInList())
             m_list->RenameSelected();
@@ -415,26 +418,105 @@ void CMainFrame::RestartAutosave()
 
 void CMainFrame::OnAddStorage()
 {
-    bool ok = false;
-    const QString name =
-        QInputDialog::getText(this, tr("Add Storage"), tr("Name:"), QLineEdit::Normal, {}, &ok);
-    if (!ok)
+    CAddStorageDlg dialog(m_doc.Storages(), this);
+    if (dialog.exec() != QDialog::Accepted)
         return;
-    UserPrompter& prompter = UserPrompter::Current();
-    if (name.isEmpty()) {
-        prompter.ShowMessage(Strings::IDS_STORAGE_NAME_EMPTY, UserPrompter::Icon::Warning);
+    const int storageId = m_doc.AddStorage(dialog.Name(), dialog.Description());
+    if (storageId != 0)
+        m_tree->InsertNewStorage(storageId, dialog.Name());
+}
+
+void CMainFrame::SetDriveSystem(std::shared_ptr<DriveSystem> drives)
+{
+    m_drives = std::move(drives);
+}
+
+int CMainFrame::SelectedStorageId() const
+{
+    return CNavigationView::ItemId(CNavigationView::GetRootAncestor(m_tree->currentItem()));
+}
+
+void CMainFrame::OnAddLocation(CAddLocationJob::Mode mode)
+{
+    if (m_tree->topLevelItemCount() == 0) {
+        UserPrompter::Current().ShowMessage(Strings::IDS_CREATE_STORAGE_FIRST,
+                                            UserPrompter::Icon::Warning);
         return;
     }
-    for (const StorageRecord& storage : m_doc.Storages()) {
-        if (storage.StorageName == name) {
-            prompter.ShowMessage(
-                SqlText::Format(Strings::LoadString(Strings::IDS_STORAGE_NAME_EXISTS), {name}),
-                UserPrompter::Icon::Warning);
-            return;
-        }
+    if (!m_drives)
+        m_drives = DriveSystem::Create();
+    CAddLocationDlg dialog(mode, m_doc, m_drives, SelectedStorageId(), this);
+    connect(&dialog, &CAddLocationDlg::revealRequested, this, &CMainFrame::RevealTopUnit);
+    // The workers read and write the catalogue's connection: no autosave meanwhile.
+    m_autosave.stop();
+    dialog.exec();
+    RestartAutosave();
+    if (dialog.Succeeded())
+        m_tree->ShowAddedUnit(m_doc.LastAddedStorageId(), m_doc.LastAddedUnitId());
+}
+
+void CMainFrame::RevealTopUnit(int unitId)
+{
+    // The storage is selected in the tree, and the unit in its list.
+    int storageId = -1;
+    if (!m_doc.Guard([&] { storageId = m_doc.Database().GetUnitStorageId(unitId); }))
+        return;
+    BrowseTo({storageId}, unitId);
+}
+
+void CMainFrame::BrowseTo(const std::vector<int>& treePath, int listUnitId)
+{
+    if (treePath.empty())
+        return;
+    m_tree->SelectPath(treePath);
+    if (listUnitId > 0)
+        m_list->SelectRowByUnitId(listUnitId);
+}
+
+CSearchDlg& CMainFrame::SearchDialog()
+{
+    if (!m_search) {
+        m_search = new CSearchDlg(m_doc, this);
+        connect(m_search, &CSearchDlg::propertiesRequested, this,
+                [this](int unitId) { ShowProperties(unitId, false); });
+        connect(m_search, &CSearchDlg::browseRequested, this, &CMainFrame::BrowseTo);
     }
-    if (m_doc.AddStorage(name, QString()) != 0)
-        m_tree->PopulateChildren(nullptr);
+    return *m_search;
+}
+
+void CMainFrame::OnSearch()
+{
+    SearchDialog().Activate();
+}
+
+void CMainFrame::OnOptions()
+{
+    COptionsDlg dialog(m_doc, this);
+    connect(&dialog, &COptionsDlg::settingsApplied, this, &CMainFrame::ApplySettings);
+    dialog.exec();
+}
+
+void CMainFrame::ApplySettings()
+{
+    RestartAutosave();
+    // The order and the icons of both panes may have changed: the tree is read again
+    // and the selection found again.
+    std::vector<int> path;
+    for (QTreeWidgetItem* item = m_tree->currentItem(); item; item = item->parent())
+        path.insert(path.begin(), CNavigationView::ItemId(item));
+    m_tree->PopulateChildren(nullptr);
+    if (!path.empty())
+        m_tree->SelectPath(path);
+    m_list->Refill();
+}
+
+void CMainFrame::OnReport()
+{
+    CReportDialog dialog(m_doc, -1, this); // "All" chosen at the start
+    // The writer reads the catalogue's connection: no autosave meanwhile.
+    m_autosave.stop();
+    dialog.exec();
+    RestartAutosave();
 }
 
 void CMainFrame::OnCompress()
@@ -458,13 +540,6 @@ void CMainFrame::OnHelp()
             tr("The help pages could not be opened. They belong in %1.")
                 .arg(QDir::toNativeSeparators(page)),
             UserPrompter::Icon::Warning);
-}
-
-void CMainFrame::NotYetAvailable(const QString& what)
-{
-    UserPrompter::Current().ShowMessage(
-        tr("%1 is not available yet in the window; shelfwise-cli does it meanwhile.").arg(what),
-        UserPrompter::Icon::Information);
 }
 
 void CMainFrame::ShowProperties(int id, bool isStorage)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "acquisition/AddLocationJob.h"
 #include "views/Commands.h"
 #include "views/UnitIcons.h"
 
@@ -7,7 +8,12 @@
 #include <QStringList>
 #include <QTimer>
 
+#include <memory>
+#include <vector>
+
 class CDetailsView;
+class CSearchDlg;
+class DriveSystem;
 class CNavigationView;
 class CShelfwiseDoc;
 class QLabel;
@@ -41,6 +47,13 @@ public:
     void RestartAutosave();
     // The entry page of the help, beside the program's other data files.
     static QString HelpPagePath();
+    // The drive system the add dialogs use (tests give a fake); the machine's when unset.
+    void SetDriveSystem(std::shared_ptr<DriveSystem> drives);
+    // The modeless search dialog, made on first use and kept.
+    CSearchDlg& SearchDialog();
+    // Selects treePath ([StorageID, UnitID, ...]) in the tree and then listUnitId (when
+    // not 0) in the list.
+    void BrowseTo(const std::vector<int>& treePath, int listUnitId);
     bool AutosaveRunning() const { return m_autosave.isActive(); }
     int AutosaveInterval() const { return m_autosave.interval(); }
 
@@ -62,7 +75,14 @@ private:
     bool SaveAs();
     void OnAddStorage();
     void OnCompress();
-    void NotYetAvailable(const QString& what);
+    int SelectedStorageId() const;
+    void OnAddLocation(CAddLocationJob::Mode mode);
+    // A disc the duplicate dialog pointed at: its storage in the tree, the disc in the list.
+    void RevealTopUnit(int unitId);
+    void OnSearch();
+    void OnOptions();
+    void ApplySettings();
+    void OnReport();
     void OnHelp();
     void ShowProperties(int id, bool isStorage);
     bool FocusInList() const;
@@ -77,4 +97,6 @@ private:
     QLabel* m_selectionLabel;
     QMenu* m_recentMenu = nullptr;
     QTimer m_autosave;
+    std::shared_ptr<DriveSystem> m_drives;
+    CSearchDlg* m_search = nullptr;
 };

@@ -64,17 +64,60 @@ void CNavigationView::AddPlaceholder(QTreeWidgetItem* item)
     item->addChild(new QTreeWidgetItem());
 }
 
-QTreeWidgetItem* CNavigationView::InsertStorageItem(const StorageListItem& storage)
+QTreeWidgetItem* CNavigationView::MakeStorageItem(int storageId, const QString& name) const
 {
     auto* item = new QTreeWidgetItem();
-    item->setText(0, storage.StorageName);
-    item->setData(0, kIdRole, storage.StorageID);
+    item->setText(0, name);
+    item->setData(0, kIdRole, storageId);
     item->setIcon(0, m_icons.Icon(CUnitIcons::Storage));
     item->setFlags(item->flags() | Qt::ItemIsEditable);
+    return item;
+}
+
+QTreeWidgetItem* CNavigationView::InsertStorageItem(const StorageListItem& storage)
+{
+    QTreeWidgetItem* item = MakeStorageItem(storage.StorageID, storage.StorageName);
     if (storage.HasChildren)
         AddPlaceholder(item);
     addTopLevelItem(item);
     return item;
+}
+
+QTreeWidgetItem* CNavigationView::InsertNewStorage(int storageId, const QString& name)
+{
+    QTreeWidgetItem* item = MakeStorageItem(storageId, name);
+    const QSignalBlocker blocker(this);
+    int position = topLevelItemCount();
+    if (Settings::Instance().UnitsOrder == UnitsOrder::Alphabetic) {
+        position = 0;
+        while (position < topLevelItemCount() &&
+               topLevelItem(position)->text(0).compare(name, Qt::CaseInsensitive) <= 0)
+            ++position;
+    }
+    insertTopLevelItem(position, item);
+    return item;
+}
+
+void CNavigationView::ShowAddedUnit(int storageId, int unitId)
+{
+    QTreeWidgetItem* storage = FindRootItem(storageId);
+    if (!storage)
+        return;
+    UnitListItem unit;
+    if (!m_doc.Guard([&] { unit = m_doc.Database().GetUnit(unitId); }))
+        return;
+    const QSignalBlocker blocker(this);
+    if (storage->isExpanded() && storage->childCount() > 0) {
+        // The update after the addition may have re-read this storage already.
+        for (int c = 0; c < storage->childCount(); ++c) {
+            if (ItemId(storage->child(c)) == unitId)
+                return;
+        }
+        InsertUnitItem(unit, storage);
+    } else if (storage->childCount() == 0 && unit.Kind != UnitKind::File) {
+        AddPlaceholder(storage);
+        storage->setExpanded(false);
+    }
 }
 
 QTreeWidgetItem* CNavigationView::InsertUnitItem(const UnitListItem& row, QTreeWidgetItem* parent)

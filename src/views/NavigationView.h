@@ -28,6 +28,12 @@ public:
     // Adds a storage or unit row under parent (null: at the root); files are skipped.
     QTreeWidgetItem* InsertUnitItem(const UnitListItem& row, QTreeWidgetItem* parent);
     QTreeWidgetItem* InsertStorageItem(const StorageListItem& storage);
+    // A storage just added: a root item in alphabetical place when the catalogue lists
+    // by name, else the last one.
+    QTreeWidgetItem* InsertNewStorage(int storageId, const QString& name);
+    // A unit just added to a storage: listed under it when it is expanded; a storage
+    // that had no children gets its expand button.
+    void ShowAddedUnit(int storageId, int unitId);
 
     // Expands the storage with ids[0] and each unit of ids[1..] below it, and selects
     // the last one. ids must not be empty.
@@ -68,6 +74,7 @@ private:
     void OnCurrentItemChanged(QTreeWidgetItem* current);
     void OnItemChanged(QTreeWidgetItem* item);
     static void AddPlaceholder(QTreeWidgetItem* item);
+    QTreeWidgetItem* MakeStorageItem(int storageId, const QString& name) const;
     void SetDropStorage(int storageId);
 
     CShelfwiseDoc& m_doc;

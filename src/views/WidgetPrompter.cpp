@@ -1,5 +1,7 @@
 #include "views/WidgetPrompter.h"
 
+#include "options/PathDlg.h"
+
 #include <QFileDialog>
 #include <QMessageBox>
 #include <QMetaObject>
@@ -75,7 +77,7 @@ QString CWidgetPrompter::AskNewerCatalogue(const QString& catalogueVersion)
 
 QString CWidgetPrompter::AskBackupPath()
 {
-    return QFileDialog::getExistingDirectory(m_window);
+    return CPathDlg::Ask(m_window);
 }
 
 QString CWidgetPrompter::AskSaveFileName()

@@ -78,9 +78,9 @@ TEST_F(Cli, CataloguesStoragesAndCategoriesByHand)
 
     EXPECT_EQ(Run({"add-category", cat, "Books"}).status, 0);
     EXPECT_EQ(Run({"add-category", cat, "Books"}).status, 1);
-    EXPECT_EQ(Run({"--yes", "map-extension", cat, "EPUB", "Books"}).status, 0);
+    EXPECT_EQ(Run({"--yes", "map-extension", cat, " .EPUB", "Books"}).status, 0);
     EXPECT_TRUE(Run({"extensions", cat, "Books"}).out.contains("epub\tBooks"));
-    const Result taken = Run({"--no", "map-extension", cat, "mp3", "Books"});
+    const Result taken = Run({"--no", "map-extension", cat, ".Mp3", "Books"});
     EXPECT_EQ(taken.status, 1);
     EXPECT_TRUE(taken.err.contains("Extension mp3 is already associated with category Music"));
     EXPECT_EQ(Run({"delete-category", cat, "Film", "--yes"}).status, 1);

@@ -6,6 +6,8 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QSignalSpy>
+#include <QStringList>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -165,4 +167,46 @@ TEST(ShelfwiseDoc, DeleteAsksFirstAndCategoryEditsRefuseDuplicates)
     ASSERT_NE(books, 0);
     EXPECT_TRUE(doc.MapExtension(QStringLiteral("EPUB"), books));
     EXPECT_EQ(doc.Database().FileExtensions().at(QStringLiteral("epub")), books);
+}
+
+TEST(ShelfwiseDoc, ApplySettingsReordersTheStoragesAndRefreshesTheViews)
+{
+    FakePrompter prompter;
+    const auto names = [](const CShelfwiseDoc& doc) {
+        QStringList list;
+        for (const StorageRecord& storage : doc.Storages())
+            list << storage.StorageName;
+        return list;
+    };
+    {
+        // Without a catalogue there is nothing to reload, and nothing to complain about.
+        CShelfwiseDoc idle;
+        Settings::Instance().UnitsOrder = UnitsOrder::Alphabetic;
+        idle.ApplySettings();
+        EXPECT_TRUE(idle.Database().SortByName());
+        Settings::Instance().UnitsOrder = UnitsOrder::Chronological;
+        EXPECT_TRUE(prompter.Messages().empty());
+    }
+    CShelfwiseDoc doc;
+    ASSERT_TRUE(doc.OnNewDocument());
+    for (const char* name : {"Zebra box", "apple crate", "Mango shelf"})
+        doc.AddStorage(QString::fromLatin1(name), QString());
+    doc.SetModified(false);
+    ASSERT_EQ(names(doc), QStringList({"Zebra box", "apple crate", "Mango shelf"}));
+
+    QSignalSpy updates(&doc, &CShelfwiseDoc::viewsNeedUpdate);
+    Settings::Instance().UnitsOrder = UnitsOrder::Alphabetic;
+    doc.ApplySettings();
+    Settings::Instance().UnitsOrder = UnitsOrder::Chronological;
+    EXPECT_TRUE(doc.Database().SortByName());
+    EXPECT_EQ(names(doc), QStringList({"apple crate", "Mango shelf", "Zebra box"}));
+    EXPECT_EQ(updates.count(), 1);
+
+    doc.ApplySettings();
+    EXPECT_FALSE(doc.Database().SortByName());
+    EXPECT_EQ(names(doc), QStringList({"Zebra box", "apple crate", "Mango shelf"}));
+    EXPECT_EQ(updates.count(), 2);
+    // Settings are no change to the catalogue.
+    EXPECT_FALSE(doc.IsModified());
+    EXPECT_TRUE(prompter.Messages().empty());
 }

@@ -212,3 +212,43 @@ TEST(CatalogueQueries, DuplicateDiscLookUps)
     db.Close();
     EXPECT_TRUE(db.FindDuplicateDiscs(label, 7, 200, false, false, false).empty());
 }
+
+TEST(CatalogueQueries, UnitLocationsNameTheStorageAndEachAncestorDownToTheParent)
+{
+    TestCatalogue cat;
+    CSqliteWrapper& db = cat.Db();
+    const int shelf = db.AddStorage(QStringLiteral("Anna's shelf"), QString());
+    const int box = db.AddStorage(QStringLiteral("Box \"2\""), QString());
+    const int disc = cat.AddDisc(shelf, QStringLiteral("Photos 2012"));
+    const int spring = cat.AddFolder(shelf, disc, QStringLiteral("Spring ' 50%"));
+    const int march = cat.AddFolder(shelf, spring, QStringLiteral("März"));
+    const int deep = cat.AddFile(shelf, march, QStringLiteral("x.jpg"), 2048);
+    const int sibling = cat.AddFile(shelf, march, QStringLiteral("y.jpg"), 1024);
+    const int onDisc = cat.AddFile(shelf, disc, QStringLiteral("README"), 10);
+    const int loose = cat.AddFile(box, 0, QStringLiteral("loose.pdf"), 10);
+    db.Execute(QStringLiteral("UPDATE Units SET ParentUnitID = NULL WHERE UnitID = %1").arg(loose));
+
+    const QString sep = CSqliteWrapper::kLocationSeparator;
+    EXPECT_EQ(sep, QStringLiteral(" \u203A "));
+    const std::map<int, QString> locations =
+        db.GetUnitLocations({deep, sibling, onDisc, disc, loose, march, 424242});
+    const std::map<int, QString> expected{
+        {deep, "Anna's shelf" + sep + "Photos 2012" + sep + "Spring ' 50%" + sep + "März"},
+        {sibling, "Anna's shelf" + sep + "Photos 2012" + sep + "Spring ' 50%" + sep + "März"},
+        {onDisc, "Anna's shelf" + sep + "Photos 2012"},
+        {disc, QStringLiteral("Anna's shelf")},
+        {loose, QStringLiteral("Box \"2\"")},
+        {march, "Anna's shelf" + sep + "Photos 2012" + sep + "Spring ' 50%"},
+    };
+    EXPECT_EQ(locations, expected) << "an id that names no unit is left out";
+    EXPECT_TRUE(db.GetUnitLocations({}).empty());
+
+    // A damaged catalogue whose parent links loop: each chain is walked once and ends.
+    db.Execute(QStringLiteral("UPDATE Units SET ParentUnitID = %1 WHERE UnitID = %2")
+                   .arg(march)
+                   .arg(disc));
+    const std::map<int, QString> looped = db.GetUnitLocations({deep});
+    ASSERT_EQ(looped.size(), 1u);
+    EXPECT_EQ(looped.at(deep),
+              "Anna's shelf" + sep + "Photos 2012" + sep + "Spring ' 50%" + sep + "März");
+}

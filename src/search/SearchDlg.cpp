@@ -1,0 +1,241 @@
+#include "search/SearchDlg.h"
+
+#include "common/Strings.h"
+#include "common/UserPrompter.h"
+#include "document/ShelfwiseDoc.h"
+#include "search/AdvancedSearchTab.h"
+#include "search/BasicSearchTab.h"
+#include "search/ResultsCtrl.h"
+
+#include "ui_SearchDlg.h"
+
+#include <QApplication>
+#include <QTimer>
+
+#include <algorithm>
+
+namespace {
+
+// A wait cursor while the catalogue is searched.
+class WaitCursor final
+{
+public:
+    WaitCursor() { QApplication::setOverrideCursor(Qt::WaitCursor); }
+    ~WaitCursor() { QApplication::restoreOverrideCursor(); }
+    WaitCursor(const WaitCursor&) = delete;
+    WaitCursor& operator=(const WaitCursor&) = delete;
+};
+
+} // namespace
+
+CSearchDlg::CSearchDlg(CShelfwiseDoc& doc, QWidget* parent)
+    : QDialog(parent), m_ui(new Ui::CSearchDlg), m_doc(doc), m_results(new CResultsCtrl(doc, this))
+{
+    m_ui->setupUi(this);
+    m_results->setObjectName(QStringLiteral("resultsList"));
+    m_results->setAccessibleName(tr("Results"));
+    m_ui->resultsLayout->addWidget(m_results);
+    setTabOrder(m_ui->cancelButton, m_results);
+
+    connect(m_ui->searchButton, &QPushButton::clicked, this, &CSearchDlg::Search);
+    connect(m_ui->cancelButton, &QPushButton::clicked, this, &QDialog::reject);
+    connect(m_results, &CContextListCtrl::propertiesChosen, this,
+            &CSearchDlg::ShowSelectedProperties);
+    connect(m_results, &CContextListCtrl::browseChosen, this, &CSearchDlg::BrowseToSelected);
+
+    connect(&doc, &CShelfwiseDoc::cataloguePathChanged, this, &CSearchDlg::OnCatalogueLoaded);
+    connect(&doc, &CShelfwiseDoc::viewsNeedUpdate, this, &CSearchDlg::OnViewsNeedUpdate);
+    connect(&doc, &CShelfwiseDoc::storageRenamed, this, &CSearchDlg::ScheduleRefresh);
+    connect(&doc, &CShelfwiseDoc::unitRenamed, this, &CSearchDlg::ScheduleRefresh);
+
+    m_seenSelectedId = doc.SelectedId;
+    m_seenSelectedIsStorage = doc.SelectedIsStorage;
+    ReloadLists();
+}
+
+CSearchDlg::~CSearchDlg() = default;
+
+CBasicSearchTab& CSearchDlg::BasicTab() const
+{
+    return *m_ui->basicTab;
+}
+
+CAdvancedSearchTab& CSearchDlg::AdvancedTab() const
+{
+    return *m_ui->advancedTab;
+}
+
+QPushButton& CSearchDlg::SearchButton() const
+{
+    return *m_ui->searchButton;
+}
+
+void CSearchDlg::Activate()
+{
+    show();
+    raise();
+    activateWindow();
+    m_ui->basicTab->FocusText();
+}
+
+SearchCriteria CSearchDlg::GatherCriteria() const
+{
+    SearchCriteria criteria;
+    m_ui->basicTab->Gather(criteria);
+    m_ui->advancedTab->Gather(criteria);
+    return criteria;
+}
+
+void CSearchDlg::Search()
+{
+    m_results->Clear();
+    m_hasSearch = false;
+    m_ui->basicTab->OrderDateRange();
+    const SearchCriteria criteria = GatherCriteria();
+    if (!RunSearch(criteria, false))
+        return;
+    m_lastCriteria = criteria;
+    m_hasSearch = true;
+    if (m_results->RowCount() == 0)
+        UserPrompter::Current().ShowMessage(Strings::IDS_NO_MATCHES,
+                                            UserPrompter::Icon::Information);
+}
+
+bool CSearchDlg::RunSearch(const SearchCriteria& criteria, bool replace)
+{
+    if (!m_doc.Database().IsOpen())
+        return false;
+    std::vector<UnitListItem> found;
+    std::map<int, QString> locations;
+    const WaitCursor wait;
+    // The store runs the criteria as one statement that only reads; anything else
+    // (a text that closes its literal and adds a statement) fails like a broken search.
+    const bool ran = m_doc.Guard([&] {
+        m_doc.Database().SearchUnits(criteria, found);
+        std::vector<int> ids;
+        ids.reserve(found.size());
+        for (const UnitListItem& unit : found)
+            ids.push_back(unit.UnitID);
+        locations = m_doc.Database().GetUnitLocations(ids);
+    });
+    if (!ran) {
+        m_results->Clear();
+        return false;
+    }
+    if (replace)
+        m_results->ReplaceResults(std::move(found), std::move(locations));
+    else
+        m_results->SetResults(std::move(found), std::move(locations));
+    return true;
+}
+
+void CSearchDlg::ReloadLists()
+{
+    if (!m_doc.Database().IsOpen())
+        return;
+    std::vector<StorageListItem> storages;
+    if (m_doc.Guard([&] { m_doc.Database().GetStorageList(storages); }))
+        m_ui->basicTab->SetStorages(storages);
+    m_ui->advancedTab->SetCategories(m_doc.Database().Categories());
+}
+
+void CSearchDlg::OnCatalogueLoaded()
+{
+    // Another catalogue: nothing found in the old one applies.
+    m_results->Clear();
+    m_hasSearch = false;
+    m_refreshWhenShown = false;
+    m_seenSelectedId = m_doc.SelectedId;
+    m_seenSelectedIsStorage = m_doc.SelectedIsStorage;
+    ReloadLists();
+}
+
+void CSearchDlg::OnViewsNeedUpdate()
+{
+    const bool selectionMoved =
+        m_doc.SelectedId != m_seenSelectedId || m_doc.SelectedIsStorage != m_seenSelectedIsStorage;
+    m_seenSelectedId = m_doc.SelectedId;
+    m_seenSelectedIsStorage = m_doc.SelectedIsStorage;
+    if (!selectionMoved)
+        ScheduleRefresh();
+}
+
+void CSearchDlg::ScheduleRefresh()
+{
+    if (!isVisible()) {
+        m_refreshWhenShown = true;
+        return;
+    }
+    // Several updates of one edit come together: one search serves them all.
+    if (m_refreshScheduled)
+        return;
+    m_refreshScheduled = true;
+    QTimer::singleShot(0, this, &CSearchDlg::Refresh);
+}
+
+void CSearchDlg::Refresh()
+{
+    m_refreshScheduled = false;
+    m_refreshWhenShown = false;
+    ReloadLists();
+    if (m_hasSearch && !RunSearch(m_lastCriteria, true))
+        m_hasSearch = false;
+}
+
+void CSearchDlg::showEvent(QShowEvent* event)
+{
+    QDialog::showEvent(event);
+    if (m_refreshWhenShown)
+        Refresh();
+    else
+        ReloadLists(); // categories and storages may have been edited meanwhile
+}
+
+int CSearchDlg::SelectedExistingUnit()
+{
+    const int unitId = m_results->SelectedUnitId();
+    if (unitId == 0)
+        return 0;
+    int storageId = 0;
+    if (!m_doc.Guard([&] { storageId = m_doc.Database().GetUnitStorageId(unitId); }))
+        return 0;
+    if (storageId == 0) {
+        // Deleted since the search: the list catches up with the catalogue.
+        Refresh();
+        return 0;
+    }
+    return unitId;
+}
+
+void CSearchDlg::ShowSelectedProperties()
+{
+    const int unitId = SelectedExistingUnit();
+    if (unitId != 0)
+        emit propertiesRequested(unitId);
+}
+
+void CSearchDlg::BrowseToSelected()
+{
+    const int unitId = SelectedExistingUnit();
+    if (unitId == 0)
+        return;
+    std::vector<int> path;
+    UnitListItem unit;
+    const bool read = m_doc.Guard([&] {
+        CSqliteWrapper& db = m_doc.Database();
+        unit = db.GetUnit(unitId);
+        std::vector<int> ancestors = db.GetAncestorIds(unitId); // parent first
+        path.push_back(db.GetUnitStorageId(unitId));
+        path.insert(path.end(), ancestors.rbegin(), ancestors.rend());
+    });
+    if (!read)
+        return;
+    // The tree holds storages, discs and folders: a file is shown by selecting its
+    // folder there and then the file in the list.
+    if (unit.Kind == UnitKind::File) {
+        emit browseRequested(path, unitId);
+    } else {
+        path.push_back(unitId);
+        emit browseRequested(path, 0);
+    }
+}

@@ -1,0 +1,93 @@
+#pragma once
+
+#include "sqlitewrapper/SearchCriteria.h"
+
+#include <QDialog>
+
+#include <memory>
+#include <vector>
+
+class CAdvancedSearchTab;
+class CBasicSearchTab;
+class CResultsCtrl;
+class CShelfwiseDoc;
+class QPushButton;
+
+namespace Ui {
+class CSearchDlg;
+}
+
+/// The "Search" dialog: finds units across the open catalogue by name, description,
+/// size, storage, date, category and media details, and lists them with where they lie.
+/// Modeless: the main window creates it once, keeps it, and shows it again with
+/// Activate(); Cancel only hides it.
+///
+/// A found unit's properties and its place in the tree are the window's to show, asked
+/// for through propertiesRequested and browseRequested. The results follow the
+/// document: another catalogue clears them, a change to the catalogue runs the same
+/// search again.
+class CSearchDlg final : public QDialog
+{
+    Q_OBJECT
+
+public:
+    explicit CSearchDlg(CShelfwiseDoc& doc, QWidget* parent = nullptr);
+    ~CSearchDlg() override;
+
+    /// Shows the dialog (or brings it to the front) with the focus on the search text.
+    void Activate();
+
+    /// The criteria as the two pages show them.
+    SearchCriteria GatherCriteria() const;
+    /// What the "Search" button does: the results list is emptied, the catalogue
+    /// searched and the units found listed; "No matches found. Try another search."
+    /// when there are none. A database error is reported by the document and leaves
+    /// the list empty.
+    void Search();
+
+    CBasicSearchTab& BasicTab() const;
+    CAdvancedSearchTab& AdvancedTab() const;
+    CResultsCtrl& Results() const { return *m_results; }
+    QPushButton& SearchButton() const;
+
+    /// The "Properties" and "Browse to..." of the selected result.
+    void ShowSelectedProperties();
+    void BrowseToSelected();
+
+signals:
+    /// The properties dialog of a unit, asked for by double-click, Enter or the menu.
+    void propertiesRequested(int unitId);
+    /// Reveal a unit: treePath is [StorageID, top UnitID, ..., UnitID] for
+    /// CNavigationView::SelectPath; for a file it ends at the folder holding it, and
+    /// listUnitId is the file to select in the list afterwards (0 for a disc or
+    /// folder, which is selected in the tree itself).
+    void browseRequested(const std::vector<int>& treePath, int listUnitId);
+
+protected:
+    void showEvent(QShowEvent* event) override;
+
+private:
+    // Runs the criteria; false when the catalogue refused them (reported).
+    bool RunSearch(const SearchCriteria& criteria, bool replace);
+    void ReloadLists();
+    void OnCatalogueLoaded();
+    void OnViewsNeedUpdate();
+    void ScheduleRefresh();
+    void Refresh();
+    // The selected result's UnitID, or 0 when none is selected or it is gone from the
+    // catalogue (then the results are refreshed).
+    int SelectedExistingUnit();
+
+    std::unique_ptr<Ui::CSearchDlg> m_ui;
+    CShelfwiseDoc& m_doc;
+    CResultsCtrl* m_results;
+    // The last search that ran, repeated when the catalogue changes.
+    SearchCriteria m_lastCriteria;
+    bool m_hasSearch = false;
+    bool m_refreshScheduled = false;
+    bool m_refreshWhenShown = false;
+    // The document's selection when last seen: a views update that changes it is
+    // the tree or list moving, not the catalogue changing.
+    int m_seenSelectedId = -1;
+    bool m_seenSelectedIsStorage = false;
+};
