@@ -149,8 +149,7 @@ bool CShelfwiseDoc::OnOpenDocument(const QString& path)
             m_db.Open(m_workingCopyPath, false);
             TuneWorkingCopy();
         } catch (const CSqliteWrapperError& error) {
-            throw CSqliteWrapperError(error.what(), error.GetCode(), error.GetFile(),
-                                      error.GetLine(), false);
+            throw error.NonFatal();
         }
     });
     if (!opened || !CheckDatabaseVersion())

@@ -110,8 +110,13 @@ bool CSearchDlg::RunSearch(const SearchCriteria& criteria, bool replace)
     const WaitCursor wait;
     // The store runs the criteria as one statement that only reads; anything else
     // (a text that closes its literal and adds a statement) fails like a broken search.
+    // The error is shown, and the window and this dialog stay open for another search.
     const bool ran = m_doc.Guard([&] {
-        m_doc.Database().SearchUnits(criteria, found);
+        try {
+            m_doc.Database().SearchUnits(criteria, found);
+        } catch (const CSqliteWrapperError& error) {
+            throw error.NonFatal();
+        }
         std::vector<int> ids;
         ids.reserve(found.size());
         for (const UnitListItem& unit : found)

@@ -21,6 +21,11 @@ public:
     const QString& GetFile() const { return m_file; }
     int GetLine() const { return m_line; }
     bool IsFatal() const { return m_fatal; }
+    // The same error for a caller that keeps the window open after showing it.
+    CSqliteWrapperError NonFatal() const
+    {
+        return CSqliteWrapperError(what(), m_code, m_file, m_line, false);
+    }
 
 private:
     int m_code;

@@ -57,6 +57,7 @@ protected:
     {
         Settings::Instance().AutosaveAfterUpdate = false;
         Settings::Instance().AutosaveTimeout = 0;
+        Settings::Instance().UnitsOrder = UnitsOrder::Chronological;
     }
 
     CNavigationView& Tree() { return m_app->MainFrame()->Navigation(); }
@@ -361,4 +362,43 @@ TEST_F(Editing, CancellingTheSaveQuestionKeepsTheWindowAndTheChanges)
     std::vector<StorageRecord> storages;
     file.GetStorages(storages);
     EXPECT_EQ(storages.back().StorageName, QStringLiteral("Loft"));
+}
+
+TEST_F(Editing, AddedStoragesAndUnitsAppearWhereTheTreeShowsThem)
+{
+    // Listed by insertion: a new storage comes last; by name: in its alphabetical place.
+    const int cellar = Doc().AddStorage(QStringLiteral("Cellar"), QString());
+    Tree().InsertNewStorage(cellar, QStringLiteral("Cellar"));
+    EXPECT_EQ(CNavigationView::ItemId(Tree().topLevelItem(Tree().topLevelItemCount() - 1)), cellar);
+    Settings::Instance().UnitsOrder = UnitsOrder::Alphabetic;
+    Doc().ApplySettings();
+    Tree().PopulateChildren(nullptr);
+    const int bookcase = Doc().AddStorage(QStringLiteral("bookcase"), QString());
+    QTreeWidgetItem* item = Tree().InsertNewStorage(bookcase, QStringLiteral("bookcase"));
+    Settings::Instance().UnitsOrder = UnitsOrder::Chronological;
+    const int at = Tree().indexOfTopLevelItem(item);
+    ASSERT_EQ(at, 1); // after "Anna's drawer", before "Box 1 (attic)"
+    EXPECT_LT(Tree().topLevelItem(at - 1)->text(0).compare(QStringLiteral("bookcase"),
+                                                           Qt::CaseInsensitive),
+              0);
+    EXPECT_GT(Tree().topLevelItem(at + 1)->text(0).compare(QStringLiteral("bookcase"),
+                                                           Qt::CaseInsensitive),
+              0);
+
+    // A disc added to an empty storage that is not selected gives it an expand button
+    // (the update after an addition re-reads only the selected item).
+    Tree().setCurrentItem(Tree().FindRootItem(kLivingRoom));
+    ASSERT_TRUE(Doc().MoveUnitToStorage(kBackup2008, cellar));
+    QTreeWidgetItem* cellarItem = Tree().FindRootItem(cellar);
+    ASSERT_EQ(cellarItem->childCount(), 0);
+    Tree().ShowAddedUnit(cellar, kBackup2008);
+    ASSERT_EQ(cellarItem->childCount(), 1);
+    EXPECT_FALSE(cellarItem->isExpanded());
+    // Selected and expanded, a further unit is listed under it once.
+    Tree().setCurrentItem(cellarItem);
+    cellarItem->setExpanded(true);
+    ASSERT_TRUE(Doc().MoveUnitToStorage(kHolidayFilms, cellar));
+    Tree().ShowAddedUnit(cellar, kHolidayFilms);
+    EXPECT_EQ(cellarItem->childCount(), 2);
+    EXPECT_EQ(Child(cellarItem, kHolidayFilms)->text(0), QStringLiteral("Holiday Films 2019"));
 }
