@@ -1,29 +1,19 @@
 #include "search/AdvancedSearchTab.h"
 
+#include "search/ComparisonOperator.h"
+
 #include "ui_AdvancedSearchTab.h"
 
 #include <QButtonGroup>
 
 namespace {
 
-char OperatorAt(int index)
-{
-    switch (index) {
-    case 1:
-        return '=';
-    case 2:
-        return '>';
-    default:
-        return '<';
-    }
-}
-
 // A width, height or duration test: used when its box is checked.
 void GatherTest(const QCheckBox* check, const QComboBox* op, const QSpinBox* value, bool& use,
                 char& oper, int& number)
 {
     use = check->isChecked();
-    oper = OperatorAt(op->currentIndex());
+    oper = ComparisonOperatorAt(op->currentIndex());
     number = value->value();
 }
 

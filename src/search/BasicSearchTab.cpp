@@ -1,6 +1,7 @@
 #include "search/BasicSearchTab.h"
 
 #include "common/Strings.h"
+#include "search/ComparisonOperator.h"
 
 #include "ui_BasicSearchTab.h"
 
@@ -11,18 +12,6 @@ namespace {
 
 // Bytes, KBytes, MBytes and GBytes, in the order of the unit list.
 constexpr qint64 kSizeFactors[] = {1, 1024, 1048576, 1073741824};
-
-char OperatorAt(int index)
-{
-    switch (index) {
-    case 1:
-        return '=';
-    case 2:
-        return '>';
-    default:
-        return '<';
-    }
-}
 
 } // namespace
 
@@ -72,7 +61,7 @@ void CBasicSearchTab::Gather(SearchCriteria& criteria) const
     criteria.Text = m_ui->textEdit->text();
 
     criteria.UseSize = m_ui->sizeCheck->isChecked();
-    criteria.SizeOperator = OperatorAt(m_ui->sizeOperatorCombo->currentIndex());
+    criteria.SizeOperator = ComparisonOperatorAt(m_ui->sizeOperatorCombo->currentIndex());
     const int unit = m_ui->sizeUnitCombo->currentIndex();
     const qint64 factor = unit >= 0 && unit < 4 ? kSizeFactors[unit] : 1;
     criteria.Size = static_cast<qint64>(m_ui->sizeSpin->value()) * factor;
