@@ -39,6 +39,10 @@ CDetailsView::CDetailsView(CShelfwiseDoc& doc, CUnitIcons& icons, const CCommand
     m_table->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_table->header()->setSectionResizeMode(CDetailsModel::Name, QHeaderView::Stretch);
     m_table->header()->setStretchLastSection(false);
+    // Wide enough for a whole stored date; measured once, not per row.
+    m_table->header()->resizeSection(
+        CDetailsModel::Modified,
+        fontMetrics().horizontalAdvance(QStringLiteral("0000-00-00 00:00:00")) + 24);
     m_table->setAccessibleName(QStringLiteral("Contents with details"));
     m_table->setDragDropMode(QAbstractItemView::DragOnly);
 
