@@ -140,7 +140,7 @@ QVariant CResultsModel::data(const QModelIndex& index, int role) const
     case Size:
         return FormatSize(unit->UnitSize);
     case Type:
-        return TypeText(unit->Kind);
+        return UnitKindText(unit->Kind);
     case Location:
         return LocationOf(unit->UnitID);
     default:
@@ -165,18 +165,6 @@ QVariant CResultsModel::headerData(int section, Qt::Orientation orientation, int
         return tr("Location");
     default:
         return QVariant();
-    }
-}
-
-QString CResultsModel::TypeText(UnitKind kind) const
-{
-    switch (kind) {
-    case UnitKind::Disc:
-        return Strings::LoadString(Strings::IDS_KIND_DISC);
-    case UnitKind::Folder:
-        return Strings::LoadString(Strings::IDS_KIND_FOLDER);
-    default:
-        return Strings::LoadString(Strings::IDS_KIND_FILE);
     }
 }
 

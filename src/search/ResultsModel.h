@@ -43,7 +43,6 @@ public:
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
 
 private:
-    QString TypeText(UnitKind kind) const;
     QVariant KindIcon(UnitKind kind) const;
 
     CShelfwiseDoc& m_doc;

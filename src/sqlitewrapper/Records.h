@@ -28,6 +28,8 @@ constexpr int All = -1; // in search criteria: "In all categories"
 
 QChar UnitTypeChar(UnitKind kind);
 UnitKind UnitKindFromChar(char type);
+// What the lists call a unit of this kind: "Disc", "Folder" or "File".
+QString UnitKindText(UnitKind kind);
 
 // One row of a unit listing: from "UnitID, UnitName, SubfoldersNumber, UnitSize,
 // CategoryID, UnitType".

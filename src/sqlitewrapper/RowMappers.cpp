@@ -1,5 +1,6 @@
 #include "sqlitewrapper/RowMappers.h"
 
+#include "common/Strings.h"
 #include "sqlitewrapper/SqlText.h"
 
 #include <cstdlib>
@@ -242,5 +243,17 @@ UnitKind UnitKindFromChar(char type)
         return UnitKind::File;
     default:
         return UnitKind::Unset;
+    }
+}
+
+QString UnitKindText(UnitKind kind)
+{
+    switch (kind) {
+    case UnitKind::Disc:
+        return Strings::LoadString(Strings::IDS_KIND_DISC);
+    case UnitKind::Folder:
+        return Strings::LoadString(Strings::IDS_KIND_FOLDER);
+    default:
+        return Strings::LoadString(Strings::IDS_KIND_FILE);
     }
 }

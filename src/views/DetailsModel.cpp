@@ -88,14 +88,7 @@ QVariant CDetailsModel::data(const QModelIndex& index, int role) const
     case Modified:
         return ModifiedDate(unit.UnitID); // "YYYY-MM-DD hh:mm:ss" sorts as text
     case Type:
-        switch (unit.Kind) {
-        case UnitKind::Disc:
-            return Strings::LoadString(Strings::IDS_KIND_DISC);
-        case UnitKind::Folder:
-            return Strings::LoadString(Strings::IDS_KIND_FOLDER);
-        default:
-            return Strings::LoadString(Strings::IDS_KIND_FILE);
-        }
+        return UnitKindText(unit.Kind);
     default:
         return QVariant();
     }
