@@ -7,12 +7,17 @@
 #include "sqlitewrapper/SqliteWrapper.h"
 
 #include <QCoreApplication>
-#include <QDateTime>
 #include <QThread>
 
 #include <algorithm>
 
 namespace {
+
+// Records taken from the queue ahead of the one being written: room for the media
+// readers to work ahead, small beside a tree that is queued whole.
+constexpr size_t kWindow = 4096;
+// How long a wait for a media read lasts before cancel and the queue are looked at.
+constexpr int kMediaPollMs = 50;
 
 void Post(QObject* receiver, int code, qintptr wParam)
 {
@@ -20,9 +25,14 @@ void Post(QObject* receiver, int code, qintptr wParam)
         QCoreApplication::postEvent(receiver, new WorkerEvent(code, wParam));
 }
 
+bool HasMediaTable(int categoryId)
+{
+    return categoryId >= CategoryIds::Film && categoryId <= CategoryIds::Picture;
+}
+
 } // namespace
 
-CImporter::CImporter(CSqliteWrapper& db) : m_db(db)
+CImporter::CImporter(CSqliteWrapper& db) : m_db(db), m_readerFactory(&CreateMediaDetailsReader)
 {
 }
 
@@ -32,16 +42,9 @@ CImporter::~CImporter()
     Wait();
 }
 
-void CImporter::SetMediaReader(std::unique_ptr<MediaDetailsReader> reader)
+void CImporter::SetMediaReaderFactory(ReaderFactory factory)
 {
-    m_mediaReader = std::move(reader);
-    m_readMedia = m_mediaReader != nullptr;
-}
-
-void CImporter::DisableMediaDetails()
-{
-    m_mediaReader.reset();
-    m_readMedia = false;
+    m_readerFactory = std::move(factory);
 }
 
 void CImporter::StartImport(QObject* notify, bool categorise, int fixedCategory, int storageId,
@@ -52,18 +55,17 @@ void CImporter::StartImport(QObject* notify, bool categorise, int fixedCategory,
     m_categorise = categorise;
     m_fixedCategory = fixedCategory;
     m_storageId = storageId;
-    m_rootUnitId = rootUnitId;
     m_totalSize = totalSize;
     m_importedSize = 0;
     m_lastPercentage = 0;
     m_cancel.store(0);
-    m_idMap.clear();
-    m_parentMap.clear();
-    m_totals.clear();
-    m_ancestors.clear();
-    m_totals[rootUnitId] = Totals();
-    if (m_readMedia && !m_mediaReader)
-        m_mediaReader = CreateMediaDetailsReader();
+    m_folders.assign(1, Folder());
+    m_folders.front().unitId = rootUnitId;
+    m_folderIndex.clear();
+    m_lastParentId = 0;
+    m_lastParentIndex = 0;
+    m_window.clear();
+    m_files = m_batchRows > 1 ? std::make_unique<CFileInsertBatch>(m_batchRows) : nullptr;
 
     m_thread.Start([this] { Run(); });
 }
@@ -80,122 +82,190 @@ bool CImporter::IsRunning() const
 
 int CImporter::Run()
 {
-    SubunitQueue& queue = SubunitQueue::Instance();
-    for (;;) {
-        switch (queue.WaitNext()) {
-        case SubunitQueue::Ready: {
-            const SubunitInfoPtr record = queue.Pop();
-            if (m_cancel.load() == 1) {
-                Post(m_notify, WorkerEvent::Finished, WorkerEvent::Cancelled);
-                return WorkerEvent::Cancelled;
-            }
-            if (!ImportRecord(*record)) {
-                Post(m_notify, WorkerEvent::Finished, WorkerEvent::Failed);
-                return WorkerEvent::Failed;
-            }
-            break;
-        }
-        case SubunitQueue::Finished:
-            WriteTotals();
-            Post(m_notify, WorkerEvent::Finished, WorkerEvent::Succeeded);
-            return WorkerEvent::Succeeded;
-        case SubunitQueue::Cancelled:
-            if (m_cancel.load() == 1) {
-                Post(m_notify, WorkerEvent::Finished, WorkerEvent::Cancelled);
-                return WorkerEvent::Cancelled;
-            }
-            // The dialog sets both flags together: this lasts only an instant.
-            QThread::yieldCurrentThread();
-            break;
-        }
+    // The reading threads live as long as this run.
+    if (m_readerFactory) {
+        const int threads = m_mediaThreads > 0 ? m_mediaThreads : MediaReadPool::DefaultThreads();
+        m_pool = std::make_unique<MediaReadPool>(m_readerFactory, threads);
     }
-}
-
-QDateTime CImporter::LocalTime(qint64 msecs)
-{
-    // The local wall-clock time the catalogue stores. Asking the time zone is slow and
-    // its answer changes at most on the hour, so the offset is kept per hour.
-    if (msecs == FindData::kNoTime)
-        return QDateTime();
-    const qint64 hour = msecs >= 0 ? msecs / 3600000 : (msecs - 3599999) / 3600000;
-    auto it = m_utcOffsets.find(hour);
-    if (it == m_utcOffsets.end()) {
-        const int offset = QDateTime::fromMSecsSinceEpoch(msecs, Qt::LocalTime).offsetFromUtc();
-        it = m_utcOffsets.emplace(hour, offset).first;
-    }
-    return QDateTime::fromMSecsSinceEpoch(msecs + it->second * 1000LL, Qt::UTC);
-}
-
-const std::vector<int>& CImporter::Ancestors(int folderUnitId)
-{
-    const auto cached = m_ancestors.find(folderUnitId);
-    if (cached != m_ancestors.end())
-        return cached->second;
-    std::vector<int> list;
-    for (auto it = m_parentMap.find(folderUnitId); it != m_parentMap.end();
-         it = m_parentMap.find(it->second)) {
-        list.push_back(it->second);
-    }
-    return m_ancestors.emplace(folderUnitId, std::move(list)).first->second;
-}
-
-bool CImporter::ImportRecord(const SubunitInfo& record)
-{
-    int parent = m_rootUnitId;
-    if (record.ParentID != 0) {
-        const auto it = m_idMap.find(record.ParentID);
-        if (it != m_idMap.end())
-            parent = it->second;
-    }
-    const FindData& data = record.Data;
+    int outcome = WorkerEvent::Failed;
     try {
-        if (record.IsFile) {
-            const int category =
-                m_categorise ? m_db.CategoryForFile(data.FileName) : m_fixedCategory;
-            CNullable<int> unitInfoId;
-            if (m_mediaReader && category >= CategoryIds::Film &&
-                category <= CategoryIds::Picture) {
-                unitInfoId = AddMediaRow(m_db, m_mediaReader->Read(record.Path(), category));
-            }
-            // Where the file system keeps no creation time, the last write is the
-            // closest thing to it.
-            const qint64 created =
-                data.CreationTime != FindData::kNoTime ? data.CreationTime : data.LastWriteTime;
-            const qint64 size = static_cast<qint64>(data.Size);
-            m_db.AddUnit(UnitKind::File, data.FileName, QString(), category, m_storageId, parent,
-                         unitInfoId, size, LocalTime(created), LocalTime(data.LastWriteTime), 0,
-                         false);
-            Totals& own = m_totals[parent];
-            own.files += 1;
-            own.size += data.Size;
-            for (int ancestor : Ancestors(parent)) {
-                Totals& t = m_totals[ancestor];
-                t.files += 1;
-                t.size += data.Size;
-            }
-            m_importedSize += data.Size;
-            PostProgress();
-        } else {
-            const int category = m_categorise ? CategoryIds::General : m_fixedCategory;
-            const int unitId = m_db.AddUnit(UnitKind::Folder, data.FileName, QString(), category,
-                                            m_storageId, parent, {}, 0, {}, {}, 0, false);
-            m_idMap[record.ID] = unitId;
-            m_parentMap[unitId] = parent;
-            m_totals[unitId] = Totals();
-            m_totals[parent].folders += 1;
-            for (int ancestor : Ancestors(parent))
-                m_totals[ancestor].folders += 1;
-        }
+        outcome = Drain();
     } catch (const CSqliteWrapperError& error) {
         ErrorLog::Instance().ReportException(error, true);
-        return false;
     } catch (const std::exception& error) {
-        // Nothing may escape a worker thread: the record fails like a database error.
+        // Nothing may escape a worker thread: this fails like a database error.
         ErrorLog::Instance().ReportError(0, QString::fromLocal8Bit(error.what()),
                                          QStringLiteral("Importer"), __LINE__, false, true);
-        return false;
     }
-    return true;
+    m_pool.reset();
+    m_window.clear();
+    if (m_files)
+        m_files->Clear();
+    if (outcome == WorkerEvent::Succeeded)
+        WriteTotals();
+    Post(m_notify, WorkerEvent::Finished, outcome);
+    return outcome;
+}
+
+int CImporter::Drain()
+{
+    SubunitQueue& queue = SubunitQueue::Instance();
+    std::vector<SubunitInfoPtr> arrived;
+    arrived.reserve(kWindow);
+    for (;;) {
+        if (m_cancel.load(std::memory_order_relaxed) == 1)
+            return WorkerEvent::Cancelled;
+        if (m_window.size() < kWindow) {
+            queue.PopBatch(arrived, kWindow - m_window.size());
+            for (SubunitInfoPtr& record : arrived)
+                Admit(std::move(record));
+            arrived.clear();
+        }
+        if (m_window.empty()) {
+            // Write what is gathered before waiting for the scanner: a slow disc's
+            // files then reach the catalogue as it goes.
+            FlushFiles();
+            switch (queue.WaitNext()) {
+            case SubunitQueue::Ready:
+                break;
+            case SubunitQueue::Finished:
+                return WorkerEvent::Succeeded;
+            case SubunitQueue::Cancelled:
+                if (m_cancel.load() == 1)
+                    return WorkerEvent::Cancelled;
+                // The dialog sets both flags together: this lasts only an instant.
+                QThread::yieldCurrentThread();
+                break;
+            }
+            continue;
+        }
+        Pending& front = m_window.front();
+        if (front.media && !m_pool->IsDone(front.media)) {
+            // While its details are read, take in more records so that the other
+            // readers have work; wait only when there is nothing else to do.
+            if (m_window.size() < kWindow && queue.Size() > 0)
+                continue;
+            m_pool->WaitFor(front.media, kMediaPollMs);
+            continue;
+        }
+        ImportRecord(front);
+        m_window.pop_front();
+    }
+}
+
+void CImporter::Admit(SubunitInfoPtr record)
+{
+    Pending pending;
+    if (record->IsFile) {
+        pending.categoryId =
+            m_categorise ? m_db.CategoryForFile(record->Data.FileName) : m_fixedCategory;
+        if (m_pool && HasMediaTable(pending.categoryId))
+            pending.media = m_pool->Submit(record->Path(), pending.categoryId);
+    } else {
+        pending.categoryId = m_categorise ? CategoryIds::General : m_fixedCategory;
+    }
+    pending.record = std::move(record);
+    m_window.push_back(std::move(pending));
+}
+
+int CImporter::ParentIndex(quint32 scannedParentId)
+{
+    if (scannedParentId == 0)
+        return 0;
+    if (scannedParentId != m_lastParentId) {
+        const auto it = m_folderIndex.find(scannedParentId);
+        m_lastParentId = scannedParentId;
+        m_lastParentIndex = it != m_folderIndex.end() ? it->second : 0;
+    }
+    return m_lastParentIndex;
+}
+
+void CImporter::ImportRecord(Pending& pending)
+{
+    const SubunitInfo& record = *pending.record;
+    const int parent = ParentIndex(record.ParentID);
+    if (record.IsFile) {
+        CNullable<int> unitInfoId;
+        if (pending.media)
+            unitInfoId = AddMediaRow(m_db, m_pool->Take(pending.media));
+        ImportFile(record, pending.categoryId, unitInfoId, parent);
+        return;
+    }
+    const int unitId =
+        m_db.AddUnit(UnitKind::Folder, record.Data.FileName, QString(), pending.categoryId,
+                     m_storageId, m_folders[parent].unitId, {}, 0, {}, {}, 0, false);
+    Folder folder;
+    folder.unitId = unitId;
+    folder.parent = parent;
+    m_folderIndex[record.ID] = static_cast<int>(m_folders.size());
+    m_folders.push_back(folder);
+    m_folders[parent].folders += 1;
+}
+
+void CImporter::ImportFile(const SubunitInfo& record, int categoryId,
+                           const CNullable<int>& unitInfoId, int parent)
+{
+    const FindData& data = record.Data;
+    // Where the file system keeps no creation time, the last write is the closest
+    // thing to it.
+    const qint64 created =
+        data.CreationTime != FindData::kNoTime ? data.CreationTime : data.LastWriteTime;
+    const qint64 size = static_cast<qint64>(data.Size);
+    const int parentUnitId = m_folders[parent].unitId;
+    if (m_files) {
+        m_files->Add(data.FileName, m_storageId, parentUnitId, size, WallClock(created),
+                     WallClock(data.LastWriteTime), categoryId, unitInfoId);
+        if (m_files->IsFull())
+            FlushFiles();
+    } else {
+        m_db.AddUnit(UnitKind::File, data.FileName, QString(), categoryId, m_storageId,
+                     parentUnitId, unitInfoId, size, LocalTime(created),
+                     LocalTime(data.LastWriteTime), 0, false);
+    }
+    Folder& own = m_folders[parent];
+    own.files += 1;
+    own.size += data.Size;
+    m_importedSize += data.Size;
+    PostProgress();
+}
+
+void CImporter::FlushFiles()
+{
+    if (m_files)
+        m_files->Flush(m_db);
+}
+
+qint64 CImporter::UtcOffsetMsecs(qint64 utcMsecs)
+{
+    // Asking the time zone is slow and its answer changes at most on the hour, so the
+    // offset is kept per hour; files of one folder mostly share their hour.
+    const qint64 hour = utcMsecs >= 0 ? utcMsecs / 3600000 : (utcMsecs - 3599999) / 3600000;
+    if (m_hasLastHour && hour == m_lastHour)
+        return m_lastOffset;
+    auto it = m_utcOffsets.find(hour);
+    if (it == m_utcOffsets.end()) {
+        const int seconds = QDateTime::fromMSecsSinceEpoch(utcMsecs, Qt::LocalTime).offsetFromUtc();
+        it = m_utcOffsets.emplace(hour, seconds * 1000LL).first;
+    }
+    m_hasLastHour = true;
+    m_lastHour = hour;
+    m_lastOffset = it->second;
+    return m_lastOffset;
+}
+
+qint64 CImporter::WallClock(qint64 utcMsecs)
+{
+    if (utcMsecs == FindData::kNoTime)
+        return CFileInsertBatch::kNoDate;
+    return utcMsecs + UtcOffsetMsecs(utcMsecs);
+}
+
+QDateTime CImporter::LocalTime(qint64 utcMsecs)
+{
+    // The local wall-clock time the catalogue stores.
+    if (utcMsecs == FindData::kNoTime)
+        return QDateTime();
+    return QDateTime::fromMSecsSinceEpoch(utcMsecs + UtcOffsetMsecs(utcMsecs), Qt::UTC);
 }
 
 void CImporter::PostProgress()
@@ -213,18 +283,27 @@ void CImporter::PostProgress()
 
 void CImporter::WriteTotals()
 {
+    // Each folder's own entries were counted as they came; a subtree's totals are
+    // gathered upwards, children first: a folder always comes after its parent.
+    for (size_t i = m_folders.size() - 1; i > 0; --i) {
+        const Folder& child = m_folders[i];
+        Folder& parent = m_folders[static_cast<size_t>(child.parent)];
+        parent.files += child.files;
+        parent.folders += child.folders;
+        parent.size += child.size;
+    }
     try {
-        for (const auto& [unitId, parent] : m_parentMap) {
-            const Totals& t = m_totals[unitId];
+        for (size_t i = 1; i < m_folders.size(); ++i) {
+            const Folder& t = m_folders[i];
             if (t.files == 0 && t.folders == 0 && t.size == 0)
                 continue;
             m_db.Execute(
                 SqlText::Format("UPDATE Units SET SubfilesNumber = %d, SubfoldersNumber = "
                                 "%d, UnitSize = %lld WHERE UnitID = %d",
-                                {t.files, t.folders, static_cast<qint64>(t.size), unitId}));
+                                {t.files, t.folders, static_cast<qint64>(t.size), t.unitId}));
         }
-        const Totals& root = m_totals[m_rootUnitId];
-        m_db.SetUnitTotals(m_rootUnitId, root.files, root.folders, static_cast<qint64>(root.size),
+        const Folder& root = m_folders.front();
+        m_db.SetUnitTotals(root.unitId, root.files, root.folders, static_cast<qint64>(root.size),
                            true);
     } catch (const CSqliteWrapperError& error) {
         // The units are in place; only counters are missing. The import still counts

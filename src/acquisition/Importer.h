@@ -1,13 +1,16 @@
 #pragma once
 
+#include "acquisition/MediaReadPool.h"
 #include "acquisition/SubunitInfo.h"
 #include "common/WorkerThread.h"
+#include "sqlitewrapper/FileInsertBatch.h"
 
 #include <QDateTime>
 #include <QtGlobal>
 
 #include <atomic>
-#include <map>
+#include <deque>
+#include <functional>
 #include <memory>
 #include <unordered_map>
 #include <vector>
@@ -21,18 +24,31 @@ class QObject;
 // per-folder counters kept in memory and written once at the end. Posts progress
 // percentages that only rise and one end event (success, failure or cancel). The
 // caller owns the transaction around it.
+//
+// Folders are inserted one by one, as their new ids are the parents of what follows.
+// Files are gathered into multi-row inserts (CFileInsertBatch), so a folder's files
+// may get higher ids than its subfolders. Media details are read by a MediaReadPool
+// running ahead of the writing: records are taken from the queue into a window of
+// some thousands, their reads are started on arrival, and each record is written in
+// order once its details are there.
 class CImporter final
 {
 public:
+    using ReaderFactory = MediaReadPool::ReaderFactory;
+
     explicit CImporter(CSqliteWrapper& db);
     ~CImporter();
     CImporter(const CImporter&) = delete;
     CImporter& operator=(const CImporter&) = delete;
 
-    // The reader of film, music and picture details; by default the library-backed
-    // one, made on first use. Null reads no details.
-    void SetMediaReader(std::unique_ptr<MediaDetailsReader> reader);
-    void DisableMediaDetails();
+    // What makes the readers of film, music and picture details, one per reading
+    // thread; by default the library-backed reader. Null reads no details.
+    void SetMediaReaderFactory(ReaderFactory factory);
+    void DisableMediaDetails() { SetMediaReaderFactory(nullptr); }
+    // Reading threads; MediaReadPool::DefaultThreads() unless set.
+    void SetMediaThreads(int threads) { m_mediaThreads = threads; }
+    // Rows per file insert; 1 writes every file with its own single-row statement.
+    void SetFileBatchRows(int rows) { m_batchRows = rows; }
 
     void StartImport(QObject* notify, bool categorise, int fixedCategory, int storageId,
                      int rootUnitId, quint64 totalSize);
@@ -45,37 +61,62 @@ public:
     int Run();
 
 private:
-    struct Totals
+    // One scanned folder (or the root, at index 0) and its counters: first of its own
+    // entries, and after the import of the whole subtree.
+    struct Folder
     {
+        int unitId = 0;
+        int parent = -1; // index in m_folders
         int files = 0;
         int folders = 0;
         quint64 size = 0;
     };
+    // A record taken from the queue and not written yet.
+    struct Pending
+    {
+        SubunitInfoPtr record;
+        int categoryId = 0;
+        MediaReadPool::JobPtr media;
+    };
 
-    bool ImportRecord(const SubunitInfo& record);
-    const std::vector<int>& Ancestors(int folderUnitId);
+    int Drain();
+    void Admit(SubunitInfoPtr record);
+    void ImportRecord(Pending& pending);
+    void ImportFile(const SubunitInfo& record, int categoryId, const CNullable<int>& unitInfoId,
+                    int parent);
+    int ParentIndex(quint32 scannedParentId);
+    void FlushFiles();
     void WriteTotals();
     void PostProgress();
-    QDateTime LocalTime(qint64 msecs);
+    qint64 UtcOffsetMsecs(qint64 utcMsecs);
+    qint64 WallClock(qint64 utcMsecs);
+    QDateTime LocalTime(qint64 utcMsecs);
 
     CSqliteWrapper& m_db;
     QObject* m_notify = nullptr;
     bool m_categorise = true;
     int m_fixedCategory = 1;
     int m_storageId = 0;
-    int m_rootUnitId = 0;
     quint64 m_totalSize = 0;
     quint64 m_importedSize = 0;
     int m_lastPercentage = 0;
     std::atomic<int> m_cancel{0};
 
-    std::unordered_map<quint32, int> m_idMap; // scanned folder ID -> UnitID
-    std::map<int, int> m_parentMap;           // folder UnitID -> parent UnitID
-    std::unordered_map<int, Totals> m_totals; // folder UnitID -> its subtree's totals
-    std::unordered_map<int, std::vector<int>> m_ancestors;
-    std::unordered_map<qint64, int> m_utcOffsets; // hour since 1970 -> seconds east of UTC
+    std::vector<Folder> m_folders;
+    std::unordered_map<quint32, int> m_folderIndex; // scanned folder ID -> index in m_folders
+    quint32 m_lastParentId = 0;                     // the last look-up, kept: files come in runs
+    int m_lastParentIndex = 0;
+    std::unordered_map<qint64, qint64> m_utcOffsets; // hour since 1970 -> msecs east of UTC
+    qint64 m_lastHour = 0;
+    qint64 m_lastOffset = 0;
+    bool m_hasLastHour = false;
 
-    bool m_readMedia = true;
-    std::unique_ptr<MediaDetailsReader> m_mediaReader;
+    int m_batchRows = CFileInsertBatch::kDefaultRows;
+    std::unique_ptr<CFileInsertBatch> m_files;
+    std::deque<Pending> m_window;
+
+    ReaderFactory m_readerFactory;
+    int m_mediaThreads = 0;
+    std::unique_ptr<MediaReadPool> m_pool;
     CWorkerThread m_thread;
 };

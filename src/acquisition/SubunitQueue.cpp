@@ -1,5 +1,7 @@
 #include "acquisition/SubunitQueue.h"
 
+#include <algorithm>
+
 SubunitQueue& SubunitQueue::Instance()
 {
     // Never destroyed: a scanner or importer thread still running when the process
@@ -25,6 +27,20 @@ void SubunitQueue::Push(SubunitInfoPtr item)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_items.push_back(std::move(item));
+}
+
+void SubunitQueue::PushBatch(std::vector<SubunitInfoPtr>& items)
+{
+    if (items.empty())
+        return;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        for (SubunitInfoPtr& item : items)
+            m_items.push_back(std::move(item));
+        m_signalled = true;
+    }
+    items.clear();
+    m_signal.notify_one();
 }
 
 void SubunitQueue::Signal()
@@ -79,6 +95,17 @@ SubunitInfoPtr SubunitQueue::Pop()
     SubunitInfoPtr item = std::move(m_items.front());
     m_items.pop_front();
     return item;
+}
+
+size_t SubunitQueue::PopBatch(std::vector<SubunitInfoPtr>& out, size_t max)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    const size_t count = std::min(max, m_items.size());
+    for (size_t i = 0; i < count; ++i) {
+        out.push_back(std::move(m_items.front()));
+        m_items.pop_front();
+    }
+    return count;
 }
 
 size_t SubunitQueue::Size() const

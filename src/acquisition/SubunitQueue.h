@@ -6,10 +6,12 @@
 #include <condition_variable>
 #include <deque>
 #include <mutex>
+#include <vector>
 
 // The hand-over between the scanner (producer) and the importer (consumer): one per
-// process, created on first use. The scanner pushes each record as soon as it has
-// read it and signals; the importer waits for the next one.
+// process, created on first use. The scanner pushes records in small batches (one lock
+// and one signal each) as soon as it has read them; the importer waits for the next
+// ones and takes all that are there under one lock.
 class SubunitQueue final
 {
 public:
@@ -21,6 +23,8 @@ public:
     void Clear();
     // Appends under the lock; the caller then calls Signal().
     void Push(SubunitInfoPtr item);
+    // Appends every item of items, in order, under one lock, empties items and signals.
+    void PushBatch(std::vector<SubunitInfoPtr>& items);
     void Signal();
     // The scanner has walked the whole tree / stopped on a cancel request. Both signal.
     void SetFinished();
@@ -34,6 +38,9 @@ public:
     WaitResult WaitNext();
     // Removes and returns the first item; only after WaitNext() said Ready.
     SubunitInfoPtr Pop();
+    // Moves up to max of the first items to the end of out under one lock and returns
+    // how many; 0 when none is there. Never blocks.
+    size_t PopBatch(std::vector<SubunitInfoPtr>& out, size_t max);
     size_t Size() const;
 
 private:

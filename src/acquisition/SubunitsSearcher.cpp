@@ -9,6 +9,11 @@
 
 namespace {
 
+// Records are handed over in batches of this many, and at the end of each folder: one
+// lock and one wake-up per batch, and still soon enough for a disc's import to follow
+// its scan closely.
+constexpr size_t kHandOverRecords = 64;
+
 // Record IDs are unique in the process: the counter is never reset, so a second walk
 // continues where the first stopped. The first record gets 1.
 std::atomic<quint32> g_lastId{0};
@@ -109,13 +114,16 @@ bool SubunitsSearcher::ListFolder(const PendingFolder& folder)
         if (!info->IsFile)
             m_pending.push_back({std::make_shared<const QString>(info->Path()), info->ID});
         else if (m_countSizes)
-            m_totalSize.fetch_add(data.Size);
-        queue.Push(std::move(info));
-        queue.Signal();
+            m_totalSize.fetch_add(data.Size, std::memory_order_relaxed);
+        m_batch.push_back(std::move(info));
+        if (m_batch.size() >= kHandOverRecords)
+            queue.PushBatch(m_batch);
         return true;
     };
 
     const int error = m_lister->List(*folder.Path, opened, entry);
+    // What was read before a cancel is handed over too, as it would have been one by one.
+    queue.PushBatch(m_batch);
     if (cancelled)
         return false;
     if (error != 0)

@@ -11,12 +11,13 @@
 #include <memory>
 #include <set>
 #include <utility>
+#include <vector>
 
 class QObject;
 
 // Walks a folder tree (a disc's root or a chosen folder) breadth-first on a worker
 // thread and hands every file and folder below the root to SubunitQueue::Instance() as
-// a SubunitInfo record, as soon as it has been read. Folders that cannot be listed go to
+// a SubunitInfo record, in small batches as it reads them. Folders that cannot be listed go to
 // ErrorLog's file-system error list. Each folder is entered once, so link cycles end.
 //
 // Events posted to the notify object (WorkerEvent):
@@ -72,4 +73,5 @@ private:
     // Worker-thread state.
     std::deque<PendingFolder> m_pending;
     std::set<std::pair<quint64, quint64>> m_entered; // (device, inode) of listed folders
+    std::vector<SubunitInfoPtr> m_batch;             // records not handed over yet
 };

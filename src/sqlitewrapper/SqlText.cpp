@@ -116,6 +116,66 @@ QString FormatSqlDate(const QDateTime& time)
     return QLatin1Char('\'') + FormatDateText(time) + QLatin1Char('\'');
 }
 
+void AppendQuotedUtf8(std::string& out, const QString& text)
+{
+    const QByteArray bytes = text.toUtf8();
+    out += '\'';
+    // A quote is one byte in UTF-8 and never part of a longer sequence.
+    const char* begin = bytes.constData();
+    const char* const end = begin + bytes.size();
+    for (const char* quote; (quote = std::find(begin, end, '\'')) != end; begin = quote + 1)
+        out.append(begin, static_cast<size_t>(quote + 1 - begin)).push_back('\'');
+    out.append(begin, static_cast<size_t>(end - begin));
+    out += '\'';
+}
+
+bool AppendDateLiteral(std::string& out, qint64 wallClockMsecs)
+{
+    constexpr qint64 kMsecsPerDay = 86400000;
+    // Days from 1970-01-01 to 0001-01-01 and to 10000-01-01 (proleptic Gregorian).
+    constexpr qint64 kFirstDay = -719162;
+    constexpr qint64 kEndDay = 2932897;
+    const qint64 day = wallClockMsecs >= 0 ? wallClockMsecs / kMsecsPerDay
+                                           : -((-wallClockMsecs - 1) / kMsecsPerDay) - 1;
+    if (day < kFirstDay || day >= kEndDay)
+        return false;
+    const qint64 secondOfDay = (wallClockMsecs - day * kMsecsPerDay) / 1000;
+
+    // The civil date of a day count, from March-based eras of 400 years.
+    const qint64 z = day + 719468;
+    const qint64 era = z / 146097; // z is positive in the years accepted above
+    const qint64 dayOfEra = z - era * 146097;
+    const qint64 yearOfEra =
+        (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
+    const qint64 dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
+    const qint64 monthIndex = (5 * dayOfYear + 2) / 153;
+    const int dayOfMonth = static_cast<int>(dayOfYear - (153 * monthIndex + 2) / 5 + 1);
+    const int month = static_cast<int>(monthIndex < 10 ? monthIndex + 3 : monthIndex - 9);
+    const int year = static_cast<int>(yearOfEra + era * 400 + (month <= 2 ? 1 : 0));
+
+    char text[22];
+    const auto two = [&text](int at, int value) {
+        text[at] = static_cast<char>('0' + value / 10 % 10);
+        text[at + 1] = static_cast<char>('0' + value % 10);
+    };
+    text[0] = '\'';
+    two(1, year / 100);
+    two(3, year);
+    text[5] = '-';
+    two(6, month);
+    text[8] = '-';
+    two(9, dayOfMonth);
+    text[11] = ' ';
+    two(12, static_cast<int>(secondOfDay / 3600));
+    text[14] = ':';
+    two(15, static_cast<int>(secondOfDay / 60 % 60));
+    text[17] = ':';
+    two(18, static_cast<int>(secondOfDay % 60));
+    text[20] = '\'';
+    out.append(text, 21);
+    return true;
+}
+
 std::string ToUtf8(const QString& wide)
 {
     const QByteArray bytes = wide.toUtf8();

@@ -56,6 +56,15 @@ QString FormatSqlDate(const QDateTime& time);
 // The date text as it is stored, without quotes.
 QString FormatDateText(const QDateTime& time);
 
+// The same literals written straight into UTF-8 statement text, for the statements
+// built many thousand times over (the file rows of an import).
+// AppendQuotedUtf8: the text as QuoteSqlString gives it.
+void AppendQuotedUtf8(std::string& out, const QString& text);
+// AppendDateLiteral: a wall-clock reading given as milliseconds since 1970-01-01 00:00
+// of that clock, as FormatSqlDate gives it for the same reading; false (and nothing
+// appended) outside the years 1 to 9999, which the caller writes through QDateTime.
+bool AppendDateLiteral(std::string& out, qint64 wallClockMsecs);
+
 std::string ToUtf8(const QString& wide);
 QString FromUtf8(const char* narrow);
 

@@ -17,9 +17,26 @@ std::string CSqliteWrapper::InaccessibleMessage()
     return Strings::LoadString(Strings::IDS_DATABASE_INACCESSIBLE).toLocal8Bit().toStdString();
 }
 
+namespace {
+
+// Library-wide settings, made once before the first connection opens. The memory
+// statistics SQLite keeps by default take a global lock around every allocation; the
+// program never reads them, and an import allocates for every statement it parses.
+void ConfigureLibrary()
+{
+    static const bool configured = [] {
+        sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
+        return true;
+    }();
+    Q_UNUSED(configured);
+}
+
+} // namespace
+
 void CSqliteWrapper::Open(const QString& path, bool fatal)
 {
     Close();
+    ConfigureLibrary();
     sqlite3* db = nullptr;
     const int rc = sqlite3_open(SqlText::ToUtf8(path).c_str(), &db);
     if (rc != SQLITE_OK) {
@@ -46,10 +63,15 @@ void CSqliteWrapper::Close()
 
 void CSqliteWrapper::Execute(const QString& sql)
 {
+    ExecuteUtf8(SqlText::ToUtf8(sql));
+}
+
+void CSqliteWrapper::ExecuteUtf8(const std::string& sql)
+{
     if (!m_db)
         throw CSqliteWrapperError(InaccessibleMessage(), 0, kImplementationFile, 974, true);
     char* errmsg = nullptr;
-    const int rc = sqlite3_exec(m_db, SqlText::ToUtf8(sql).c_str(), nullptr, nullptr, &errmsg);
+    const int rc = sqlite3_exec(m_db, sql.c_str(), nullptr, nullptr, &errmsg);
     if (rc != SQLITE_OK) {
         const std::string message = errmsg ? errmsg : "";
         sqlite3_free(errmsg);

@@ -12,6 +12,7 @@
 #include <sqlite3.h>
 
 #include <map>
+#include <string>
 #include <vector>
 
 // The one object through which every SQL statement reaches a catalogue: one
@@ -42,6 +43,8 @@ public:
 
     // Statements
     void Execute(const QString& sql);
+    // The same for a statement already in UTF-8 (built without QString on a hot path).
+    void ExecuteUtf8(const std::string& sql);
     template <typename Record>
     void QueryRows(const QString& sql, std::vector<Record>& rows, RowMapper<Record> mapper);
     void ExecuteInTransaction(const std::vector<QString>& statements);

@@ -170,7 +170,8 @@ TEST_F(CatalogueSafety, WorkingCopiesOfEndedRunsAreClearedAndNoOthers)
 TEST_F(CatalogueSafety, CtrlCCancelsAnAdditionButNeverASaveThatHasBegun)
 {
     const QString root = m_dir.filePath(QStringLiteral("notes"));
-    const int units = MakeTree(root, 60, 100);
+    // Large enough that the addition is still running when the signal arrives.
+    const int units = MakeTree(root, 250, 120);
 
     // Early: the addition is rolled back and nothing reaches the catalogue.
     {

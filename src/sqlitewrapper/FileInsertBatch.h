@@ -1,0 +1,49 @@
+#pragma once
+
+#include "sqlitewrapper/Nullable.h"
+
+#include <QString>
+#include <QtGlobal>
+
+#include <limits>
+#include <string>
+
+class CSqliteWrapper;
+
+// The Units rows of scanned files, written as one multi-row INSERT instead of one
+// statement per file: the column list and every value text are those of the single-row
+// insert of a scanned file (CSqliteWrapper::AddUnit), only the rows are joined, so the
+// catalogue holds the same values either way. The statement is built straight in UTF-8;
+// a batch is full at a number of rows or a statement size, whichever comes first.
+class CFileInsertBatch final
+{
+public:
+    // A date the file system does not have (written as an invalid QDateTime would be).
+    static constexpr qint64 kNoDate = std::numeric_limits<qint64>::min();
+    static constexpr int kDefaultRows = 250;
+    static constexpr size_t kMaxStatementBytes = 256 * 1024;
+
+    explicit CFileInsertBatch(int maxRows = kDefaultRows);
+
+    // Dates are wall-clock readings (local time) in milliseconds since 1970-01-01 00:00
+    // of that clock, or kNoDate.
+    void Add(const QString& name, int storageId, int parentId, qint64 size, qint64 createdWallMsecs,
+             qint64 modifiedWallMsecs, int categoryId, const CNullable<int>& unitInfoId);
+
+    int Rows() const { return m_rows; }
+    bool IsEmpty() const { return m_rows == 0; }
+    bool IsFull() const { return m_rows >= m_maxRows || m_sql.size() >= kMaxStatementBytes; }
+
+    // Runs the statement and empties the batch (also when the statement fails, which is
+    // raised as CSqliteWrapperError). Does nothing when empty.
+    void Flush(CSqliteWrapper& db);
+    void Clear();
+
+private:
+    void AppendDate(qint64 wallMsecs);
+    void AppendNumber(qint64 value);
+
+    int m_maxRows;
+    int m_rows = 0;
+    std::string m_sql;
+};
