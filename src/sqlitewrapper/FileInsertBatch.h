@@ -34,6 +34,9 @@ public:
     bool IsEmpty() const { return m_rows == 0; }
     bool IsFull() const { return m_rows >= m_maxRows || m_sql.size() >= kMaxStatementBytes; }
 
+    // The statement as it stands (UTF-8).
+    const std::string& Text() const { return m_sql; }
+
     // Runs the statement and empties the batch (also when the statement fails, which is
     // raised as CSqliteWrapperError). Does nothing when empty.
     void Flush(CSqliteWrapper& db);

@@ -45,6 +45,9 @@ void CSqliteWrapper::Open(const QString& path, bool fatal)
         sqlite3_close(db);
         throw CSqliteWrapperError(message, rc, kImplementationFile, 538, fatal);
     }
+    // Parsing a long statement (the multi-row inserts of an import) makes thousands of
+    // small allocations; a larger lookaside takes most of them off the heap.
+    sqlite3_db_config(db, SQLITE_DBCONFIG_LOOKASIDE, nullptr, 256, 4096);
     m_db = db;
     Execute(QStringLiteral("PRAGMA temp_store = MEMORY"));
     LoadCategories();
