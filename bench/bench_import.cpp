@@ -312,7 +312,8 @@ void MeasureDiscOverlap()
 int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
-    QLoggingCategory::setFilterRules(QStringLiteral("qt.gui.imageio*=false\nqt.svg*=false"));
+    QLoggingCategory::setFilterRules(
+        QStringLiteral("qt.gui.imageio*=false\nqt.gui.icc=false\nqt.svg=false"));
     QStringList arguments = app.arguments().mid(1);
     QTemporaryDir settings;
     qputenv("SHELFWISE_SETTINGS_DIR", QFile::encodeName(settings.path()));

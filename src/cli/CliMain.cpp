@@ -96,7 +96,8 @@ int RunShelfwiseCli(int argc, char** argv, const DriveSystemFactory& drives)
     QCoreApplication::setApplicationName(QStringLiteral("shelfwise-cli"));
     // Image decoders complain on stderr about harmless oddities of catalogued
     // pictures; a script reading stderr wants only the program's own messages.
-    QLoggingCategory::setFilterRules(QStringLiteral("qt.gui.imageio*=false"));
+    QLoggingCategory::setFilterRules(
+        QStringLiteral("qt.gui.imageio*=false\nqt.gui.icc=false\nqt.svg=false"));
     const std::vector<CliCommand> commands = AllCommands();
 
     // Global options may stand before or after the command name.
