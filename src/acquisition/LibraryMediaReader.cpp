@@ -1,6 +1,7 @@
 #include "acquisition/LibraryMediaReader.h"
 
 #include "acquisition/PictureDetails.h"
+#include "acquisition/TagLibMediaStream.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -22,6 +23,9 @@
 namespace {
 
 using Stream = MediaInfoFile::Stream;
+
+// As much of the start of a file as Qt's MIME magic reads when it opens the file itself.
+constexpr qint64 kSniffLength = 16384;
 
 // A positive count of milliseconds as whole seconds, rounded.
 CNullable<int> SecondsFromMilliseconds(double milliseconds)
@@ -125,20 +129,16 @@ bool TagLibKnowsExtension(const QString& path)
 // download never finished) would hold the import up for seconds. Qt's MIME magic looks
 // at the first bytes only; what it finds to be text, empty or of no known kind goes to
 // MediaInfoLib, which gives up on such content quickly.
-bool ContentMayBeAudio(const QString& path)
+bool ContentMayBeAudio(const QMimeType& type)
 {
-    const QMimeType type = QMimeDatabase().mimeTypeForFile(path, QMimeDatabase::MatchContent);
     return !type.isDefault() && !type.inherits(QStringLiteral("text/plain")) &&
            type.name() != QLatin1String("application/x-zerosize");
 }
 
 // Audio properties and tags as TagLib reads them; false when TagLib does not know the
 // format or finds no audio in the file.
-bool ReadMusicWithTagLib(const QString& path, MusicInfo& music)
+bool ReadTagLibFacts(const TagLib::FileRef& ref, MusicInfo& music)
 {
-    if (!TagLibKnowsExtension(path) || !ContentMayBeAudio(path))
-        return false;
-    const TagLib::FileRef ref = OpenWithTagLib(path);
     if (ref.isNull() || !ref.file()->isValid())
         return false;
     const TagLib::AudioProperties* audio = ref.audioProperties();
@@ -178,7 +178,7 @@ void InitialiseLibraries()
 
 } // namespace
 
-LibraryMediaReader::LibraryMediaReader()
+LibraryMediaReader::LibraryMediaReader(FileAccess access) : m_access(access)
 {
     InitialiseLibraries();
 }
@@ -188,45 +188,55 @@ LibraryMediaReader::~LibraryMediaReader() = default;
 MediaRecord LibraryMediaReader::Read(const QString& path, int categoryId)
 {
     MediaRecord record;
+    bool found = false;
     try {
-        switch (categoryId) {
-        case CategoryIds::Film:
-            if (ReadFilm(path, record.film))
-                record.kind = MediaRecord::Kind::Film;
-            break;
-        case CategoryIds::Music:
-            if (ReadMusic(path, record.music))
-                record.kind = MediaRecord::Kind::Music;
-            break;
-        case CategoryIds::Picture:
-            if (PictureDetails::Read(path, record.picture))
-                record.kind = MediaRecord::Kind::Picture;
-            break;
-        default:
-            break;
-        }
+        found = ReadCategory(path, categoryId, record);
     } catch (...) {
         // A library that gives up on a damaged file by throwing leaves no row; the file
         // itself is still catalogued.
-        m_mediaInfo.Close();
-        return MediaRecord();
+        found = false;
     }
-    if (record.kind == MediaRecord::Kind::None)
+    m_mediaInfo.Close();
+    m_file.Close();
+    if (!found)
         return MediaRecord();
     return record;
 }
 
-bool LibraryMediaReader::ReadFilm(const QString& path, FilmInfo& film)
+bool LibraryMediaReader::ReadCategory(const QString& path, int categoryId, MediaRecord& record)
 {
-    if (!m_mediaInfo.Open(path)) {
-        m_mediaInfo.Close();
+    if (categoryId != CategoryIds::Film && categoryId != CategoryIds::Music &&
+        categoryId != CategoryIds::Picture)
         return false;
+    // Shared, the file is opened here once for all; by name, each library opens it when
+    // it comes to it (MediaInfoLib through m_file, opened again for it).
+    const bool shared = m_access == FileAccess::Shared;
+    if (shared && !m_file.Open(path))
+        return false;
+
+    switch (categoryId) {
+    case CategoryIds::Film:
+        if (!m_file.IsOpen() && !m_file.Open(path))
+            return false;
+        record.kind = MediaRecord::Kind::Film;
+        return ReadFilm(record.film);
+    case CategoryIds::Music:
+        record.kind = MediaRecord::Kind::Music;
+        return ReadMusic(path, record.music);
+    default:
+        record.kind = MediaRecord::Kind::Picture;
+        return shared ? PictureDetails::Read(m_file, record.picture)
+                      : PictureDetails::ReadByName(path, record.picture);
     }
+}
+
+bool LibraryMediaReader::ReadFilm(FilmInfo& film)
+{
+    if (!m_mediaInfo.Open(m_file))
+        return false;
     const bool hasVideo = m_mediaInfo.Count(Stream::Video) > 0;
-    if (!hasVideo && m_mediaInfo.Count(Stream::Audio) == 0) {
-        m_mediaInfo.Close();
+    if (!hasVideo && m_mediaInfo.Count(Stream::Audio) == 0)
         return false;
-    }
 
     double value = 0;
     if (m_mediaInfo.Number(Stream::General, "Duration", value) ||
@@ -241,7 +251,6 @@ bool LibraryMediaReader::ReadFilm(const QString& path, FilmInfo& film)
         m_mediaInfo.Number(Stream::General, "OverallBitRate", value))
         film.Bitrate = KilobitsFromBits(value);
     film.Codec = NonEmpty(m_mediaInfo.Text(Stream::Video, "Format"));
-    m_mediaInfo.Close();
     return true;
 }
 
@@ -250,15 +259,31 @@ bool LibraryMediaReader::ReadMusic(const QString& path, MusicInfo& music)
     if (ReadMusicWithTagLib(path, music))
         return true;
     music = MusicInfo();
-    return ReadMusicWithMediaInfo(path, music);
+    if (!m_file.IsOpen() && !m_file.Open(path))
+        return false;
+    return ReadMusicWithMediaInfo(music);
 }
 
-bool LibraryMediaReader::ReadMusicWithMediaInfo(const QString& path, MusicInfo& music)
+bool LibraryMediaReader::ReadMusicWithTagLib(const QString& path, MusicInfo& music)
 {
-    if (!m_mediaInfo.Open(path) || m_mediaInfo.Count(Stream::Audio) == 0) {
-        m_mediaInfo.Close();
+    if (!TagLibKnowsExtension(path))
         return false;
+    if (m_access == FileAccess::ByName) {
+        const QMimeType type = QMimeDatabase().mimeTypeForFile(path, QMimeDatabase::MatchContent);
+        return ContentMayBeAudio(type) && ReadTagLibFacts(OpenWithTagLib(path), music);
     }
+    // The sniff looks at the bytes TagLib reads first anyway, from the same block.
+    if (!ContentMayBeAudio(QMimeDatabase().mimeTypeForData(m_file.Head(kSniffLength))))
+        return false;
+    TagLibMediaStream stream(m_file);
+    const TagLib::FileRef ref(&stream, true, TagLib::AudioProperties::Fast);
+    return ReadTagLibFacts(ref, music);
+}
+
+bool LibraryMediaReader::ReadMusicWithMediaInfo(MusicInfo& music)
+{
+    if (!m_mediaInfo.Open(m_file) || m_mediaInfo.Count(Stream::Audio) == 0)
+        return false;
     double value = 0;
     if (m_mediaInfo.Number(Stream::General, "Duration", value) ||
         m_mediaInfo.Number(Stream::Audio, "Duration", value))
@@ -286,6 +311,5 @@ bool LibraryMediaReader::ReadMusicWithMediaInfo(const QString& path, MusicInfo& 
     music.TrackNumber = LeadingNumber(tag({"Track/Position", "PART_NUMBER"}));
     music.Genre = NonEmpty(tag({"Genre", "GENRE"}));
     music.Comments = NonEmpty(tag({"Comment", "COMMENT"}));
-    m_mediaInfo.Close();
     return true;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "acquisition/MediaDetails.h"
+#include "acquisition/MediaFile.h"
 #include "acquisition/MediaInfoFile.h"
 
 /// The MediaDetailsReader backed by the media libraries:
@@ -11,12 +12,25 @@
 /// - pictures: Exiv2 and Qt's image readers (see PictureDetails).
 /// None of them decodes the media: only headers and tags are read.
 ///
-/// Keeps a read buffer and the parser of the file being read, so it is not thread-safe:
-/// one reader per thread (a reader may be made on one thread and handed to another).
+/// The file is opened once and all the libraries read it through the same few cached
+/// blocks (MediaFile), the content sniff of a music file included.
+///
+/// Keeps the open file, its blocks and the parser of the file being read, so it is not
+/// thread-safe: one reader per thread (a reader may be made on one thread and handed to
+/// another). Readers on separate threads share nothing but the libraries' process-wide
+/// set-up, made once and guarded.
 class LibraryMediaReader final : public MediaDetailsReader
 {
 public:
-    LibraryMediaReader();
+    enum class FileAccess {
+        Shared, ///< one open, one set of blocks for all the libraries
+        /// Each library opens the file by its name and reads it its own way, as they do
+        /// when left alone, and SVGs are parsed whole by Qt: the plain way, kept to
+        /// check and measure the shared access against.
+        ByName
+    };
+
+    explicit LibraryMediaReader(FileAccess access = FileAccess::Shared);
     ~LibraryMediaReader() override;
     LibraryMediaReader(const LibraryMediaReader&) = delete;
     LibraryMediaReader& operator=(const LibraryMediaReader&) = delete;
@@ -24,9 +38,13 @@ public:
     MediaRecord Read(const QString& path, int categoryId) override;
 
 private:
-    bool ReadFilm(const QString& path, FilmInfo& film);
+    bool ReadCategory(const QString& path, int categoryId, MediaRecord& record);
+    bool ReadFilm(FilmInfo& film);
     bool ReadMusic(const QString& path, MusicInfo& music);
-    bool ReadMusicWithMediaInfo(const QString& path, MusicInfo& music);
+    bool ReadMusicWithTagLib(const QString& path, MusicInfo& music);
+    bool ReadMusicWithMediaInfo(MusicInfo& music);
 
+    const FileAccess m_access;
+    MediaFile m_file;
     MediaInfoFile m_mediaInfo;
 };

@@ -144,6 +144,8 @@ const char* MediaFile::DataOf(const Block& block) const
 
 qint64 MediaFile::ReadAt(qint64 offset, char* data, qint64 length)
 {
+    if (m_readError)
+        return -1;
     qint64 done = 0;
     while (done < length) {
         ++m_systemReads;

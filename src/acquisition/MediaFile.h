@@ -44,6 +44,8 @@ public:
 
     /// Copies up to length bytes from offset into data: the number copied, fewer only at
     /// the end of the file (0 at or past it), or -1 when the system failed to read.
+    /// After one failed system read the file is not asked again (a damaged disc may
+    /// take seconds over each attempt); what the blocks already hold is still served.
     qint64 Read(qint64 offset, char* data, qint64 length);
     /// The first length bytes (fewer for a shorter file, none after a read error).
     QByteArray Head(qint64 length);

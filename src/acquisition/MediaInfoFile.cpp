@@ -1,6 +1,6 @@
 #include "acquisition/MediaInfoFile.h"
 
-#include <QFile>
+#include "acquisition/MediaFile.h"
 
 #include <MediaInfo/MediaInfo.h>
 
@@ -38,7 +38,7 @@ MediaInfoFile::MediaInfoFile() : m_buffer(kBufferSize)
 
 MediaInfoFile::~MediaInfoFile() = default;
 
-bool MediaInfoFile::Open(const QString& path)
+bool MediaInfoFile::Open(MediaFile& file)
 {
     // A parser object is cheap (a few microseconds against milliseconds of parsing), and
     // one that has parsed another file before may report a different bitrate for the
@@ -48,7 +48,7 @@ bool MediaInfoFile::Open(const QString& path)
     // (duration, size, bitrate, format, tags) are all in the headers, and the file may
     // be on a slow disc.
     m_parser->Option(L"ParseSpeed", L"0");
-    if (!Feed(path))
+    if (!Feed(file))
         return false;
     return !Text(Stream::General, "Format").isEmpty();
 }
@@ -58,22 +58,23 @@ void MediaInfoFile::Close()
     m_parser.reset();
 }
 
-bool MediaInfoFile::Feed(const QString& path)
+bool MediaInfoFile::Feed(MediaFile& file)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
-        return false;
-    const qint64 size = file.size();
+    const qint64 size = file.Size();
     if (size <= 0)
         return false;
 
+    // Buffers of the same size and from the same offsets whatever the source, so the
+    // parser's estimates (a bitrate from the first frames) come out the same.
     m_parser->Open_Buffer_Init(static_cast<ZenLib::int64u>(size), 0);
     qint64 allowance = size + kExtraReadAllowance;
+    qint64 position = 0;
     for (;;) {
-        const qint64 got = file.read(reinterpret_cast<char*>(m_buffer.data()),
+        const qint64 got = file.Read(position, reinterpret_cast<char*>(m_buffer.data()),
                                      static_cast<qint64>(m_buffer.size()));
         if (got < 0)
             break;
+        position += got;
         const size_t status =
             m_parser->Open_Buffer_Continue(m_buffer.data(), static_cast<size_t>(got));
         if ((status & kParserFinished) != 0)
@@ -83,7 +84,8 @@ bool MediaInfoFile::Feed(const QString& path)
             break;
         const ZenLib::int64u target = m_parser->Open_Buffer_Continue_GoTo_Get();
         if (target != static_cast<ZenLib::int64u>(-1)) {
-            if (!file.seek(static_cast<qint64>(target)))
+            position = static_cast<qint64>(target);
+            if (position < 0)
                 break;
             m_parser->Open_Buffer_Init(static_cast<ZenLib::int64u>(size), target);
         } else if (got == 0) {

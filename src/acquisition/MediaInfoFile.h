@@ -5,14 +5,17 @@
 #include <memory>
 #include <vector>
 
+class MediaFile;
+
 namespace MediaInfoLib {
 class MediaInfo;
 }
 
-/// MediaInfoLib's facts of one file at a time. The file is read through QFile and handed
-/// to the parser as buffers, so names in any encoding work whatever the C locale, and the
-/// parser only sees the parts of the file it asks for (it jumps over the bulk of a film).
-/// The read buffer is kept from file to file. Not thread-safe: one object per thread.
+/// MediaInfoLib's facts of one file at a time. The file, opened by the caller (so names
+/// in any encoding work whatever the C locale), is handed to the parser as buffers, and
+/// the parser only sees the parts of the file it asks for (it jumps over the bulk of a
+/// film). The read buffer is kept from file to file. Not thread-safe: one object per
+/// thread.
 class MediaInfoFile final
 {
 public:
@@ -23,9 +26,9 @@ public:
     MediaInfoFile(const MediaInfoFile&) = delete;
     MediaInfoFile& operator=(const MediaInfoFile&) = delete;
 
-    /// Parses the file; false when it cannot be opened or is of no format the parser
-    /// knows. The facts stay available until the next Open or Close.
-    bool Open(const QString& path);
+    /// Parses the open file; false when it is empty or of no format the parser knows.
+    /// The facts stay available until the next Open or Close.
+    bool Open(MediaFile& file);
     void Close();
 
     int Count(Stream stream) const;
@@ -36,7 +39,7 @@ public:
     bool Number(Stream stream, const char* field, double& value) const;
 
 private:
-    bool Feed(const QString& path);
+    bool Feed(MediaFile& file);
 
     std::unique_ptr<MediaInfoLib::MediaInfo> m_parser;
     std::vector<unsigned char> m_buffer;

@@ -1,5 +1,10 @@
 #include "acquisition/PictureDetails.h"
 
+#include "acquisition/Exiv2MediaIo.h"
+#include "acquisition/MediaFile.h"
+#include "acquisition/MediaFileDevice.h"
+#include "acquisition/SvgRootSize.h"
+
 #include <QFile>
 #include <QImage>
 #include <QImageReader>
@@ -8,7 +13,10 @@
 #include <exiv2/exiv2.hpp>
 
 #include <cmath>
+#include <functional>
 #include <limits>
+#include <mutex>
+#include <optional>
 #include <string>
 
 namespace {
@@ -121,45 +129,41 @@ void ReadJpegDensity(QImageReader& reader, QImage::Format format, PictureInfo& p
         picture.VerticalResolution = PositiveRounded(image.dotsPerMeterY() * kMetresPerInch);
 }
 
-} // namespace
-
-namespace PictureDetails {
-
-void InitialiseLibraries()
-{
-    // XMP parsing sets up a toolkit that is not safe to set up from two threads at once.
-    Exiv2::XmpParser::initialize();
-    // Damaged metadata is common in collections; Exiv2 would write a warning for each.
-    Exiv2::LogMsg::setLevel(Exiv2::LogMsg::mute);
-}
-
-bool Read(const QString& path, PictureInfo& picture)
+// What Exiv2 found: the size, 0 when it does not know it, and the Exif colour depth.
+struct ExifFacts
 {
     int width = 0;
     int height = 0;
-    CNullable<int> exifDepth;
-    try {
-        const std::string name = QFile::encodeName(path).toStdString();
-        const auto image = Exiv2::ImageFactory::open(name);
-        if (image.get()) {
-            image->readMetadata();
-            width = image->pixelWidth();
-            height = image->pixelHeight();
-            ReadExifResolution(image->exifData(), picture);
-            exifDepth = ExifColourDepth(image->exifData());
-        }
-    } catch (const std::exception&) {
-        // Not a format Exiv2 knows, or metadata it cannot parse: Qt may still read
-        // the header.
-    }
+    CNullable<int> depth;
+};
 
-    QImageReader reader(path);
+// Fills facts as far as Exiv2 gets before it gives up, if it does.
+void ReadExif(Exiv2::Image& image, ExifFacts& facts, PictureInfo& picture)
+{
+    image.readMetadata();
+    facts.width = image.pixelWidth();
+    facts.height = image.pixelHeight();
+    ReadExifResolution(image.exifData(), picture);
+    facts.depth = ExifColourDepth(image.exifData());
+}
+
+// The size Exiv2 did not give, the colour depth and the JFIF density, from Qt's reader
+// of the same file. svgSize, when given, may answer for an SVG without the whole parse.
+bool ReadWithQt(QImageReader& reader, const ExifFacts& exif,
+                const std::function<std::optional<QSize>()>& svgSize, PictureInfo& picture)
+{
     reader.setDecideFormatFromContent(true);
     reader.setAutoTransform(false);
+    int width = exif.width;
+    int height = exif.height;
     if (width <= 0 || height <= 0) {
-        const QSize size = reader.size();
-        width = size.width();
-        height = size.height();
+        std::optional<QSize> size;
+        if (svgSize && reader.format() == "svg")
+            size = svgSize();
+        if (!size)
+            size = reader.size();
+        width = size->width();
+        height = size->height();
     }
     if (width <= 0 || height <= 0)
         return false;
@@ -169,11 +173,74 @@ bool Read(const QString& path, PictureInfo& picture)
     const QImage::Format format = reader.imageFormat();
     picture.ColorDepth = FormatColourDepth(format);
     if (picture.ColorDepth.IsNull())
-        picture.ColorDepth = exifDepth;
+        picture.ColorDepth = exif.depth;
     if (picture.HorizontalResolution.IsNull() && picture.VerticalResolution.IsNull() &&
         reader.format() == "jpeg")
         ReadJpegDensity(reader, format, picture);
     return true;
+}
+
+// Serialises the XMP toolkit's registration of namespaces met in files, which readers on
+// several threads may do at once.
+void LockXmpToolkit(void* mutex, bool lock)
+{
+    auto* const guard = static_cast<std::recursive_mutex*>(mutex);
+    if (lock)
+        guard->lock();
+    else
+        guard->unlock();
+}
+
+} // namespace
+
+namespace PictureDetails {
+
+void InitialiseLibraries()
+{
+    // XMP parsing sets up a toolkit that is not safe to set up from two threads at once.
+    static std::recursive_mutex xmpMutex;
+    Exiv2::XmpParser::initialize(LockXmpToolkit, &xmpMutex);
+    // Damaged metadata is common in collections; Exiv2 would write a warning for each.
+    Exiv2::LogMsg::setLevel(Exiv2::LogMsg::mute);
+}
+
+bool Read(MediaFile& file, PictureInfo& picture)
+{
+    ExifFacts exif;
+    try {
+        // The image owns its source and ends it; the file itself stays open.
+        Exiv2::BasicIo::AutoPtr source(new Exiv2MediaIo(file));
+        const auto image = Exiv2::ImageFactory::open(source);
+        if (image.get())
+            ReadExif(*image, exif, picture);
+    } catch (const std::exception&) {
+        // Not a format Exiv2 knows, or metadata it cannot parse: Qt may still read
+        // the header.
+    }
+
+    MediaFileDevice device(file);
+    device.open(QIODevice::ReadOnly);
+    QImageReader reader(&device);
+    const auto svgSize = [&file]() -> std::optional<QSize> {
+        MediaFileDevice svg(file);
+        if (!svg.open(QIODevice::ReadOnly))
+            return {};
+        return SvgRootSize::Read(svg);
+    };
+    return ReadWithQt(reader, exif, svgSize, picture);
+}
+
+bool ReadByName(const QString& path, PictureInfo& picture)
+{
+    ExifFacts exif;
+    try {
+        const auto image = Exiv2::ImageFactory::open(QFile::encodeName(path).toStdString());
+        if (image.get())
+            ReadExif(*image, exif, picture);
+    } catch (const std::exception&) {
+    }
+    QImageReader reader(path);
+    return ReadWithQt(reader, exif, {}, picture);
 }
 
 } // namespace PictureDetails
