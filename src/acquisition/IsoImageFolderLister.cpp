@@ -366,7 +366,6 @@ int IsoImageFolderLister::ReadDirectory(const QByteArray& inside, Directory* dir
         data.CreationTime = rockRidge ? RockRidgeTime(stat->rr.create) : FindData::kNoTime;
         if (data.CreationTime == FindData::kNoTime)
             data.CreationTime = data.LastWriteTime;
-        data.LastAccessTime = rockRidge ? RockRidgeTime(stat->rr.access) : FindData::kNoTime;
         directory->Entries.push_back(std::move(item));
     }
     return 0;

@@ -13,6 +13,7 @@
 #include <exiv2/exiv2.hpp>
 
 #include <cmath>
+#include <cstring>
 #include <functional>
 #include <limits>
 #include <mutex>
@@ -129,6 +130,82 @@ void ReadJpegDensity(QImageReader& reader, QImage::Format format, PictureInfo& p
         picture.VerticalResolution = PositiveRounded(image.dotsPerMeterY() * kMetresPerInch);
 }
 
+// The JFIF density of a JPEG read from its APP0 segment, converted as Qt's JPEG reader
+// converts it into the image's dots per metre (truncated), and from there to dots per
+// inch like the decoding path above: the same values without decoding any pixels, which
+// for a progressive JPEG would mean the whole image held in memory.
+void ReadJfifDensity(MediaFile& file, PictureInfo& picture)
+{
+    const QByteArray head = file.Head(64 * 1024);
+    const auto byte = [&head](qsizetype at) { return static_cast<quint8>(head.at(at)); };
+    if (head.size() < 4 || byte(0) != 0xFF || byte(1) != 0xD8)
+        return;
+    qsizetype at = 2;
+    // The segments before the first frame or scan header; JFIF comes first when present.
+    while (at + 4 <= head.size() && byte(at) == 0xFF) {
+        const quint8 marker = byte(at + 1);
+        if (marker == 0xFF) {
+            ++at; // fill byte
+            continue;
+        }
+        if (marker == 0xDA || (marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 &&
+                               marker != 0xC8 && marker != 0xCC))
+            return;
+        const qsizetype length = (byte(at + 2) << 8) | byte(at + 3);
+        if (marker == 0xE0 && length >= 14 && at + 2 + length <= head.size() &&
+            head.mid(at + 4, 5) == QByteArray("JFIF\0", 5)) {
+            const int unit = byte(at + 11);
+            const int x = (byte(at + 12) << 8) | byte(at + 13);
+            const int y = (byte(at + 14) << 8) | byte(at + 15);
+            const auto dotsPerMetre = [unit](int density) {
+                return unit == 1 ? static_cast<int>(100.0 * density / kCentimetresPerInch)
+                                 : static_cast<int>(100.0 * density);
+            };
+            if (unit == 1 || unit == 2) {
+                picture.HorizontalResolution = PositiveRounded(dotsPerMetre(x) * kMetresPerInch);
+                picture.VerticalResolution = PositiveRounded(dotsPerMetre(y) * kMetresPerInch);
+            }
+            return;
+        }
+        at += 2 + length;
+    }
+}
+
+// Whether Exiv2 would read no more than the size from a WebP file: a RIFF WebP without an
+// EXIF chunk, when Qt has its WebP reader. Exiv2 reads every chunk whole, the image
+// data included (megabytes for a wallpaper), while Qt's reader takes the same size from
+// the first bytes.
+bool IsWebPWithoutExif(MediaFile& file)
+{
+    static const bool qtReadsWebP = QImageReader::supportedImageFormats().contains("webp");
+    char header[12];
+    if (!qtReadsWebP)
+        return false;
+    if (file.Read(0, header, 12) != 12 || std::memcmp(header, "RIFF", 4) != 0 ||
+        std::memcmp(header + 8, "WEBP", 4) != 0)
+        return false;
+    const auto little = [](const char* bytes) {
+        return static_cast<qint64>(static_cast<quint8>(bytes[0])) |
+               (static_cast<qint64>(static_cast<quint8>(bytes[1])) << 8) |
+               (static_cast<qint64>(static_cast<quint8>(bytes[2])) << 16) |
+               (static_cast<qint64>(static_cast<quint8>(bytes[3])) << 24);
+    };
+    qint64 at = 12;
+    for (int chunks = 0; chunks < 64; ++chunks) {
+        char chunk[8];
+        const qint64 got = file.Read(at, chunk, 8);
+        if (got == 0)
+            return true; // every chunk seen
+        if (got != 8)
+            return false;
+        if (std::memcmp(chunk, "EXIF", 4) == 0)
+            return false;
+        const qint64 length = little(chunk + 4);
+        at += 8 + length + (length & 1);
+    }
+    return false;
+}
+
 // What Exiv2 found: the size, 0 when it does not know it, and the Exif colour depth.
 struct ExifFacts
 {
@@ -148,9 +225,11 @@ void ReadExif(Exiv2::Image& image, ExifFacts& facts, PictureInfo& picture)
 }
 
 // The size Exiv2 did not give, the colour depth and the JFIF density, from Qt's reader
-// of the same file. svgSize, when given, may answer for an SVG without the whole parse.
+// of the same file. svgSize, when given, may answer for an SVG without the whole parse;
+// file, when given, the JFIF density without decoding.
 bool ReadWithQt(QImageReader& reader, const ExifFacts& exif,
-                const std::function<std::optional<QSize>()>& svgSize, PictureInfo& picture)
+                const std::function<std::optional<QSize>()>& svgSize, MediaFile* file,
+                PictureInfo& picture)
 {
     reader.setDecideFormatFromContent(true);
     reader.setAutoTransform(false);
@@ -175,8 +254,12 @@ bool ReadWithQt(QImageReader& reader, const ExifFacts& exif,
     if (picture.ColorDepth.IsNull())
         picture.ColorDepth = exif.depth;
     if (picture.HorizontalResolution.IsNull() && picture.VerticalResolution.IsNull() &&
-        reader.format() == "jpeg")
-        ReadJpegDensity(reader, format, picture);
+        reader.format() == "jpeg") {
+        if (file)
+            ReadJfifDensity(*file, picture);
+        else
+            ReadJpegDensity(reader, format, picture);
+    }
     return true;
 }
 
@@ -209,10 +292,12 @@ bool Read(MediaFile& file, PictureInfo& picture)
     ExifFacts exif;
     try {
         // The image owns its source and ends it; the file itself stays open.
-        Exiv2::BasicIo::AutoPtr source(new Exiv2MediaIo(file));
-        const auto image = Exiv2::ImageFactory::open(source);
-        if (image.get())
-            ReadExif(*image, exif, picture);
+        if (!IsWebPWithoutExif(file)) {
+            Exiv2::BasicIo::AutoPtr source(new Exiv2MediaIo(file));
+            const auto image = Exiv2::ImageFactory::open(source);
+            if (image.get())
+                ReadExif(*image, exif, picture);
+        }
     } catch (const std::exception&) {
         // Not a format Exiv2 knows, or metadata it cannot parse: Qt may still read
         // the header.
@@ -227,7 +312,7 @@ bool Read(MediaFile& file, PictureInfo& picture)
             return {};
         return SvgRootSize::Read(svg);
     };
-    return ReadWithQt(reader, exif, svgSize, picture);
+    return ReadWithQt(reader, exif, svgSize, &file, picture);
 }
 
 bool ReadByName(const QString& path, PictureInfo& picture)
@@ -240,7 +325,7 @@ bool ReadByName(const QString& path, PictureInfo& picture)
     } catch (const std::exception&) {
     }
     QImageReader reader(path);
-    return ReadWithQt(reader, exif, {}, picture);
+    return ReadWithQt(reader, exif, {}, nullptr, picture);
 }
 
 } // namespace PictureDetails

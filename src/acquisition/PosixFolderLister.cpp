@@ -23,7 +23,6 @@ struct EntryFacts
     bool Directory = false;
     quint64 Size = 0;
     qint64 Created = FindData::kNoTime;
-    qint64 Accessed = FindData::kNoTime;
     qint64 Written = FindData::kNoTime;
 };
 
@@ -39,12 +38,13 @@ int StatEntry(int dirFd, const char* name, bool followLinks, EntryFacts* facts)
 #ifdef STATX_BTIME
     struct statx extended = {};
     const int flags = AT_NO_AUTOMOUNT | (followLinks ? 0 : AT_SYMLINK_NOFOLLOW);
-    if (::statx(dirFd, name, flags, STATX_BASIC_STATS | STATX_BTIME, &extended) == 0) {
+    // Only what is stored: a network file system may then answer without asking the server.
+    const unsigned int wanted = STATX_TYPE | STATX_SIZE | STATX_MTIME | STATX_BTIME;
+    if (::statx(dirFd, name, flags, wanted, &extended) == 0) {
         facts->Directory = S_ISDIR(extended.stx_mode);
         facts->Size = extended.stx_size;
         if ((extended.stx_mask & STATX_BTIME) != 0)
             facts->Created = Milliseconds(extended.stx_btime.tv_sec, extended.stx_btime.tv_nsec);
-        facts->Accessed = Milliseconds(extended.stx_atime.tv_sec, extended.stx_atime.tv_nsec);
         facts->Written = Milliseconds(extended.stx_mtime.tv_sec, extended.stx_mtime.tv_nsec);
         return 0;
     }
@@ -59,10 +59,8 @@ int StatEntry(int dirFd, const char* name, bool followLinks, EntryFacts* facts)
     facts->Size = static_cast<quint64>(plain.st_size);
 #ifdef __APPLE__
     facts->Created = Milliseconds(plain.st_birthtimespec.tv_sec, plain.st_birthtimespec.tv_nsec);
-    facts->Accessed = Milliseconds(plain.st_atimespec.tv_sec, plain.st_atimespec.tv_nsec);
     facts->Written = Milliseconds(plain.st_mtimespec.tv_sec, plain.st_mtimespec.tv_nsec);
 #else
-    facts->Accessed = Milliseconds(plain.st_atim.tv_sec, plain.st_atim.tv_nsec);
     facts->Written = Milliseconds(plain.st_mtim.tv_sec, plain.st_mtim.tv_nsec);
 #endif
     return 0;
@@ -146,7 +144,6 @@ int PosixFolderLister::List(const QString& path, const OpenedCallback& opened,
         if (error == 0) {
             data.Attributes = facts.Directory ? FindData::kDirectory : 0;
             data.CreationTime = facts.Created;
-            data.LastAccessTime = facts.Accessed;
             data.LastWriteTime = facts.Written;
             data.Size = facts.Directory ? 0 : facts.Size;
         } else {

@@ -7,8 +7,10 @@
 #include <memory>
 
 // What a folder listing tells of one entry: a compact stand-in for the system's find
-// data. Times are milliseconds since 1970-01-01 UTC; kNoTime when the file system does
-// not have the time (a creation time on many Linux file systems).
+// data, holding what the import stores (not the last-access time, which it never uses:
+// a folder-mode import queues a record for every entry of the tree). Times are
+// milliseconds since 1970-01-01 UTC; kNoTime when the file system does not have the
+// time (a creation time on many Linux file systems).
 struct FindData
 {
     static constexpr quint32 kDirectory = 0x10;
@@ -16,7 +18,6 @@ struct FindData
 
     quint32 Attributes = 0;
     qint64 CreationTime = kNoTime;
-    qint64 LastAccessTime = kNoTime;
     qint64 LastWriteTime = kNoTime;
     quint64 Size = 0;
     QString FileName;

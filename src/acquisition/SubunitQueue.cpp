@@ -1,6 +1,6 @@
 #include "acquisition/SubunitQueue.h"
 
-#include <algorithm>
+#include <iterator>
 
 SubunitQueue& SubunitQueue::Instance()
 {
@@ -12,10 +12,12 @@ SubunitQueue& SubunitQueue::Instance()
 
 void SubunitQueue::Clear()
 {
-    std::deque<SubunitInfoPtr> released;
+    std::deque<Block> released;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        released.swap(m_items);
+        released.swap(m_blocks);
+        m_firstInBlock = 0;
+        m_count = 0;
         m_finished.store(false);
         m_cancelled.store(false);
         m_signalled = false;
@@ -23,23 +25,34 @@ void SubunitQueue::Clear()
     // The records are freed here, outside the lock.
 }
 
-void SubunitQueue::Push(SubunitInfoPtr item)
+void SubunitQueue::Append(Block block)
 {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_items.push_back(std::move(item));
+    // Under the lock.
+    m_count += block->size();
+    m_blocks.push_back(std::move(block));
 }
 
-void SubunitQueue::PushBatch(std::vector<SubunitInfoPtr>& items)
+void SubunitQueue::Push(const SubunitInfoPtr& item)
 {
-    if (items.empty())
+    Block block = std::make_shared<const std::vector<SubunitInfo>>(1, *item);
+    std::lock_guard<std::mutex> lock(m_mutex);
+    Append(std::move(block));
+}
+
+void SubunitQueue::PushBatch(std::vector<SubunitInfo>& records)
+{
+    if (records.empty())
         return;
+    // A block of exactly this size: a folder of three entries does not keep room for
+    // a whole batch.
+    Block block = std::make_shared<const std::vector<SubunitInfo>>(
+        std::make_move_iterator(records.begin()), std::make_move_iterator(records.end()));
+    records.clear();
     {
         std::lock_guard<std::mutex> lock(m_mutex);
-        for (SubunitInfoPtr& item : items)
-            m_items.push_back(std::move(item));
+        Append(std::move(block));
         m_signalled = true;
     }
-    items.clear();
     m_signal.notify_one();
 }
 
@@ -70,13 +83,11 @@ SubunitQueue::WaitResult SubunitQueue::WaitNext()
     if (m_cancelled.load())
         return Cancelled;
     for (;;) {
-        if (m_finished.load()) {
-            // The scanner has stopped writing: only this consumer touches the items.
-            return m_items.empty() ? Finished : Ready;
-        }
         std::unique_lock<std::mutex> lock(m_mutex);
-        if (!m_items.empty())
+        if (m_count > 0)
             return Ready;
+        if (m_finished.load())
+            return Finished;
         // Auto-reset: the wait consumes the signal. A signal left over from a push
         // whose item was already taken only causes one more look at the queue.
         m_signal.wait(lock, [this] { return m_signalled; });
@@ -87,29 +98,36 @@ SubunitQueue::WaitResult SubunitQueue::WaitNext()
     }
 }
 
+SubunitInfoPtr SubunitQueue::TakeFirst()
+{
+    const Block& block = m_blocks.front();
+    // Shares the block's ownership and points at the record inside it.
+    SubunitInfoPtr record(block, &(*block)[m_firstInBlock]);
+    --m_count;
+    if (++m_firstInBlock == block->size()) {
+        m_blocks.pop_front();
+        m_firstInBlock = 0;
+    }
+    return record;
+}
+
 SubunitInfoPtr SubunitQueue::Pop()
 {
     std::lock_guard<std::mutex> lock(m_mutex);
-    if (m_items.empty())
-        return nullptr;
-    SubunitInfoPtr item = std::move(m_items.front());
-    m_items.pop_front();
-    return item;
+    return m_count > 0 ? TakeFirst() : nullptr;
 }
 
 size_t SubunitQueue::PopBatch(std::vector<SubunitInfoPtr>& out, size_t max)
 {
     std::lock_guard<std::mutex> lock(m_mutex);
-    const size_t count = std::min(max, m_items.size());
-    for (size_t i = 0; i < count; ++i) {
-        out.push_back(std::move(m_items.front()));
-        m_items.pop_front();
-    }
-    return count;
+    size_t taken = 0;
+    for (; taken < max && m_count > 0; ++taken)
+        out.push_back(TakeFirst());
+    return taken;
 }
 
 size_t SubunitQueue::Size() const
 {
     std::lock_guard<std::mutex> lock(m_mutex);
-    return m_items.size();
+    return m_count;
 }

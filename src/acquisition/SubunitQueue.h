@@ -12,6 +12,10 @@
 // process, created on first use. The scanner pushes records in small batches (one lock
 // and one signal each) as soon as it has read them; the importer waits for the next
 // ones and takes all that are there under one lock.
+//
+// A batch is kept as one block of records. The pointers handed out share the block's
+// ownership, so a record costs no allocation of its own (a folder-mode import queues a
+// whole tree) and the block is freed when its last record has been released.
 class SubunitQueue final
 {
 public:
@@ -22,9 +26,10 @@ public:
     // Releases every item, clears both flags and the signal.
     void Clear();
     // Appends under the lock; the caller then calls Signal().
-    void Push(SubunitInfoPtr item);
-    // Appends every item of items, in order, under one lock, empties items and signals.
-    void PushBatch(std::vector<SubunitInfoPtr>& items);
+    void Push(const SubunitInfoPtr& item);
+    // Appends the records, in order, under one lock as one block, empties records (its
+    // capacity is kept for the next batch) and signals.
+    void PushBatch(std::vector<SubunitInfo>& records);
     void Signal();
     // The scanner has walked the whole tree / stopped on a cancel request. Both signal.
     void SetFinished();
@@ -44,12 +49,19 @@ public:
     size_t Size() const;
 
 private:
+    using Block = std::shared_ptr<const std::vector<SubunitInfo>>;
+
     SubunitQueue() = default;
+    void Append(Block block);
+    // The first record, taken out; under the lock, with at least one record there.
+    SubunitInfoPtr TakeFirst();
 
     mutable std::mutex m_mutex;
     std::condition_variable m_signal;
     bool m_signalled = false; // auto-reset: a wait consumes it
-    std::deque<SubunitInfoPtr> m_items;
+    std::deque<Block> m_blocks;
+    size_t m_firstInBlock = 0; // records of the first block already taken
+    size_t m_count = 0;        // records not taken yet
     std::atomic<bool> m_finished{false};
     std::atomic<bool> m_cancelled{false};
 };

@@ -105,17 +105,16 @@ bool SubunitsSearcher::ListFolder(const PendingFolder& folder)
             cancelled = true;
             return false;
         }
-        auto info = std::make_shared<SubunitInfo>();
-        info->ID = ++g_lastId;
-        info->ParentID = folder.ID;
-        info->Data = data;
-        info->FolderPath = folder.Path;
-        info->IsFile = !data.IsDirectory();
-        if (!info->IsFile)
-            m_pending.push_back({std::make_shared<const QString>(info->Path()), info->ID});
+        SubunitInfo& info = m_batch.emplace_back();
+        info.ID = ++g_lastId;
+        info.ParentID = folder.ID;
+        info.Data = data;
+        info.FolderPath = folder.Path;
+        info.IsFile = !data.IsDirectory();
+        if (!info.IsFile)
+            m_pending.push_back({std::make_shared<const QString>(info.Path()), info.ID});
         else if (m_countSizes)
             m_totalSize.fetch_add(data.Size, std::memory_order_relaxed);
-        m_batch.push_back(std::move(info));
         if (m_batch.size() >= kHandOverRecords)
             queue.PushBatch(m_batch);
         return true;

@@ -73,5 +73,5 @@ private:
     // Worker-thread state.
     std::deque<PendingFolder> m_pending;
     std::set<std::pair<quint64, quint64>> m_entered; // (device, inode) of listed folders
-    std::vector<SubunitInfoPtr> m_batch;             // records not handed over yet
+    std::vector<SubunitInfo> m_batch;                // records not handed over yet
 };

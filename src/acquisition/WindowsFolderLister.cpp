@@ -83,7 +83,6 @@ int WindowsFolderLister::List(const QString& path, const OpenedCallback& opened,
         FindData data;
         data.Attributes = found.dwFileAttributes;
         data.CreationTime = Milliseconds(found.ftCreationTime);
-        data.LastAccessTime = Milliseconds(found.ftLastAccessTime);
         data.LastWriteTime = Milliseconds(found.ftLastWriteTime);
         data.Size = data.IsDirectory()
                         ? 0
