@@ -1,30 +1,70 @@
 // Adding folders and files end to end: the real scanner, the importer and the
-// catalogue, through the job that the window and the command line drive.
+// catalogue, through the job that the window and the command line drive; the importer's
+// two ways of writing files (one statement each, multi-row batches) against each other,
+// and what a cancel or a refused row in the middle of a batch leaves behind.
 #include "FakePrompter.h"
 #include "TestCatalogue.h"
 
 #include "acquisition/AddLocationJob.h"
+#include "acquisition/Importer.h"
 #include "document/CatalogueCheck.h"
 #include "document/ShelfwiseDoc.h"
+#include "errorlog/ErrorLog.h"
 #include "sqlitewrapper/RowMappers.h"
 
 #include <QDir>
 #include <QEventLoop>
 #include <QFile>
+#include <QImage>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTimer>
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <map>
+
 namespace {
 
-void MakeFile(const QString& path, qint64 size)
+void MakeFile(const QString& path, qint64 size, qint64 modifiedSecs = 0)
 {
     QDir().mkpath(QFileInfo(path).path());
     QFile file(path);
-    file.open(QIODevice::WriteOnly);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly)) << path.toStdString();
     file.write(QByteArray(static_cast<int>(size), 'x'));
+    if (modifiedSecs != 0)
+        file.setFileTime(QDateTime::fromSecsSinceEpoch(modifiedSecs),
+                         QFileDevice::FileModificationTime);
+}
+
+// A tree with names SQL and text handling trip over, files in runs longer than a batch,
+// empty and deep folders, old and future dates, and real pictures with a media row.
+void MakeOddTree(const QString& root)
+{
+    const QStringList names = {QStringLiteral("it's \"quoted\".txt"),
+                               QStringLiteral("100%_%d%s.log"),
+                               QStringLiteral("line\nbreak.txt"),
+                               QStringLiteral("Ünïcødé ✓ 日本.mp3"),
+                               QStringLiteral("'); DROP TABLE Units; --.doc"),
+                               QStringLiteral("NULL"),
+                               QStringLiteral(".hidden"),
+                               QStringLiteral("no extension")};
+    for (int i = 0; i < names.size(); ++i)
+        MakeFile(root + QLatin1Char('/') + names[i], i * 7, 86400LL * 365 * (i + 1));
+    MakeFile(root + QStringLiteral("/old/1969.txt"), 3, -86400LL * 200);
+    MakeFile(root + QStringLiteral("/old/2100.txt"), 4, 4102444800LL + 3600);
+    for (int i = 0; i < 620; ++i)
+        MakeFile(QStringLiteral("%1/many/f%2.dat").arg(root).arg(i), i % 97);
+    for (int depth = 0; depth < 6; ++depth)
+        MakeFile(QStringLiteral("%1/deep%2/a'b/c%3.txt").arg(root).arg(depth).arg(depth), depth);
+    QDir().mkpath(root + QStringLiteral("/empty/inner"));
+    QDir().mkpath(root + QStringLiteral("/pictures"));
+    for (int i = 0; i < 3; ++i) {
+        QImage picture(20 + i, 10 + i, QImage::Format_RGB32);
+        picture.fill(Qt::darkCyan);
+        ASSERT_TRUE(picture.save(QStringLiteral("%1/pictures/p%2.png").arg(root).arg(i)));
+    }
 }
 
 class AddLocation : public ::testing::Test
@@ -39,9 +79,12 @@ protected:
     // Runs the job to its end; progress percentages are collected.
     CAddLocationJob::Outcome Add(CAddLocationJob::Mode mode, const QString& path,
                                  bool cancelOnFirstProgress = false, bool categorise = true,
-                                 int category = 1)
+                                 int category = 1,
+                                 const std::function<void(CImporter&)>& configure = {})
     {
         CAddLocationJob job(m_doc);
+        if (configure)
+            configure(job.Importer());
         QEventLoop loop;
         auto outcome = CAddLocationJob::Outcome::Failed;
         bool done = false;
@@ -83,6 +126,32 @@ protected:
     {
         return Number(QStringLiteral("SELECT %1 FROM Units WHERE UnitName = '%2'")
                           .arg(QLatin1String(column), QLatin1String(name)));
+    }
+
+    // Every unit of the storage by its path from the top unit, with everything stored
+    // about it except ids: the columns, the picture row, the parent (by path).
+    std::map<QString, QString> UnitsByPath()
+    {
+        const QString sql = QStringLiteral(
+            "WITH RECURSIVE Tree(UnitID, Path) AS ("
+            " SELECT UnitID, UnitName FROM Units WHERE ParentUnitID IS NULL AND StorageID = %1"
+            " UNION ALL SELECT u.UnitID, t.Path || '/' || u.UnitName FROM Units u"
+            " JOIN Tree t ON u.ParentUnitID = t.UnitID)"
+            " SELECT t.Path || char(1) || u.UnitType || '|' || u.UnitSize || '|' ||"
+            " u.SubfilesNumber || '|' || u.SubfoldersNumber || '|' ||"
+            " IFNULL(u.DateCreated, '-') || '|' || IFNULL(u.DateModified, '-') || '|' ||"
+            " u.CategoryID || '|' || IFNULL(u.UnitNotes, '-') || '|' ||"
+            " IFNULL(p.Width || 'x' || p.Height || '@' || IFNULL(p.ColorDepth, '-'), '-')"
+            " FROM Tree t JOIN Units u ON u.UnitID = t.UnitID"
+            " LEFT JOIN PictureInfo p ON p.PictureInfoID = u.UnitInfoID AND u.CategoryID = 4");
+        std::vector<QString> rows;
+        m_doc.Database().QueryRows(sql.arg(m_storage), rows, &RowMappers::Texts);
+        std::map<QString, QString> units;
+        for (const QString& row : rows) {
+            const qsizetype cut = row.indexOf(QChar(1));
+            units[row.left(cut)] = row.mid(cut + 1);
+        }
+        return units;
     }
 
     FakePrompter m_prompter;
@@ -203,4 +272,90 @@ TEST_F(AddLocation, SingleFilesAndPathChecks)
     EXPECT_EQ(CAddLocationJob::NameFromPath(QStringLiteral("D:\\Photos\\2012")),
               QStringLiteral("2012"));
     EXPECT_EQ(CAddLocationJob::NameFromPath(QStringLiteral("/")), QStringLiteral("/"));
+}
+
+TEST_F(AddLocation, SingleRowAndBatchedWritesGiveTheSameCatalogue)
+{
+    QTemporaryDir dir;
+    const QString root = dir.filePath(QStringLiteral("odd"));
+    MakeOddTree(root);
+
+    std::map<QString, QString> reference;
+    for (const int rows : {1, 7, CFileInsertBatch::kDefaultRows}) {
+        SCOPED_TRACE(rows);
+        ASSERT_EQ(Add(CAddLocationJob::Mode::Folder, root, false, true, 1,
+                      [rows](CImporter& importer) { importer.SetFileBatchRows(rows); }),
+                  CAddLocationJob::Outcome::Succeeded);
+        EXPECT_TRUE(CCatalogueCheck(m_doc.Database()).Run().empty());
+        const std::map<QString, QString> units = UnitsByPath();
+        if (reference.empty()) {
+            reference = units;
+            // The tree is all there: the top unit, 8 + 2 + 620 + 6 + 3 files, 1 + 1 + 6 * 2
+            // + 2 + 1 folders, and the pictures with their media rows.
+            EXPECT_EQ(units.size(), 1u + 639u + 17u);
+            const QString picture = units.at(QStringLiteral("odd/pictures/p2.png"));
+            const qint64 size = QFileInfo(root + QStringLiteral("/pictures/p2.png")).size();
+            EXPECT_TRUE(picture.startsWith(QStringLiteral("F|%1|0|0|").arg(size)));
+            EXPECT_TRUE(picture.endsWith(QStringLiteral("|4|-|22x12@24"))) << picture.toStdString();
+            EXPECT_TRUE(units.count(QStringLiteral("odd/line\nbreak.txt")));
+            EXPECT_TRUE(units.count(QStringLiteral("odd/'); DROP TABLE Units; --.doc")));
+        } else {
+            EXPECT_EQ(units, reference);
+        }
+        // The next run goes into a storage of its own.
+        m_storage = m_doc.AddStorage(QStringLiteral("Shelf %1").arg(rows), QString());
+    }
+}
+
+TEST_F(AddLocation, CancelInsideABatchLeavesNothing)
+{
+    QTemporaryDir dir;
+    const QString root = dir.filePath(QStringLiteral("big"));
+    for (int i = 0; i < 1500; ++i)
+        MakeFile(QStringLiteral("%1/d%2/f%3.txt").arg(root).arg(i % 3).arg(i), 100);
+    m_doc.SetModified(false);
+    // The first progress comes with the first files gathered, long before the batch of
+    // a thousand rows is full.
+    const auto largeBatches = [](CImporter& importer) { importer.SetFileBatchRows(1000); };
+    EXPECT_EQ(Add(CAddLocationJob::Mode::Folder, root, true, true, 1, largeBatches),
+              CAddLocationJob::Outcome::Cancelled);
+    EXPECT_EQ(Number(QStringLiteral("SELECT COUNT(*) FROM Units")), 0);
+    EXPECT_EQ(m_doc.Database().GetStorage(m_storage).FoldersNumber, 0);
+    EXPECT_FALSE(m_doc.Database().InTransaction());
+    EXPECT_FALSE(m_doc.IsModified());
+    EXPECT_EQ(m_prompter.LastMessage(), QStringLiteral("Operation has been cancelled"));
+}
+
+TEST_F(AddLocation, AFailingBatchRollsTheWholeAdditionBack)
+{
+    QTemporaryDir dir;
+    const QString root = dir.filePath(QStringLiteral("mixed"));
+    for (int i = 0; i < 700; ++i)
+        MakeFile(QStringLiteral("%1/part%2/f%3.txt").arg(root).arg(i / 300).arg(i), 10);
+    MakeFile(root + QStringLiteral("/part2/poison.txt"), 1);
+    // The catalogue itself refuses one row, in the third folder's batch, after the
+    // earlier batches and folders were written.
+    m_doc.Database().Execute(QStringLiteral(
+        "CREATE TRIGGER Poison BEFORE INSERT ON Units WHEN NEW.UnitName = 'poison.txt' "
+        "BEGIN SELECT RAISE(ABORT, 'this row is refused'); END"));
+    const auto logText = [] {
+        QFile log(ErrorLog::Instance().LogPath());
+        return log.open(QIODevice::ReadOnly) ? QString::fromUtf8(log.readAll()) : QString();
+    };
+    const qsizetype logged = logText().size();
+    m_doc.SetModified(false);
+
+    EXPECT_EQ(Add(CAddLocationJob::Mode::Folder, root), CAddLocationJob::Outcome::Failed);
+    EXPECT_EQ(m_prompter.LastMessage(), QStringLiteral("Operation has been failed"));
+    EXPECT_EQ(Number(QStringLiteral("SELECT COUNT(*) FROM Units")), 0);
+    EXPECT_EQ(m_doc.Database().GetStorage(m_storage).FilesNumber, 0);
+    EXPECT_FALSE(m_doc.Database().InTransaction());
+    EXPECT_FALSE(m_doc.IsModified());
+    EXPECT_TRUE(logText().mid(logged).contains(QStringLiteral("this row is refused")));
+
+    // Without the refusal the same tree goes in whole.
+    m_doc.Database().Execute(QStringLiteral("DROP TRIGGER Poison"));
+    EXPECT_EQ(Add(CAddLocationJob::Mode::Folder, root), CAddLocationJob::Outcome::Succeeded);
+    EXPECT_EQ(Number(QStringLiteral("SELECT SubfilesNumber FROM Units WHERE UnitName = 'mixed'")),
+              701);
 }
