@@ -1,5 +1,6 @@
 #include "acquisition/LibraryMediaReader.h"
 
+#include "acquisition/OggDuration.h"
 #include "acquisition/PictureDetails.h"
 #include "acquisition/TagLibMediaStream.h"
 
@@ -11,9 +12,12 @@
 
 #include <taglib/audioproperties.h>
 #include <taglib/fileref.h>
+#include <taglib/infotag.h>
 #include <taglib/tag.h>
 #include <taglib/tfile.h>
 #include <taglib/tpropertymap.h>
+#include <taglib/vorbisproperties.h>
+#include <taglib/wavfile.h>
 
 #include <cmath>
 #include <initializer_list>
@@ -47,6 +51,14 @@ CNullable<int> Positive(double value)
 CNullable<int> KilobitsFromBits(double bitsPerSecond)
 {
     return Positive(bitsPerSecond / 1000);
+}
+
+// The rate of the whole file over its length, when nothing better is known.
+CNullable<int> AverageKilobits(qint64 bytes, double milliseconds)
+{
+    if (!(milliseconds > 0))
+        return {};
+    return KilobitsFromBits(bytes * 8.0 / (milliseconds / 1000));
 }
 
 CNullable<int> Positive(int value)
@@ -135,6 +147,30 @@ bool ContentMayBeAudio(const QMimeType& type)
            type.name() != QLatin1String("application/x-zerosize");
 }
 
+// A WAV file's RIFF INFO list, which TagLib keeps beside the ID3v2 tag that FileRef
+// shows: what the ID3v2 tag leaves NULL is taken from it.
+void FillFromInfoTag(TagLib::RIFF::WAV::File& wav, MusicInfo& music)
+{
+    if (!wav.hasInfoTag())
+        return;
+    TagLib::RIFF::Info::Tag* info = wav.InfoTag();
+    const auto field = [info](const char* id) {
+        return QString::fromUtf8(info->fieldText(id).toCString(true)).trimmed();
+    };
+    const auto fill = [](auto& value, const auto& found) {
+        if (value.IsNull())
+            value = found;
+    };
+    fill(music.Artist, NonEmpty(info->artist()));
+    fill(music.Title, NonEmpty(info->title()));
+    fill(music.Album, NonEmpty(info->album()));
+    fill(music.Genre, NonEmpty(info->genre()));
+    fill(music.Comments, NonEmpty(info->comment()));
+    fill(music.Year, YearIn(field("ICRD")));
+    fill(music.TrackNumber, LeadingNumber(field("IPRT")));
+    fill(music.TrackNumber, LeadingNumber(field("ITRK")));
+}
+
 // Audio properties and tags as TagLib reads them; false when TagLib does not know the
 // format or finds no audio in the file.
 bool ReadTagLibFacts(const TagLib::FileRef& ref, MusicInfo& music)
@@ -147,6 +183,14 @@ bool ReadTagLibFacts(const TagLib::FileRef& ref, MusicInfo& music)
 
     music.Duration = SecondsFromMilliseconds(audio->lengthInMilliseconds());
     music.Bitrate = Positive(audio->bitrate());
+    // Vorbis states the rate its encoder aimed at, which ffprobe and MediaInfo give as the
+    // stream's. TagLib measures the pages instead when it can, headers left out, which in
+    // a short file is far from it, and falls back on the stated rate when it cannot (a
+    // film's sound, a chained file): the stated one is the same for every file.
+    if (const auto* vorbis = dynamic_cast<const TagLib::Vorbis::Properties*>(audio)) {
+        if (vorbis->bitrateNominal() > 0)
+            music.Bitrate = KilobitsFromBits(vorbis->bitrateNominal());
+    }
     music.ChannelsNumber = Positive(audio->channels());
     music.SamplingRate = Positive(audio->sampleRate());
 
@@ -159,6 +203,8 @@ bool ReadTagLibFacts(const TagLib::FileRef& ref, MusicInfo& music)
         music.Genre = NonEmpty(tag->genre());
         music.Comments = NonEmpty(tag->comment());
     }
+    if (auto* wav = dynamic_cast<TagLib::RIFF::WAV::File*>(ref.file()))
+        FillFromInfoTag(*wav, music);
     if (music.Comments.IsNull()) {
         // Some taggers (ffmpeg among them) keep the comment in a user text frame,
         // which only the property map shows.
@@ -239,9 +285,14 @@ bool LibraryMediaReader::ReadFilm(FilmInfo& film)
         return false;
 
     double value = 0;
+    double milliseconds = 0;
     if (m_mediaInfo.Number(Stream::General, "Duration", value) ||
         m_mediaInfo.Number(Stream::Video, "Duration", value))
-        film.Duration = SecondsFromMilliseconds(value);
+        milliseconds = value;
+    else if (const std::optional<double> seconds =
+                 OggDuration::Read(m_file, OggDuration::Prefer::Video))
+        milliseconds = *seconds * 1000; // Theora, of which MediaInfoLib reads no length
+    film.Duration = SecondsFromMilliseconds(milliseconds);
     film.Width = MediaInfoNumber(m_mediaInfo, Stream::Video, "Width");
     film.Height = MediaInfoNumber(m_mediaInfo, Stream::Video, "Height");
     // The video stream's own rate where the container tells it; otherwise the rate of
@@ -250,6 +301,8 @@ bool LibraryMediaReader::ReadFilm(FilmInfo& film)
     if (m_mediaInfo.Number(Stream::Video, "BitRate", value) ||
         m_mediaInfo.Number(Stream::General, "OverallBitRate", value))
         film.Bitrate = KilobitsFromBits(value);
+    else
+        film.Bitrate = AverageKilobits(m_file.Size(), milliseconds);
     film.Codec = NonEmpty(m_mediaInfo.Text(Stream::Video, "Format"));
     return true;
 }
@@ -270,14 +323,36 @@ bool LibraryMediaReader::ReadMusicWithTagLib(const QString& path, MusicInfo& mus
         return false;
     if (m_access == FileAccess::ByName) {
         const QMimeType type = QMimeDatabase().mimeTypeForFile(path, QMimeDatabase::MatchContent);
-        return ContentMayBeAudio(type) && ReadTagLibFacts(OpenWithTagLib(path), music);
+        if (!ContentMayBeAudio(type) || !ReadTagLibFacts(OpenWithTagLib(path), music))
+            return false;
+        ReadOggLength(path, music);
+        return true;
     }
     // The sniff looks at the bytes TagLib reads first anyway, from the same block.
     if (!ContentMayBeAudio(QMimeDatabase().mimeTypeForData(m_file.Head(kSniffLength))))
         return false;
     TagLibMediaStream stream(m_file);
     const TagLib::FileRef ref(&stream, true, TagLib::AudioProperties::Fast);
-    return ReadTagLibFacts(ref, music);
+    if (!ReadTagLibFacts(ref, music))
+        return false;
+    ReadOggLength(path, music);
+    return true;
+}
+
+void LibraryMediaReader::ReadOggLength(const QString& path, MusicInfo& music)
+{
+    // FLAC in Ogg as ffmpeg writes it leaves the sample count of its header at 0, so
+    // TagLib has no length for it; the last page's granule position has.
+    if (!music.Duration.IsNull())
+        return;
+    if (!m_file.IsOpen() && !m_file.Open(path))
+        return;
+    const std::optional<double> seconds = OggDuration::Read(m_file, OggDuration::Prefer::Audio);
+    if (!seconds)
+        return;
+    music.Duration = SecondsFromMilliseconds(*seconds * 1000);
+    if (music.Bitrate.IsNull())
+        music.Bitrate = AverageKilobits(m_file.Size(), *seconds * 1000);
 }
 
 bool LibraryMediaReader::ReadMusicWithMediaInfo(MusicInfo& music)

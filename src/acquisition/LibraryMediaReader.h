@@ -6,7 +6,10 @@
 
 /// The MediaDetailsReader backed by the media libraries:
 /// - films: MediaInfoLib (duration, frame size, bitrate and format of the video stream);
-/// - music: TagLib for the tags and the audio properties; files TagLib cannot read
+///   the length of a Theora film from its Ogg pages (see OggDuration), and the rate of
+///   the whole file when the container states none;
+/// - music: TagLib for the tags and the audio properties (a WAV file's RIFF INFO list
+///   too, an Ogg file's length from its pages when the headers lack it); files TagLib cannot read
 ///   (an extension it has no reader for, or a name that lies about the format) are given
 ///   to MediaInfoLib, which finds the audio stream and the common tags in most others;
 /// - pictures: Exiv2 and Qt's image readers (see PictureDetails).
@@ -42,6 +45,7 @@ private:
     bool ReadFilm(FilmInfo& film);
     bool ReadMusic(const QString& path, MusicInfo& music);
     bool ReadMusicWithTagLib(const QString& path, MusicInfo& music);
+    void ReadOggLength(const QString& path, MusicInfo& music);
     bool ReadMusicWithMediaInfo(MusicInfo& music);
 
     const FileAccess m_access;

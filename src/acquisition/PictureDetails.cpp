@@ -3,6 +3,7 @@
 #include "acquisition/Exiv2MediaIo.h"
 #include "acquisition/MediaFile.h"
 #include "acquisition/MediaFileDevice.h"
+#include "acquisition/PictureHeader.h"
 #include "acquisition/SvgRootSize.h"
 
 #include <QFile>
@@ -229,7 +230,7 @@ void ReadExif(Exiv2::Image& image, ExifFacts& facts, PictureInfo& picture)
 // file, when given, the JFIF density without decoding.
 bool ReadWithQt(QImageReader& reader, const ExifFacts& exif,
                 const std::function<std::optional<QSize>()>& svgSize, MediaFile* file,
-                PictureInfo& picture)
+                const PictureHeader::Facts& header, PictureInfo& picture)
 {
     reader.setDecideFormatFromContent(true);
     reader.setAutoTransform(false);
@@ -249,10 +250,18 @@ bool ReadWithQt(QImageReader& reader, const ExifFacts& exif,
     picture.Width = width;
     picture.Height = height;
 
+    // The depth the file stores before the one Qt would decode into, which widens grey
+    // with alpha to 32 bits and has no answer for GIF or WebP before decoding.
     const QImage::Format format = reader.imageFormat();
-    picture.ColorDepth = FormatColourDepth(format);
+    picture.ColorDepth = header.colorDepth;
+    if (picture.ColorDepth.IsNull())
+        picture.ColorDepth = FormatColourDepth(format);
     if (picture.ColorDepth.IsNull())
         picture.ColorDepth = exif.depth;
+    if (picture.HorizontalResolution.IsNull() && picture.VerticalResolution.IsNull()) {
+        picture.HorizontalResolution = header.horizontalResolution;
+        picture.VerticalResolution = header.verticalResolution;
+    }
     if (picture.HorizontalResolution.IsNull() && picture.VerticalResolution.IsNull() &&
         reader.format() == "jpeg") {
         if (file)
@@ -312,7 +321,11 @@ bool Read(MediaFile& file, PictureInfo& picture)
             return {};
         return SvgRootSize::Read(svg);
     };
-    return ReadWithQt(reader, exif, svgSize, &file, picture);
+    const PictureHeader::Facts header =
+        PictureHeader::Read([&file](qint64 offset, char* data, qint64 length) {
+            return file.Read(offset, data, length);
+        });
+    return ReadWithQt(reader, exif, svgSize, &file, header, picture);
 }
 
 bool ReadByName(const QString& path, PictureInfo& picture)
@@ -324,8 +337,16 @@ bool ReadByName(const QString& path, PictureInfo& picture)
             ReadExif(*image, exif, picture);
     } catch (const std::exception&) {
     }
+    PictureHeader::Facts header;
+    QFile headerFile(path);
+    if (headerFile.open(QIODevice::ReadOnly)) {
+        header = PictureHeader::Read([&headerFile](qint64 offset, char* data, qint64 length) {
+            return headerFile.seek(offset) ? headerFile.read(data, length) : qint64(0);
+        });
+        headerFile.close();
+    }
     QImageReader reader(path);
-    return ReadWithQt(reader, exif, {}, nullptr, picture);
+    return ReadWithQt(reader, exif, {}, nullptr, header, picture);
 }
 
 } // namespace PictureDetails

@@ -11,10 +11,11 @@ class MediaFile;
 //   formats Exiv2 does not know;
 // - resolution in DPI: the Exif resolution and its unit, through Exiv2; for a JPEG
 //   without them, the JFIF density, which Qt's JPEG reader gives while decoding no
-//   more than the first block of pixels. A resolution kept only in a PNG pHYs chunk
-//   would need the whole image decoded, so it stays NULL;
-// - colour depth in bits per pixel: the pixel format Qt's reader announces (24 for RGB,
-//   32 for RGB with alpha, 8 for grey or a palette), or the Exif bits per sample.
+//   more than the first block of pixels; for PNG and BMP, the pHYs chunk or the pixels
+//   per metre of the header (see PictureHeader);
+// - colour depth in bits per pixel: what a PNG, BMP, GIF or WebP header stores (see
+//   PictureHeader); for other formats the pixel format Qt's reader announces (24 for
+//   RGB, 32 for RGB with alpha, 8 for grey or a palette), or the Exif bits per sample.
 // Both libraries read through one open MediaFile. The size of an SVG comes from its root
 // element where that gives what Qt's SVG reader would (see SvgRootSize), sparing the
 // parse of the whole drawing.

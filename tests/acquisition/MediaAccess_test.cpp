@@ -175,7 +175,8 @@ TEST(MediaDetailsAccess, MadeFilesOfOtherFormatsGiveThePlainRecords)
                               "-shortest"};
     const QStringList still = {"-f", "lavfi", "-i", "testsrc=size=40x30", "-frames:v", "1"};
     // TIFF is read whole by Exiv2; WavPack and MP3 with ID3v1 keep tags at the end, which
-    // TagLib reads by jumping from there.
+    // TagLib reads by jumping from there; Theora and FLAC in Ogg are measured from the
+    // file's last page.
     const std::vector<std::tuple<QString, QStringList, int>> made = {
         {"still.tif", still, CategoryIds::Picture},
         {"still.bmp", still, CategoryIds::Picture},
@@ -191,6 +192,10 @@ TEST(MediaDetailsAccess, MadeFilesOfOtherFormatsGiveThePlainRecords)
         {"clip.avi", film, CategoryIds::Film},
         {"clip.webm", film, CategoryIds::Film},
         {"clip.flv", film, CategoryIds::Film},
+        // Lengths from the last Ogg page, and RIFF INFO tags.
+        {"clip.ogv", film + QStringList{"-c:v", "libtheora", "-q:v", "5"}, CategoryIds::Film},
+        {"song.oga", sound + QStringList{"-c:a", "flac"}, CategoryIds::Music},
+        {"song.wav", sound, CategoryIds::Music},
     };
     std::vector<Sample> samples;
     for (const auto& [name, arguments, categoryId] : made) {
