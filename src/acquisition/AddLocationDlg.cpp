@@ -1,11 +1,11 @@
 #include "acquisition/AddLocationDlg.h"
 
+#include "acquisition/DiscImageLister.h"
 #include "acquisition/DiscNames.h"
 #include "acquisition/DriveSystem.h"
 #include "acquisition/DuplicateDiscDlg.h"
 #include "acquisition/FileSystemErrorsDlg.h"
 #include "acquisition/GetDiscInformationDlg.h"
-#include "acquisition/IsoImageFolderLister.h"
 #include "common/Strings.h"
 #include "common/UserPrompter.h"
 #include "document/ShelfwiseDoc.h"
@@ -263,10 +263,10 @@ bool CAddLocationDlg::PrepareDisc(CAddLocationJob::Request& request)
     }
     // A disc image is listed from inside the file; one whose file system cannot be
     // listed would be added as an empty disc.
-    std::unique_ptr<IsoImageFolderLister> imageLister;
+    std::unique_ptr<FolderLister> imageLister;
     if (QFileInfo(drive).isFile()) {
-        imageLister = std::make_unique<IsoImageFolderLister>(drive);
-        if (imageLister->Open() != 0) {
+        imageLister = DiscImageLister::Open(drive);
+        if (!imageLister) {
             ShowMessage(Strings::IDS_DISC_ABSENT);
             return false;
         }

@@ -1,60 +1,23 @@
 #include "acquisition/IsoImageFolderLister.h"
 
+#include "acquisition/DiscImageLister.h"
+
 #include <QDate>
 #include <QDateTime>
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
 #include <QTime>
 
 #include <cdio/iso9660.h>
-#include <cdio/logging.h>
 #include <cdio/rock.h>
 
-#include <cerrno>
 #include <ctime>
-#include <mutex>
 #include <vector>
-
-#ifdef _WIN32
-#include <windows.h>
-#endif
 
 namespace {
 
-#ifdef _WIN32
-constexpr int kNotFound = ERROR_PATH_NOT_FOUND;
-constexpr int kAccessDenied = ERROR_ACCESS_DENIED;
-constexpr int kNotAnImage = ERROR_UNRECOGNIZED_MEDIA;
-constexpr int kDamaged = ERROR_FILE_CORRUPT;
-constexpr int kNotAFolder = ERROR_DIRECTORY;
-constexpr Qt::CaseSensitivity kPathCase = Qt::CaseInsensitive;
-#else
-constexpr int kNotFound = ENOENT;
-constexpr int kAccessDenied = EACCES;
-// "Wrong medium type" says more than "Invalid argument" where the system has it.
-#ifdef EMEDIUMTYPE
-constexpr int kNotAnImage = EMEDIUMTYPE;
-#else
-constexpr int kNotAnImage = EINVAL;
-#endif
-constexpr int kDamaged = EIO;
-constexpr int kNotAFolder = ENOTDIR;
-constexpr Qt::CaseSensitivity kPathCase = Qt::CaseSensitive;
-#endif
-
-// libcdio's own handler writes warnings to stdout, where the command line prints its
-// tables, and ends the process on an error message. The lister reports a damaged image
-// through its return codes instead.
-void IgnoreLibraryMessage(cdio_log_level_t, const char*)
-{
-}
-
-void SilenceLibrary()
-{
-    static std::once_flag once;
-    std::call_once(once, [] { cdio_log_set_handler(&IgnoreLibraryMessage); });
-}
+using DiscImageLister::kDamaged;
+using DiscImageLister::kNotAFolder;
+using DiscImageLister::kNotAnImage;
+using DiscImageLister::kNotFound;
 
 struct FileListDeleter
 {
@@ -184,7 +147,7 @@ struct IsoImageFolderLister::Directory
 };
 
 IsoImageFolderLister::IsoImageFolderLister(const QString& imagePath)
-    : m_imagePath(QDir::cleanPath(QFileInfo(imagePath).absoluteFilePath()))
+    : m_imagePath(DiscImageLister::CleanImagePath(imagePath))
 {
 }
 
@@ -224,22 +187,10 @@ int IsoImageFolderLister::OpenImage()
 {
     if (m_image)
         return 0;
-    const QFileInfo info(m_imagePath);
-    if (!info.exists())
-        return kNotFound;
-    if (!info.isFile())
-        return kNotAnImage;
-    QFile probe(m_imagePath);
-    if (!probe.open(QIODevice::ReadOnly))
-        return kAccessDenied;
-    probe.close();
-
-    SilenceLibrary();
-#ifdef _WIN32
-    const QByteArray native = m_imagePath.toUtf8();
-#else
-    const QByteArray native = QFile::encodeName(m_imagePath);
-#endif
+    if (const int error = DiscImageLister::CheckImageFile(m_imagePath))
+        return error;
+    DiscImageLister::QuietLibrary();
+    const QByteArray native = DiscImageLister::NativePath(m_imagePath);
     auto image = std::make_unique<Image>();
     // Rock Ridge lives in the primary tree only: look there first. Its names are the
     // full ones; Joliet's are cut to 64 characters and barred from a few.
@@ -272,19 +223,7 @@ int IsoImageFolderLister::OpenImage()
 
 bool IsoImageFolderLister::RelativePath(const QString& path, QString* relative) const
 {
-    // Names inside the image never hold a slash and are never "." or "..", so cleaning
-    // the whole path changes only the part that leads to the image.
-    const QString clean =
-        QDir::cleanPath(QFileInfo(QDir::fromNativeSeparators(path)).absoluteFilePath());
-    if (clean.compare(m_imagePath, kPathCase) == 0) {
-        relative->clear();
-        return true;
-    }
-    const QString prefix = m_imagePath + QLatin1Char('/');
-    if (!clean.startsWith(prefix, kPathCase))
-        return false;
-    *relative = clean.mid(prefix.size());
-    return true;
+    return DiscImageLister::RelativePath(m_imagePath, path, relative);
 }
 
 int IsoImageFolderLister::ImagePath(const QString& relative, QByteArray* inside)

@@ -1,9 +1,9 @@
 // add-folder, add-file, add-disc: the add-location flow of the window, driven from the
 // command line, with a progress line and Ctrl+C.
 #include "acquisition/AddLocationJob.h"
+#include "acquisition/DiscImageLister.h"
 #include "acquisition/DiscNames.h"
 #include "acquisition/DriveSystem.h"
-#include "acquisition/IsoImageFolderLister.h"
 #include "acquisition/VolumeInfoWorker.h"
 #include "cli/CliContext.h"
 #include "cli/Interrupt.h"
@@ -158,10 +158,10 @@ int AddDisc(CliContext& ctx)
         return ctx.Fail(Strings::LoadString(Strings::IDS_DISC_ABSENT));
     // A disc image is listed from inside the file: one whose file system cannot be
     // listed would be added as an empty disc.
-    std::unique_ptr<IsoImageFolderLister> imageLister;
+    std::unique_ptr<FolderLister> imageLister;
     if (QFileInfo(drive).isFile()) {
-        imageLister = std::make_unique<IsoImageFolderLister>(drive);
-        if (imageLister->Open() != 0)
+        imageLister = DiscImageLister::Open(drive);
+        if (!imageLister)
             return ctx.Fail(Strings::LoadString(Strings::IDS_DISC_ABSENT));
     }
     const VolumeInfo volume = VolumeInfoWorker::ReadAndWait(drives, drive);
