@@ -157,7 +157,7 @@ int IsoImageFolderLister::List(const QString& path, const OpenedCallback& opened
                                const EntryCallback& entry)
 {
     QString relative;
-    if (!RelativePath(path, &relative))
+    if (!DiscImageLister::RelativePath(m_imagePath, path, &relative))
         return kNotFound;
     if (const int error = OpenImage())
         return error;
@@ -219,11 +219,6 @@ int IsoImageFolderLister::OpenImage()
     }
     m_image = std::move(image);
     return 0;
-}
-
-bool IsoImageFolderLister::RelativePath(const QString& path, QString* relative) const
-{
-    return DiscImageLister::RelativePath(m_imagePath, path, relative);
 }
 
 int IsoImageFolderLister::ImagePath(const QString& relative, QByteArray* inside)

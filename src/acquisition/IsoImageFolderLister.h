@@ -58,9 +58,6 @@ private:
 
     // Opens the image on first use: 0, or the error.
     int OpenImage();
-    // The folder path relative to the image root ("" for the root, "A/B"); false when
-    // path does not lie in the image.
-    bool RelativePath(const QString& path, QString* relative) const;
     // The path libcdio knows the folder by ("/", "/A/B" in the image's bytes): 0, or
     // the error. Resolves folders the scanner has not been given yet one level at a
     // time.
