@@ -1,4 +1,5 @@
 // Listing ISO 9660 images that xorriso makes from a real folder tree.
+#include "acquisition/ImageWalk.h"
 #include "acquisition/IsoImageFolderLister.h"
 
 #include "acquisition/SubunitQueue.h"
@@ -26,17 +27,7 @@ const QString kLongName = QString(120, QLatin1Char('L')) + QStringLiteral(".txt"
 // Summer time in New York, where a slip between local time and UTC would show.
 const QDateTime kWritten(QDate(2021, 7, 14), QTime(21, 30, 15), Qt::UTC);
 
-// "path: file SIZE in /PARENT" or "path: folder in /PARENT", one line per entry.
-using Tree = std::map<QString, QString>;
-
-std::string Text(const Tree& tree)
-{
-    QString text;
-    for (const auto& [path, what] : tree)
-        text += path + QStringLiteral(": ") + what + QLatin1Char('\n');
-    return text.toStdString();
-}
-
+// Entries are described as "file SIZE in /PARENT" or "folder in /PARENT".
 QString Describe(bool isFile, quint64 size, const QString& parent)
 {
     return (isFile ? QStringLiteral("file %1").arg(size) : QStringLiteral("folder")) +
@@ -101,36 +92,15 @@ protected:
     static Tree Walk(const QString& image, IsoImageFolderLister& lister,
                      std::map<QString, FindData>* found = nullptr)
     {
-        SubunitsSearcher searcher(&lister);
-        searcher.Start(image, nullptr, false);
-        searcher.Wait();
-        std::map<quint32, QString> paths; // parents come first: the walk is breadth-first
-        Tree tree;
-        while (SubunitQueue::Instance().Size() > 0) {
-            const SubunitInfoPtr info = SubunitQueue::Instance().Pop();
-            const QString relative = info->Path().mid(image.size() + 1);
-            paths[info->ID] = relative;
-            tree[relative] = Describe(info->IsFile, info->Data.Size, paths[info->ParentID]);
-            if (found)
-                (*found)[relative] = info->Data;
-        }
-        return tree;
+        const auto describe = [](const SubunitInfo& info, const QString& parent) {
+            return Describe(info.IsFile, info.Data.Size, parent);
+        };
+        return WalkImage(image, lister, describe, found);
     }
 
     QTemporaryDir m_dir;
     QString m_tree = m_dir.filePath(QStringLiteral("tree"));
 };
-
-// Lists one folder directly: the error; names gets the entries' names.
-int List(IsoImageFolderLister& lister, const QString& path, QStringList* names)
-{
-    return lister.List(
-        path, [&](const FolderIdentity&) { return true; },
-        [&](const FindData& data) {
-            names->append(data.FileName);
-            return true;
-        });
-}
 
 } // namespace
 
@@ -148,11 +118,11 @@ TEST_F(IsoImageFolderListerTest, RockRidgeNamesWinAndTheWholeTreeComesThrough)
     // A folder not listed yet is found by its path; a file or a path outside is not one.
     IsoImageFolderLister fresh(image);
     QStringList names;
-    EXPECT_EQ(List(fresh, image + QStringLiteral("/Nested/Deeper"), &names), 0);
+    EXPECT_EQ(ListNames(fresh, image + QStringLiteral("/Nested/Deeper"), &names), 0);
     EXPECT_EQ(names, QStringList{QStringLiteral("Deepest")});
-    EXPECT_EQ(List(fresh, image + QStringLiteral("/some.dat"), &names), ENOTDIR);
-    EXPECT_EQ(List(fresh, image + QStringLiteral("/Nested/None"), &names), ENOENT);
-    EXPECT_EQ(List(fresh, m_dir.path(), &names), ENOENT);
+    EXPECT_EQ(ListNames(fresh, image + QStringLiteral("/some.dat"), &names), ENOTDIR);
+    EXPECT_EQ(ListNames(fresh, image + QStringLiteral("/Nested/None"), &names), ENOENT);
+    EXPECT_EQ(ListNames(fresh, m_dir.path(), &names), ENOENT);
     EXPECT_EQ(names.size(), 1);
 }
 
@@ -203,7 +173,7 @@ TEST_F(IsoImageFolderListerTest, DamagedImagesFailCleanly)
     QStringList names;
     const QString damaged = m_dir.filePath(QStringLiteral("damaged.iso"));
     IsoImageFolderLister missing(damaged);
-    EXPECT_EQ(List(missing, damaged, &names), ENOENT);
+    EXPECT_EQ(ListNames(missing, damaged, &names), ENOENT);
 
     QFile file(damaged);
     const auto write = [&](const QByteArray& bytes) {
@@ -216,7 +186,7 @@ TEST_F(IsoImageFolderListerTest, DamagedImagesFailCleanly)
         noise[i] = static_cast<char>((i * 7919) % 251);
     write(noise);
     IsoImageFolderLister notAnImage(damaged);
-    EXPECT_NE(List(notAnImage, damaged, &names), 0);
+    EXPECT_NE(ListNames(notAnImage, damaged, &names), 0);
 
     // The volume descriptors survive, the directories are cut off.
     QFile source(MakeImage(QStringLiteral("whole.iso"), {"-J", "-R"}));
@@ -224,7 +194,7 @@ TEST_F(IsoImageFolderListerTest, DamagedImagesFailCleanly)
     const QByteArray whole = source.readAll();
     write(whole.left(18 * 2048));
     IsoImageFolderLister truncated(damaged);
-    EXPECT_NE(List(truncated, damaged, &names), 0);
+    EXPECT_NE(ListNames(truncated, damaged, &names), 0);
     EXPECT_TRUE(names.isEmpty());
 
     // Bytes scrambled in the descriptors and directories: every walk ends.

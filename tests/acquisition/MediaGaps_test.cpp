@@ -1,4 +1,5 @@
 #include "acquisition/MediaDetails.h"
+#include "acquisition/MediaJudges.h"
 
 #include <QFile>
 #include <QImage>
@@ -26,27 +27,6 @@ namespace {
 
 using Kind = MediaRecord::Kind;
 
-std::string Str(const CNullable<int>& value)
-{
-    return value.IsNull() ? "NULL" : std::to_string(value.Value());
-}
-
-std::string Str(const CNullable<QString>& value)
-{
-    return value.IsNull() ? "NULL" : value.Value().toStdString();
-}
-
-QByteArray RunTool(const QString& program, const QStringList& arguments)
-{
-    QProcess process;
-    process.start(program, arguments);
-    const bool finished = process.waitForFinished(60000);
-    EXPECT_TRUE(finished && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0)
-        << program.toStdString() << " " << arguments.join(' ').toStdString() << ": "
-        << process.readAllStandardError().toStdString();
-    return process.readAllStandardOutput();
-}
-
 // exiftool's tags of one file, numeric values, keys as "Group:Name".
 QJsonObject Exiftool(const QString& path)
 {
@@ -56,23 +36,9 @@ QJsonObject Exiftool(const QString& path)
     return files.isEmpty() ? QJsonObject() : files.first().toObject();
 }
 
-QJsonObject Ffprobe(const QString& path)
-{
-    return QJsonDocument::fromJson(
-               RunTool(QStringLiteral("ffprobe"),
-                       {"-v", "error", "-show_format", "-show_streams", "-of", "json", path}))
-        .object();
-}
-
 QJsonObject ProbeFormat(const QString& path)
 {
     return Ffprobe(path).value("format").toObject();
-}
-
-double Number(const QJsonObject& object, const QString& key)
-{
-    const QJsonValue value = object.value(key);
-    return value.isString() ? value.toString().toDouble() : value.toDouble();
 }
 
 std::string Rounded(double value)

@@ -3,6 +3,7 @@
 #include "acquisition/UdfImageFolderLister.h"
 
 #include "acquisition/DiscImageLister.h"
+#include "acquisition/ImageWalk.h"
 #include "acquisition/IsoImageFolderLister.h"
 #include "acquisition/SubunitQueue.h"
 #include "acquisition/SubunitsSearcher.h"
@@ -35,22 +36,12 @@ const QString kLongName = QString(90, QLatin1Char('n')) + QStringLiteral(".txt")
 const QDateTime kWritten(QDate(2021, 7, 14), QTime(21, 30, 15, 250), Qt::UTC);
 const qint64 kRecorded = kWritten.toMSecsSinceEpoch() / 1000 * 1000;
 
-// "path: file SIZE at MS" or "path: folder at MS", one line per entry.
-using Tree = std::map<QString, QString>;
-
-std::string Text(const Tree& tree)
-{
-    QString text;
-    for (const auto& [path, what] : tree)
-        text += path + QStringLiteral(": ") + what + QLatin1Char('\n');
-    return text.toStdString();
-}
-
 std::string Lines(const QStringList& lines)
 {
     return lines.join(QLatin1Char('\n')).toStdString();
 }
 
+// Entries are described as "file SIZE at MS" or "folder at MS".
 QString Describe(bool isFile, quint64 size, qint64 written)
 {
     return (isFile ? QStringLiteral("file %1").arg(size) : QStringLiteral("folder")) +
@@ -221,18 +212,10 @@ protected:
     static Tree Walk(const QString& image, FolderLister& lister,
                      std::map<QString, FindData>* found = nullptr)
     {
-        SubunitsSearcher searcher(&lister);
-        searcher.Start(image, nullptr, false);
-        searcher.Wait();
-        Tree tree;
-        while (SubunitQueue::Instance().Size() > 0) {
-            const SubunitInfoPtr info = SubunitQueue::Instance().Pop();
-            const QString relative = info->Path().mid(image.size() + 1);
-            tree[relative] = Describe(info->IsFile, info->Data.Size, info->Data.LastWriteTime);
-            if (found)
-                (*found)[relative] = info->Data;
-        }
-        return tree;
+        const auto describe = [](const SubunitInfo& info, const QString&) {
+            return Describe(info.IsFile, info.Data.Size, info.Data.LastWriteTime);
+        };
+        return WalkImage(image, lister, describe, found);
     }
 
     static QStringList ErrorPaths()
@@ -246,17 +229,6 @@ protected:
     QTemporaryDir m_dir;
     QString m_tree = m_dir.filePath(QStringLiteral("tree"));
 };
-
-// Lists one folder directly: the error; names gets the entries' names.
-int List(FolderLister& lister, const QString& path, QStringList* names)
-{
-    return lister.List(
-        path, [&](const FolderIdentity&) { return true; },
-        [&](const FindData& data) {
-            names->append(data.FileName);
-            return true;
-        });
-}
 
 } // namespace
 
@@ -281,11 +253,11 @@ TEST_F(UdfImageFolderListerTest, AUdfOnlyImageListsTheSourceTreeWithSizesAndTime
     // A folder not listed yet is found by its path; a file or a path outside is not one.
     UdfImageFolderLister fresh(image);
     QStringList names;
-    EXPECT_EQ(List(fresh, image + QStringLiteral("/Deep/1/2/3/4"), &names), 0);
+    EXPECT_EQ(ListNames(fresh, image + QStringLiteral("/Deep/1/2/3/4"), &names), 0);
     EXPECT_EQ(names, QStringList{QStringLiteral("5")});
-    EXPECT_EQ(List(fresh, image + QStringLiteral("/some.dat"), &names), ENOTDIR);
-    EXPECT_EQ(List(fresh, image + QStringLiteral("/Deep/None"), &names), ENOENT);
-    EXPECT_EQ(List(fresh, m_dir.path(), &names), ENOENT);
+    EXPECT_EQ(ListNames(fresh, image + QStringLiteral("/some.dat"), &names), ENOTDIR);
+    EXPECT_EQ(ListNames(fresh, image + QStringLiteral("/Deep/None"), &names), ENOENT);
+    EXPECT_EQ(ListNames(fresh, m_dir.path(), &names), ENOENT);
     EXPECT_EQ(names.size(), 1);
 }
 
@@ -341,7 +313,7 @@ TEST_F(UdfImageFolderListerTest, TheChosenListerShowsUdfThenRockRidgeThenJolietN
             ASSERT_NE(dynamic_cast<UdfImageFolderLister*>(lister.get()), nullptr)
                 << media.toStdString();
             QStringList names;
-            EXPECT_EQ(List(*lister, image, &names), 0);
+            EXPECT_EQ(ListNames(*lister, image, &names), 0);
             EXPECT_TRUE(names.isEmpty()) << media.toStdString();
         }
     }
