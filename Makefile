@@ -6,7 +6,7 @@ JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 # Extra arguments for CMake, e.g. CMAKE_ARGS=-DSHELFWISE_WERROR=ON (as CI runs it).
 CMAKE_ARGS ?=
 
-.PHONY: all bootstrap configure build run test bench clean
+.PHONY: all bootstrap configure build run test bench package-check clean
 
 all: build
 
@@ -28,6 +28,11 @@ test: build
 
 bench: build
 	@scripts/bench "$(BUILD_DIR)"
+
+# Builds the Debian package in build-package and checks it: lintian, an unpacked
+# install, the programs run from it, the desktop files' validators.
+package-check: bootstrap
+	@bash scripts/package-check
 
 clean:
 	@rm -rf $(BUILD_DIR) $(BUILD_DIR).configure.log

@@ -8,6 +8,8 @@ int main(int argc, char** argv)
     QApplication application(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("Korvalt"));
     QApplication::setApplicationName(QStringLiteral("Shelfwise"));
+    // Ties the window to its desktop entry (icon and name in task bars on Wayland).
+    QGuiApplication::setDesktopFileName(QStringLiteral("org.korvalt.Shelfwise"));
     CShelfwiseApp app;
     if (!app.InitInstance(QApplication::arguments()))
         return 0;

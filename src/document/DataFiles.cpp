@@ -1,5 +1,6 @@
 #include "document/DataFiles.h"
 
+#include "InstallLayout.h"
 #include "common/FileCopy.h"
 
 #include <QCoreApplication>
@@ -13,8 +14,17 @@ QString InstalledFolder()
     const QString fromEnvironment = qEnvironmentVariable("SHELFWISE_DATA_DIR");
     if (!fromEnvironment.isEmpty())
         return QDir::cleanPath(fromEnvironment);
-    return QDir::cleanPath(QCoreApplication::applicationDirPath() +
-                           QStringLiteral("/../share/shelfwise"));
+    // Installed, the data folder lies where the install folders put it relative to the
+    // program; in the build tree it is always <build>/share/shelfwise beside <build>/bin.
+    const QDir program(QCoreApplication::applicationDirPath());
+    const QString installed =
+        QDir::cleanPath(program.filePath(QStringLiteral(SHELFWISE_DATA_FROM_PROGRAM)));
+    const QString buildTree =
+        QDir::cleanPath(program.filePath(QStringLiteral("../share/shelfwise")));
+    if (!QFileInfo::exists(installed + QStringLiteral("/empty.db3")) &&
+        QFileInfo::exists(buildTree + QStringLiteral("/empty.db3")))
+        return buildTree;
+    return installed;
 }
 
 bool InstallMissing(const QString& installedFolder, const QString& settingsFolder)

@@ -5,8 +5,9 @@
 namespace DataFiles {
 
 // The folder of the data files installed with the program (empty.db3, test.db3,
-// Updates/): <program folder>/../share/shelfwise, as in the build tree and an
-// installed prefix. SHELFWISE_DATA_DIR replaces it.
+// Updates/, help/): <program folder>/../share/shelfwise below an installed prefix (or
+// wherever the install folders put it) and in the build tree. SHELFWISE_DATA_DIR
+// replaces it.
 QString InstalledFolder();
 
 // Copies into the settings folder every installed data file that is missing there:

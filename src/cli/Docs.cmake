@@ -1,0 +1,1 @@
+# The manual pages and the bash completion (written by the docs helper).

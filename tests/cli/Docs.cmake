@@ -1,0 +1,1 @@
+# Tests of the manual pages and the bash completion.
