@@ -222,6 +222,11 @@ std::vector<CliCommand> AddCommands()
           {QStringLiteral("--eject"), 0}},
          3,
          3,
-         &AddDisc},
+         &AddDisc,
+         "The disc is named after its volume label unless --name is given. A disc that\n"
+         "matches a catalogued one by the duplicate settings (CheckSerialNumber,\n"
+         "CheckSize, CheckLabel) is not added: the matches are listed and the status is\n"
+         "3, unless --force. --eject ejects the disc when the addition ends, as the\n"
+         "AutoEject setting does."},
     };
 }

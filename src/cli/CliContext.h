@@ -78,6 +78,9 @@ struct CliCommand
     int minPositionals;
     int maxPositionals;
     int (*run)(CliContext&);
+    // More help after the summary, in COMMAND --help and the manual page: paragraphs
+    // separated by an empty line, lines of at most 80 columns. nullptr when there is none.
+    const char* details = nullptr;
 };
 
 std::vector<CliCommand> AddCommands();

@@ -4,6 +4,7 @@
 #include "cli/CliMain.h"
 
 #include "cli/CliContext.h"
+#include "cli/CliHelp.h"
 #include "cli/Interrupt.h"
 #include "common/Strings.h"
 #include "document/DataFiles.h"
@@ -22,54 +23,10 @@
 
 namespace {
 
-std::vector<CliCommand> AllCommands()
-{
-    std::vector<CliCommand> all;
-    for (auto list : {CatalogueCommands(), AddCommands(), CategoryCommands(), DriveCommands(),
-                      ReportCommands(), SearchCommands(), SettingsCommands()})
-        all.insert(all.end(), list.begin(), list.end());
-    return all;
-}
-
 void Print(std::FILE* stream, const QString& text)
 {
     const QByteArray bytes = text.toUtf8();
     std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stream);
-}
-
-QString GeneralHelp(const std::vector<CliCommand>& commands)
-{
-    QString text = QStringLiteral(
-        "usage: shelfwise-cli [--settings-dir DIR] [--json] [--yes | --no] COMMAND [ARGS...]\n"
-        "       shelfwise-cli --version | --help | COMMAND --help\n\n"
-        "Catalogues discs, folders and files in a Shelfwise catalogue (.db3) without a window.\n"
-        "Every change is saved to the catalogue file when the command succeeds.\n\n"
-        "Options (also after the command name):\n"
-        "  --settings-dir DIR  use DIR as the settings folder (as SHELFWISE_SETTINGS_DIR does)\n"
-        "  --json              print results as JSON instead of tab-separated text\n"
-        "  --yes, --no         answer every question the window would ask\n\n"
-        "Commands:\n");
-    for (const CliCommand& command : commands)
-        text += QStringLiteral("  %1  %2\n")
-                    .arg(QString::fromLatin1(command.name), -16)
-                    .arg(QString::fromLatin1(command.summary));
-    text += QStringLiteral(
-        "\nA STORAGE is a storage's id or exact name, a CATEGORY a category's id or name,\n"
-        "a unit is named by --unit ID. Exit status: 0 success, 1 error, 2 wrong usage,\n"
-        "3 duplicate discs found, 130 cancelled.\n\n"
-        "Example:\n"
-        "  shelfwise-cli new discs.db3\n"
-        "  shelfwise-cli add-storage discs.db3 \"Living room shelf\" --notes \"top row\"\n"
-        "  shelfwise-cli storages discs.db3\n"
-        "  shelfwise-cli search discs.db3 --text holiday --sort size --descending\n");
-    return text;
-}
-
-QString CommandHelp(const CliCommand& command)
-{
-    return QStringLiteral("usage: shelfwise-cli %1 %2\n\n%3.\n")
-        .arg(QString::fromLatin1(command.name), QString::fromLatin1(command.usage),
-             QString::fromLatin1(command.summary));
 }
 
 // The last resort: whatever a command throws ends it with a message and status 1, as
@@ -98,7 +55,7 @@ int RunShelfwiseCli(int argc, char** argv, const DriveSystemFactory& drives)
     // pictures; a script reading stderr wants only the program's own messages.
     QLoggingCategory::setFilterRules(
         QStringLiteral("qt.gui.imageio*=false\nqt.gui.icc=false\nqt.svg=false"));
-    const std::vector<CliCommand> commands = AllCommands();
+    const std::vector<CliCommand> commands = CliHelp::AllCommands();
 
     // Global options may stand before or after the command name.
     QStringList rest;
@@ -135,7 +92,7 @@ int RunShelfwiseCli(int argc, char** argv, const DriveSystemFactory& drives)
     }
 
     if (rest.isEmpty()) {
-        Print(help ? stdout : stderr, GeneralHelp(commands));
+        Print(help ? stdout : stderr, CliHelp::GeneralHelp(commands));
         return help ? ExitStatus::Success : ExitStatus::Usage;
     }
     const CliCommand* command = nullptr;
@@ -145,11 +102,11 @@ int RunShelfwiseCli(int argc, char** argv, const DriveSystemFactory& drives)
     }
     if (!command) {
         Print(stderr, QStringLiteral("shelfwise-cli: unknown command %1\n\n").arg(rest.first()) +
-                          GeneralHelp(commands));
+                          CliHelp::GeneralHelp(commands));
         return ExitStatus::Usage;
     }
     if (help) {
-        Print(stdout, CommandHelp(*command));
+        Print(stdout, CliHelp::CommandHelp(*command));
         return ExitStatus::Success;
     }
 
@@ -160,12 +117,12 @@ int RunShelfwiseCli(int argc, char** argv, const DriveSystemFactory& drives)
     QString error;
     if (!context.Args.Parse(rest.mid(1), command->options, error)) {
         Print(stderr, QStringLiteral("shelfwise-cli %1: %2\n").arg(rest.first(), error) +
-                          CommandHelp(*command));
+                          CliHelp::CommandHelp(*command));
         return ExitStatus::Usage;
     }
     const int count = static_cast<int>(context.Args.Positionals().size());
     if (count < command->minPositionals || count > command->maxPositionals) {
-        Print(stderr, CommandHelp(*command));
+        Print(stderr, CliHelp::CommandHelp(*command));
         return ExitStatus::Usage;
     }
 

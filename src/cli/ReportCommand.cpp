@@ -150,6 +150,10 @@ std::vector<CliCommand> ReportCommands()
          {{kStorage, 1}, {kLevel, 1}, {kOpen, 0}},
          2,
          2,
-         &Report},
+         &Report,
+         "Without --storage the report holds every storage. --level 1 (the default)\n"
+         "lists what lies directly in each storage, 2 and 3 go that many levels down,\n"
+         "all lists everything. --open hands the finished page to the desktop's\n"
+         "browser."},
     };
 }

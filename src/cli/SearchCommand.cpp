@@ -244,5 +244,20 @@ std::vector<CliCommand> SearchCommands()
               {Opt("--descending"), 0}},
              1,
              1,
-             &Search}};
+             &Search,
+             "--text finds the units whose name holds TEXT, with --notes also those whose\n"
+             "notes hold it; % and _ in a text are wildcards.\n"
+             "\n"
+             "OP is one of <, = and >; UNIT one of Bytes, KBytes, MBytes and GBytes.\n"
+             "FIELD is added, created or modified; FROM and TO are YYYY-MM-DD (a whole\n"
+             "day: from 00:00:00, to 23:59:59) or \"YYYY-MM-DD HH:MM:SS\".\n"
+             "\n"
+             "--category chooses the mode of the advanced search: all categories, music\n"
+             "only, pictures only, films only, or one custom category. The tags (--title,\n"
+             "--artist, --album, --year, --genre) need music; --width and --height need\n"
+             "pictures or films; --duration needs films.\n"
+             "\n"
+             "--sort orders the results as the results list does, --descending reverses\n"
+             "it. Without a match the command says \"No matches found. Try another\n"
+             "search.\" on stderr and ends with status 0."}};
 }

@@ -1,1 +1,14 @@
-# Tests of the manual pages and the bash completion.
+# Tests of the manual pages and the bash completion, against what the built program prints
+# (where they are made: not on Windows).
+if(NOT TARGET cli_docs)
+  return()
+endif()
+target_sources(core_tests PRIVATE
+  ${CMAKE_CURRENT_LIST_DIR}/BashCompletion_test.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/ManPage_test.cpp)
+target_compile_definitions(core_tests PRIVATE
+  SHELFWISE_CLI_MAN_PAGE="$<TARGET_PROPERTY:cli_docs,SHELFWISE_CLI_MAN_PAGE>"
+  SHELFWISE_DESKTOP_MAN_PAGE="$<TARGET_PROPERTY:cli_docs,SHELFWISE_DESKTOP_MAN_PAGE>"
+  SHELFWISE_BASH_COMPLETION="$<TARGET_PROPERTY:cli_docs,SHELFWISE_BASH_COMPLETION>"
+  SHELFWISE_MKDOCS="$<TARGET_FILE:shelfwise-mkdocs>")
+add_dependencies(core_tests cli_docs)

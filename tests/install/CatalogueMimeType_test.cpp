@@ -121,13 +121,14 @@ int main(int argc, char** argv)
     QTemporaryDir data;
     const QString system = QStringLiteral("/usr/share/mime/packages/freedesktop.org.xml");
     const QString packages = data.filePath(QStringLiteral("mime/packages"));
+    // update-mime-database notes on stderr when its folder is not on the data path.
+    qputenv("XDG_DATA_DIRS", QFile::encodeName(data.path()));
+    qputenv("XDG_DATA_HOME", QFile::encodeName(data.filePath(QStringLiteral("home"))));
     if (QFile::exists(system) && QDir().mkpath(packages) &&
         QFile::copy(system, packages + QStringLiteral("/freedesktop.org.xml")) &&
         QFile::copy(QStringLiteral(SHELFWISE_MIME_XML),
                     packages + QStringLiteral("/shelfwise.xml")) &&
         RunTool(QStringLiteral("update-mime-database"), {data.filePath(QStringLiteral("mime"))})) {
-        qputenv("XDG_DATA_DIRS", QFile::encodeName(data.path()));
-        qputenv("XDG_DATA_HOME", QFile::encodeName(data.filePath(QStringLiteral("home"))));
         qputenv("SHELFWISE_TEST_MIME_READY", "1");
     }
     QCoreApplication app(argc, argv);

@@ -1,0 +1,115 @@
+#include "cli/CliHelp.h"
+
+#include <QRegularExpression>
+
+namespace CliHelp {
+
+QString ProgramName()
+{
+    return QStringLiteral("shelfwise-cli");
+}
+
+std::vector<CliCommand> AllCommands()
+{
+    std::vector<CliCommand> all;
+    for (auto list : {CatalogueCommands(), AddCommands(), CategoryCommands(), DriveCommands(),
+                      ReportCommands(), SearchCommands(), SettingsCommands()})
+        all.insert(all.end(), list.begin(), list.end());
+    return all;
+}
+
+const std::vector<GlobalOption>& GlobalOptions()
+{
+    static const std::vector<GlobalOption> options{
+        {"--settings-dir DIR", "use DIR as the settings folder (as SHELFWISE_SETTINGS_DIR does)"},
+        {"--json", "print results as JSON instead of tab-separated text"},
+        {"--yes, --no", "answer every question the window would ask"},
+    };
+    return options;
+}
+
+QStringList Synopsis()
+{
+    QString first;
+    for (const GlobalOption& option : GlobalOptions()) {
+        QString names = QString::fromLatin1(option.names);
+        names.replace(QStringLiteral(", "), QStringLiteral(" | "));
+        first += QStringLiteral("[%1] ").arg(names);
+    }
+    return {first + QStringLiteral("COMMAND [ARGS...]"),
+            QStringLiteral("--version | --help | COMMAND --help")};
+}
+
+QString Description()
+{
+    return QStringLiteral(
+        "Catalogues discs, folders and files in a Shelfwise catalogue (.db3) without a window.\n"
+        "Every change is saved to the catalogue file when the command succeeds.");
+}
+
+QStringList Examples()
+{
+    return {
+        QStringLiteral("shelfwise-cli new discs.db3"),
+        QStringLiteral("shelfwise-cli add-storage discs.db3 \"Living room shelf\" --notes \"top "
+                       "row\""),
+        QStringLiteral("shelfwise-cli storages discs.db3"),
+        QStringLiteral("shelfwise-cli search discs.db3 --text holiday --sort size --descending"),
+    };
+}
+
+QString OneLineUsage(const CliCommand& command)
+{
+    static const QRegularExpression lineBreak(QStringLiteral("\\s*\\n\\s*"));
+    return QString::fromLatin1(command.usage).replace(lineBreak, QStringLiteral(" "));
+}
+
+QStringList DetailParagraphs(const CliCommand& command)
+{
+    QStringList paragraphs;
+    if (!command.details)
+        return paragraphs;
+    const QStringList blocks =
+        QString::fromLatin1(command.details).split(QStringLiteral("\n\n"), Qt::SkipEmptyParts);
+    for (const QString& block : blocks)
+        paragraphs << block.simplified();
+    return paragraphs;
+}
+
+QString GeneralHelp(const std::vector<CliCommand>& commands)
+{
+    const QStringList synopsis = Synopsis();
+    QString text = QStringLiteral("usage: %1 %2\n       %1 %3\n\n%4\n\n")
+                       .arg(ProgramName(), synopsis.at(0), synopsis.at(1), Description());
+    text += QStringLiteral("Options (also after the command name):\n");
+    for (const GlobalOption& option : GlobalOptions())
+        text += QStringLiteral("  %1  %2\n")
+                    .arg(QString::fromLatin1(option.names), -18)
+                    .arg(QString::fromLatin1(option.summary));
+    text += QStringLiteral("\nCommands:\n");
+    for (const CliCommand& command : commands)
+        text += QStringLiteral("  %1  %2\n")
+                    .arg(QString::fromLatin1(command.name), -16)
+                    .arg(QString::fromLatin1(command.summary));
+    text += QStringLiteral(
+        "\nA STORAGE is a storage's id or exact name, a CATEGORY a category's id or name,\n"
+        "a unit is named by --unit ID. Exit status: 0 success, 1 error, 2 wrong usage,\n"
+        "3 duplicate discs found, 130 cancelled.\n\n"
+        "Example:\n");
+    for (const QString& example : Examples())
+        text += QStringLiteral("  ") + example + QLatin1Char('\n');
+    return text;
+}
+
+QString CommandHelp(const CliCommand& command)
+{
+    QString text =
+        QStringLiteral("usage: %1 %2 %3\n\n%4.\n")
+            .arg(ProgramName(), QString::fromLatin1(command.name),
+                 QString::fromLatin1(command.usage), QString::fromLatin1(command.summary));
+    if (command.details)
+        text += QLatin1Char('\n') + QString::fromLatin1(command.details) + QLatin1Char('\n');
+    return text;
+}
+
+} // namespace CliHelp
