@@ -39,6 +39,22 @@ QString Italic(const QString& text)
     return QStringLiteral("\\fI") + EscapeText(text, false) + QStringLiteral("\\fR");
 }
 
+// Escapes the text between the matches of a pattern and sets each match as format says.
+template <typename Format>
+QString Marked(const QString& text, const QRegularExpression& pattern, Format format)
+{
+    QString roff;
+    qsizetype done = 0;
+    auto matches = pattern.globalMatch(text);
+    while (matches.hasNext()) {
+        const QRegularExpressionMatch match = matches.next();
+        roff += EscapeText(text.mid(done, match.capturedStart() - done), done == 0);
+        roff += format(match);
+        done = match.capturedEnd();
+    }
+    return roff + EscapeText(text.mid(done), done == 0);
+}
+
 // Prose as roff: <b>...</b> and <i>...</i> set a stretch in bold or italics, option names
 // (--name) are bold wherever they stand and the words of italicWords (the placeholders
 // of a command's usage) italic; everything else is escaped.
@@ -51,24 +67,15 @@ QString Text(const QString& prose, const QStringList& italicWords = {})
             words << QRegularExpression::escape(word);
         pattern += QStringLiteral("|\\b(%1)\\b").arg(words.join(QLatin1Char('|')));
     }
-    const QRegularExpression markup(pattern);
-    QString roff;
-    qsizetype done = 0;
-    auto matches = markup.globalMatch(prose);
-    while (matches.hasNext()) {
-        const QRegularExpressionMatch match = matches.next();
-        roff += EscapeText(prose.mid(done, match.capturedStart() - done), done == 0);
+    return Marked(prose, QRegularExpression(pattern), [](const QRegularExpressionMatch& match) {
         if (match.capturedStart(1) >= 0)
-            roff += Bold(match.captured(1));
-        else if (match.capturedStart(2) >= 0)
-            roff += Italic(match.captured(2));
-        else if (match.capturedStart(3) >= 0)
-            roff += Bold(match.captured(3));
-        else
-            roff += Italic(match.captured(4));
-        done = match.capturedEnd();
-    }
-    return roff + EscapeText(prose.mid(done), done == 0);
+            return Bold(match.captured(1));
+        if (match.capturedStart(2) >= 0)
+            return Italic(match.captured(2));
+        if (match.capturedStart(3) >= 0)
+            return Bold(match.captured(3));
+        return Italic(match.captured(4));
+    });
 }
 
 // A usage text as a synopsis shows it: what is typed as it stands (option names,
@@ -79,16 +86,9 @@ QString Usage(const QString& usage)
     static const QRegularExpression token(
         QStringLiteral("(?<![\\w.-])(--?[a-z][a-z0-9-]*)|([A-Z][A-Za-z0-9.]*[A-Za-z0-9]|[A-Z])|"
                        "([a-z0-9]+)"));
-    QString roff;
-    qsizetype done = 0;
-    auto matches = token.globalMatch(usage);
-    while (matches.hasNext()) {
-        const QRegularExpressionMatch match = matches.next();
-        roff += EscapeText(usage.mid(done, match.capturedStart() - done), done == 0);
-        roff += match.capturedStart(2) >= 0 ? Italic(match.captured()) : Bold(match.captured());
-        done = match.capturedEnd();
-    }
-    return roff + EscapeText(usage.mid(done), done == 0);
+    return Marked(usage, token, [](const QRegularExpressionMatch& match) {
+        return match.capturedStart(2) >= 0 ? Italic(match.captured()) : Bold(match.captured());
+    });
 }
 
 // The placeholders of a usage text, which its prose sets in italics.
