@@ -246,7 +246,8 @@ std::vector<CliCommand> SearchCommands()
              1,
              &Search,
              "--text finds the units whose name holds TEXT, with --notes also those whose\n"
-             "notes hold it; % and _ in a text are wildcards.\n"
+             "notes hold it. Texts are taken as typed, apostrophes included; * or % stands\n"
+             "for any run of characters, ? or _ for any one character.\n"
              "\n"
              "OP is one of <, = and >; UNIT one of Bytes, KBytes, MBytes and GBytes.\n"
              "FIELD is added, created or modified; FROM and TO are YYYY-MM-DD (a whole\n"

@@ -2,10 +2,22 @@
 #include "sqlitewrapper/RowMappers.h"
 #include "sqlitewrapper/SqliteWrapper.h"
 
+using SqlText::EscapeSqlQuotes;
 using SqlText::Format;
 using SqlText::FormatSqlDate;
 
 namespace {
+
+// A search text as it goes between the quotes of a LIKE pattern: quotes doubled, so a
+// name like "Anna's" is found; '%' and '_' stay LIKE's wildcards, and '*' and '?',
+// which people type for the same, stand for them.
+QString LikeText(const QString& typed)
+{
+    QString text = EscapeSqlQuotes(typed);
+    text.replace(QLatin1Char('*'), QLatin1Char('%'));
+    text.replace(QLatin1Char('?'), QLatin1Char('_'));
+    return text;
+}
 
 QString DateColumn(int dateField)
 {
@@ -39,14 +51,13 @@ QString CSqliteWrapper::BuildSearchQuery(const SearchCriteria& c)
     default:
         break;
     }
-    // Texts go into the LIKE patterns as typed: '%' and '_' act as wildcards, and a
-    // single quote ends the literal. SearchUnits refuses what is then more than one
-    // statement, or a statement that would write.
+    // Every text is a proper literal (see LikeText); SearchUnits still refuses what is
+    // more than one statement, or a statement that would write.
+    const QString text = LikeText(c.Text);
     if (c.SearchNotes)
-        sql +=
-            Format("WHERE (UnitName LIKE '%%%s%%' OR UnitNotes LIKE '%%%s%%') ", {c.Text, c.Text});
+        sql += Format("WHERE (UnitName LIKE '%%%s%%' OR UnitNotes LIKE '%%%s%%') ", {text, text});
     else
-        sql += Format("WHERE UnitName LIKE '%%%s%%' ", {c.Text});
+        sql += Format("WHERE UnitName LIKE '%%%s%%' ", {text});
     if (c.UseSize)
         sql += Format(" AND UnitSize %c %lld", {c.SizeOperator, c.Size});
     if (c.StorageID != 0)
@@ -64,15 +75,15 @@ QString CSqliteWrapper::BuildSearchQuery(const SearchCriteria& c)
     if (c.UseDuration)
         sql += Format(" AND Duration %c %d", {c.DurationOperator, c.Duration});
     if (!c.Title.IsNull())
-        sql += Format(" AND Title LIKE '%%%s%%'", {c.Title.Value()});
+        sql += Format(" AND Title LIKE '%%%s%%'", {LikeText(c.Title.Value())});
     if (!c.Album.IsNull())
-        sql += Format(" AND Album LIKE '%%%s%%'", {c.Album.Value()});
+        sql += Format(" AND Album LIKE '%%%s%%'", {LikeText(c.Album.Value())});
     if (!c.Artist.IsNull())
-        sql += Format(" AND Artist LIKE '%%%s%%'", {c.Artist.Value()});
+        sql += Format(" AND Artist LIKE '%%%s%%'", {LikeText(c.Artist.Value())});
     if (!c.Year.IsNull())
         sql += Format(" AND Year = %d", {c.Year.Value()});
     if (!c.Genre.IsNull())
-        sql += Format(" AND Genre LIKE '%%%s%%'", {c.Genre.Value()});
+        sql += Format(" AND Genre LIKE '%%%s%%'", {LikeText(c.Genre.Value())});
     return sql;
 }
 

@@ -139,23 +139,26 @@ TEST_F(HostileInput, SearchTextCannotRunASecondStatement)
           QStringList{"--category", "music", "--title", kDeleteAll},
           QStringList{"--category", "music", "--album", kDeleteAll},
           QStringList{"--category", "music", "--genre", kDeleteAll}}) {
-        const CliResult result = Run(QStringList{"search", cat} + options);
-        EXPECT_EQ(result.status, 1) << options.join(' ').toStdString();
+        const CliResult result = Run(QStringList{"--json", "search", cat} + options);
+        EXPECT_EQ(result.status, 0) << options.join(' ').toStdString();
+        EXPECT_TRUE(QJsonDocument::fromJson(result.out.toUtf8()).array().isEmpty());
     }
     EXPECT_EQ(Number(cat, count), units);
 
     // ATTACH would reach past the working copy to any file the user can write.
     const QString attachOther = "x'; ATTACH '" + other + "' AS u; DELETE FROM u.Units; --";
-    EXPECT_EQ(Run({"search", cat, "--text", attachOther}).status, 1);
+    EXPECT_EQ(Run({"search", cat, "--text", attachOther}).status, 0);
     EXPECT_EQ(Number(other, count), units);
     const QString absent = Path("absent.db3");
-    EXPECT_EQ(Run({"search", cat, "--text", "x'; ATTACH '" + absent + "' AS u; --"}).status, 1);
+    EXPECT_EQ(Run({"search", cat, "--text", "x'; ATTACH '" + absent + "' AS u; --"}).status, 0);
     EXPECT_FALSE(QFileInfo::exists(absent));
 
-    // A lone quote still spoils the pattern; '%' and '_' are still wildcards.
-    EXPECT_EQ(Run({"search", cat, "--text", "it's"}).status, 1);
+    // A quote is text; '%' and '_' (and '*', '?') are wildcards.
+    const CliResult quoted = Run({"--json", "search", cat, "--text", "don't stop"});
+    EXPECT_EQ(quoted.status, 0) << quoted.err.toStdString();
+    EXPECT_EQ(QJsonDocument::fromJson(quoted.out.toUtf8()).array().size(), 1);
     const qint64 named = Number(cat, "SELECT COUNT(*) FROM Units WHERE UnitName <> ''");
-    for (const char* wildcard : {"_", "%"}) {
+    for (const char* wildcard : {"_", "%", "*", "?"}) {
         const CliResult all = Run({"--json", "search", cat, "--text", wildcard});
         EXPECT_EQ(all.status, 0) << wildcard;
         EXPECT_EQ(QJsonDocument::fromJson(all.out.toUtf8()).array().size(), named) << wildcard;

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 TEST(SearchUnits, QueryTextForRepresentativeCriteria)
 {
     SearchCriteria c;
@@ -111,10 +113,34 @@ TEST(SearchUnits, RunsAgainstACatalogue)
     db.SearchUnits(c, found);
     EXPECT_EQ(found.size(), 3u);
 
-    // A single quote ends the literal, and media columns need their join.
-    c = SearchCriteria();
+    // Quotes are text, in the name and in every tag; '*' and '?' are wildcards too.
+    cat.AddFile(box, 0, QStringLiteral("Anna's it's.txt"), 30);
+    const auto names = [&](const SearchCriteria& criteria) {
+        db.SearchUnits(criteria, found);
+        std::vector<QString> result;
+        for (const UnitListItem& item : found)
+            result.push_back(item.UnitName);
+        std::sort(result.begin(), result.end());
+        return result;
+    };
+    const std::vector<QString> anna{QStringLiteral("Anna's it's.txt")};
+    for (const char* typed : {"anna's", "it's", "'s it'", "a*'s", "ANNA?S", "n_a's%t"}) {
+        c = SearchCriteria();
+        c.Text = QString::fromUtf8(typed);
+        EXPECT_EQ(names(c), anna) << typed;
+    }
     c.Text = QStringLiteral("Tom's");
-    EXPECT_THROW(db.SearchUnits(c, found), CSqliteWrapperError);
+    EXPECT_TRUE(names(c).empty());
+    c.Text = QStringLiteral("*.txt");
+    EXPECT_EQ(names(c).size(), 3u);
+    c = SearchCriteria();
+    c.CategoryID = CategoryIds::Music;
+    c.Artist = QStringLiteral("P'raigut");
+    EXPECT_TRUE(names(c).empty());
+    c.Artist = QStringLiteral("pr?igu*");
+    EXPECT_EQ(names(c).size(), 1u);
+
+    // Media columns need their join.
     c = SearchCriteria();
     c.UseWidth = true;
     try {
