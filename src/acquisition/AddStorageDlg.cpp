@@ -18,7 +18,8 @@ CAddStorageDlg::~CAddStorageDlg() = default;
 
 QString CAddStorageDlg::Name() const
 {
-    return m_ui->nameEdit->text();
+    // Blanks around a name are never meant; a name of blanks is no name.
+    return m_ui->nameEdit->text().trimmed();
 }
 
 QString CAddStorageDlg::Description() const

@@ -80,7 +80,7 @@ int AddStorage(CliContext& ctx)
 {
     if (!ctx.OpenCatalogue(ctx.Args.Positionals().at(0), true))
         return ExitStatus::Error;
-    const QString name = ctx.Args.Positionals().at(1);
+    const QString name = ctx.Args.Positionals().at(1).trimmed();
     const QString problem = StorageNameProblem(ctx, name, -1);
     if (!problem.isEmpty())
         return ctx.Fail(problem);
@@ -173,7 +173,8 @@ int Rename(CliContext& ctx)
         OpenEditTarget(ctx, "rename FILE (STORAGE | --unit ID) NEWNAME", id, isStorage);
     if (status >= 0)
         return status;
-    const QString name = ctx.Args.Positionals().last();
+    // As in the window: blanks around a name are dropped, and blanks alone are no name.
+    const QString name = ctx.Args.Positionals().last().trimmed();
     if (isStorage) {
         const QString problem = StorageNameProblem(ctx, name, id);
         if (!problem.isEmpty())

@@ -143,7 +143,7 @@ bool CDetailsModel::setData(const QModelIndex& index, const QVariant& value, int
     if (role != Qt::EditRole || !index.isValid() || index.column() != Name)
         return false;
     UnitListItem& unit = m_rows.at(static_cast<size_t>(index.row()));
-    const QString name = value.toString();
+    const QString name = value.toString().trimmed();
     if (name.isEmpty()) {
         UserPrompter::Current().ShowMessage(Strings::IDS_UNIT_NAME_EMPTY,
                                             UserPrompter::Icon::Warning);

@@ -268,9 +268,15 @@ void CNavigationView::RenameSelected()
 
 void CNavigationView::OnItemChanged(QTreeWidgetItem* item)
 {
-    const QString name = item->text(0);
-    if (name == m_nameBeforeEdit)
+    // Blanks around a typed name are dropped; a name of blanks is refused as empty.
+    const QString name = item->text(0).trimmed();
+    if (name == m_nameBeforeEdit) {
+        if (item->text(0) != name) {
+            const QSignalBlocker blocker(this);
+            item->setText(0, name);
+        }
         return;
+    }
     UserPrompter& prompter = UserPrompter::Current();
     const bool isStorage = item->parent() == nullptr;
     bool accepted = false;
@@ -295,6 +301,8 @@ void CNavigationView::OnItemChanged(QTreeWidgetItem* item)
         const QSignalBlocker blocker(this);
         item->setText(0, m_nameBeforeEdit);
     } else {
+        const QSignalBlocker blocker(this);
+        item->setText(0, name);
         m_nameBeforeEdit = name;
     }
 }

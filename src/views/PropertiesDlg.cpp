@@ -145,7 +145,7 @@ void CPropertiesDlg::accept()
 
 bool CPropertiesDlg::StoreStorage()
 {
-    const QString name = m_nameEdit->text();
+    const QString name = m_nameEdit->text().trimmed();
     const QString notes = m_descriptionEdit->toPlainText();
     UserPrompter& prompter = UserPrompter::Current();
     if (name.isEmpty()) {
@@ -176,7 +176,7 @@ bool CPropertiesDlg::StoreUnit()
 {
     // Only a disc may be renamed here: folders and files keep their catalogued names.
     if (m_kind == UnitKind::Disc) {
-        const QString name = m_nameEdit->text();
+        const QString name = m_nameEdit->text().trimmed();
         if (name.isEmpty()) {
             UserPrompter::Current().ShowMessage(Strings::IDS_UNIT_NAME_EMPTY,
                                                 UserPrompter::Icon::Warning);

@@ -116,7 +116,10 @@ TEST(AddStorageDialog, RefusesAnEmptyOrTakenNameAndReturnsTheInput)
     ASSERT_EQ(prompter.Messages().size(), 1U);
     EXPECT_EQ(prompter.LastMessage(), QStringLiteral("Please set storage name."));
     EXPECT_EQ(prompter.Messages().back().MessageIcon, UserPrompter::Icon::Warning);
-    name->setText(QStringLiteral("Box \"1\""));
+    name->setText(QStringLiteral("   "));
+    dialog.accept();
+    EXPECT_EQ(prompter.LastMessage(), QStringLiteral("Please set storage name."));
+    name->setText(QStringLiteral(" Box \"1\" "));
     dialog.accept();
     EXPECT_EQ(prompter.LastMessage(),
               QStringLiteral("Storage with name \"Box \"1\"\" is already exists. Please choose "
@@ -129,7 +132,7 @@ TEST(AddStorageDialog, RefusesAnEmptyOrTakenNameAndReturnsTheInput)
     dialog.findChild<QPlainTextEdit*>(QStringLiteral("descriptionEdit"))
         ->setPlainText(QStringLiteral("under the stairs"));
     dialog.accept();
-    EXPECT_EQ(prompter.Messages().size(), 2U);
+    EXPECT_EQ(prompter.Messages().size(), 3U);
     EXPECT_EQ(dialog.result(), QDialog::Accepted);
     EXPECT_EQ(dialog.Name(), QStringLiteral("shelf"));
     EXPECT_EQ(dialog.Description(), QStringLiteral("under the stairs"));

@@ -121,6 +121,13 @@ TEST_F(Editing, RenamesInBothPanesAreCheckedAndStored)
     // Letter case alone makes another name.
     renameTo(living, attic.toUpper());
     EXPECT_EQ(Doc().Database().GetStorage(kLivingRoom).StorageName, attic.toUpper());
+    // Blanks alone are no name; blanks around one are dropped, in the tree and the file.
+    renameTo(living, QStringLiteral(" \t "));
+    EXPECT_EQ(m_prompter.LastMessage(), Strings::LoadString(Strings::IDS_STORAGE_NAME_EMPTY));
+    EXPECT_EQ(living->text(0), attic.toUpper());
+    renameTo(living, QStringLiteral("  Shelf 2  "));
+    EXPECT_EQ(Doc().Database().GetStorage(kLivingRoom).StorageName, QStringLiteral("Shelf 2"));
+    EXPECT_EQ(living->text(0), QStringLiteral("Shelf 2"));
 
     // A disc in the tree, then the same disc in the list.
     QTreeWidgetItem* disc = Child(living, kHolidayFilms);
@@ -137,6 +144,7 @@ TEST_F(Editing, RenamesInBothPanesAreCheckedAndStored)
         ++row;
     const QModelIndex name = model.index(row, CDetailsModel::Name);
     EXPECT_FALSE(model.setData(name, QString(), Qt::EditRole));
+    EXPECT_FALSE(model.setData(name, QStringLiteral("   "), Qt::EditRole));
     EXPECT_TRUE(model.setData(name, QStringLiteral("Summer \"19\""), Qt::EditRole));
     EXPECT_EQ(Doc().Database().GetUnit(kHolidayFilms).UnitName, QStringLiteral("Summer \"19\""));
     // The tree item of the disc follows the list.
