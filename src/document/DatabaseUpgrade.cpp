@@ -14,8 +14,14 @@
 
 bool CShelfwiseDoc::CheckDatabaseVersion()
 {
+    return CheckCatalogueVersion(m_db, m_workingCopyPath, m_cataloguePath);
+}
+
+bool CShelfwiseDoc::CheckCatalogueVersion(CSqliteWrapper& db, const QString& workingPath,
+                                          const QString& cataloguePath)
+{
     QString versionText;
-    if (!Guard([&] { versionText = m_db.GetDatabaseVersion(); }))
+    if (!Guard([&] { versionText = db.GetDatabaseVersion(); }))
         return false;
     const quint32 catalogueVersion = Version::ParseVersionNumber(versionText);
     const quint32 programVersion = Version::ProgramVersion();
@@ -30,7 +36,7 @@ bool CShelfwiseDoc::CheckDatabaseVersion()
         }
         bool upgraded = false;
         Guard([&] {
-            UpgradeDatabase(catalogueVersion);
+            UpgradeCatalogue(db, catalogueVersion, workingPath, cataloguePath);
             upgraded = true;
         });
         return upgraded;
@@ -45,6 +51,12 @@ bool CShelfwiseDoc::CheckDatabaseVersion()
 }
 
 void CShelfwiseDoc::UpgradeDatabase(quint32 catalogueVersion)
+{
+    UpgradeCatalogue(m_db, catalogueVersion, m_workingCopyPath, m_cataloguePath);
+}
+
+void CShelfwiseDoc::UpgradeCatalogue(CSqliteWrapper& db, quint32 catalogueVersion,
+                                     const QString& workingPath, const QString& cataloguePath)
 {
     // Scripts by the version they bring, oldest first; the first file found for a
     // version wins. Every entry takes part, whatever its extension.
@@ -70,14 +82,14 @@ void CShelfwiseDoc::UpgradeDatabase(quint32 catalogueVersion)
         statements.push_back(text);
     }
     if (!statements.empty()) {
-        m_db.ExecuteInTransaction(statements);
-        m_db.LoadCategories();
-        m_db.LoadFileExtensions();
+        db.ExecuteInTransaction(statements);
+        db.LoadCategories();
+        db.LoadFileExtensions();
     }
 
     // The upgrade is saved at once, without asking, for a catalogue that has a file.
-    if (!m_cataloguePath.isEmpty()) {
-        FileCopy::CopyOver(m_workingCopyPath, m_cataloguePath);
+    if (!cataloguePath.isEmpty()) {
+        FileCopy::CopyOver(workingPath, cataloguePath);
     } else {
         m_bChanged = true;
         if (Settings::Instance().AutosaveAfterUpdate)

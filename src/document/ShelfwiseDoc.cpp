@@ -129,20 +129,63 @@ void CShelfwiseDoc::FinishLoading()
     m_loaded = true;
 }
 
-bool CShelfwiseDoc::OnOpenDocument(const QString& path)
+void CShelfwiseDoc::ReportOpenFailure(const QString& path, int code, const QString& detail)
+{
+    const QString headline = Strings::LoadString(Strings::IDS_NOT_A_CATALOGUE);
+    QString text = headline + QStringLiteral("\n\n") + QDir::toNativeSeparators(path);
+    if (!detail.isEmpty() && detail != headline)
+        text += QStringLiteral("\n\n") + detail;
+    ErrorLog::Instance().ReportError(code, text, QString::fromLatin1(kSourceName), __LINE__, false,
+                                     false);
+}
+
+bool CShelfwiseDoc::PrepareToOpen(const QString& path, const QString& candidate)
 {
     // A FIFO would block the copy for ever and a device such as /dev/zero would fill
     // the disk: only a regular file can be a catalogue.
     if (!QFileInfo(path).isFile()) {
-        ErrorLog::Instance().ReportError(0, Strings::LoadString(Strings::IDS_NOT_A_CATALOGUE),
-                                         QString::fromLatin1(kSourceName), __LINE__, false, false);
+        ReportOpenFailure(path, 0, QString());
         return false;
     }
+    QFile::remove(candidate);
+    if (!FileCopy::CopyOver(path, candidate)) {
+        QFile file(path);
+        ReportOpenFailure(path, 0, file.open(QIODevice::ReadOnly) ? QString() : file.errorString());
+        return false;
+    }
+    CSqliteWrapper probe;
+    try {
+        probe.Open(candidate, false);
+        probe.GetDatabaseVersion();
+    } catch (const CSqliteWrapperError& error) {
+        ReportOpenFailure(path, error.GetCode(), QString::fromUtf8(error.what()));
+        return false;
+    }
+    return CheckCatalogueVersion(probe, candidate, path);
+}
+
+bool CShelfwiseDoc::OnOpenDocument(const QString& path)
+{
+    // The catalogue is copied beside the working copy and checked there first: the
+    // working copy, with whatever unsaved changes it holds, is replaced only by a
+    // catalogue that opened. A file that is not a catalogue, a newer catalogue or one
+    // that cannot be read leaves the open catalogue as it was.
+    QString candidate = m_ownWorkingCopyPath;
+    candidate.replace(candidate.size() - 4, 4, QStringLiteral(".opening.db3"));
+    if (!PrepareToOpen(path, candidate)) {
+        QFile::remove(candidate);
+        QFile::remove(candidate + QStringLiteral("-journal"));
+        return false;
+    }
+    Guard([&] { m_db.Close(); });
+    QFile::remove(m_workingCopyPath);
+    QFile::remove(m_workingCopyPath + QStringLiteral("-journal"));
+    if (!QFile::rename(candidate, m_workingCopyPath))
+        FileCopy::CopyOver(candidate, m_workingCopyPath);
+    QFile::remove(candidate);
     SetModified(false);
     m_cataloguePath = path;
-    ReplaceWorkingCopy(path);
-    // A file that is no catalogue is reported, but the program stays open with what
-    // it had, so the error of the first read is not allowed to close the window.
+    // Checked already; what fails now is reported, and the program stays open.
     const bool opened = Guard([&] {
         ApplySortOrder();
         try {
@@ -152,7 +195,7 @@ bool CShelfwiseDoc::OnOpenDocument(const QString& path)
             throw error.NonFatal();
         }
     });
-    if (!opened || !CheckDatabaseVersion())
+    if (!opened)
         return false;
     FinishLoading();
     return true;

@@ -127,6 +127,18 @@ private:
     void ReportDatabaseError(const CSqliteWrapperError& error);
     void ReportFailure(const std::exception& error);
     void ReplaceWorkingCopy(const QString& source);
+    // The version check and upgrade of the catalogue open on db, whose file is
+    // workingPath, copied from cataloguePath (empty for a new catalogue).
+    bool CheckCatalogueVersion(CSqliteWrapper& db, const QString& workingPath,
+                               const QString& cataloguePath);
+    void UpgradeCatalogue(CSqliteWrapper& db, quint32 catalogueVersion, const QString& workingPath,
+                          const QString& cataloguePath);
+    // Copies path beside the working copy and checks it there: true when it is a
+    // catalogue this program may use (upgraded if it was older). Reports why not.
+    bool PrepareToOpen(const QString& path, const QString& candidate);
+    // "Database file can't be opened." with the file's name and, when there is one
+    // worth adding, what went wrong.
+    void ReportOpenFailure(const QString& path, int code, const QString& detail);
     // After a save that could not write path: the working copy, which alone holds
     // the changes, is renamed to stay, and the message names it.
     void KeepWorkingCopy(const QString& path);

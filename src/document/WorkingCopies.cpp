@@ -35,7 +35,7 @@ bool ProcessRuns(qint64 pid)
 int RemoveStale(const QString& folder, bool windowCopies)
 {
     static const QRegularExpression name(
-        QStringLiteral("^\\d{9,}(?:-(\\d+))?\\.db3(?:-journal|-wal|-shm)?$"));
+        QStringLiteral("^\\d{9,}(?:-(\\d+))?(?:\\.opening)?\\.db3(?:-journal|-wal|-shm)?$"));
     const qint64 self = QCoreApplication::applicationPid();
     int removed = 0;
     const QDir dir(folder);

@@ -38,11 +38,24 @@
 #include <QUrl>
 
 #include <algorithm>
+#include <memory>
 
 namespace {
 
 constexpr int kRecentCount = 4;
 const char kRecentKey[] = "RecentFiles";
+
+// Where the recent-file list is kept: beside the settings when the settings folder was
+// moved (SHELFWISE_SETTINGS_DIR), so that a portable settings folder is whole; else
+// where the desktop keeps programs' settings.
+std::unique_ptr<QSettings> RecentStore()
+{
+    if (!qEnvironmentVariableIsEmpty("SHELFWISE_SETTINGS_DIR"))
+        return std::make_unique<QSettings>(SettingsFolder() + QStringLiteral("RecentFiles.ini"),
+                                           QSettings::IniFormat);
+    return std::make_unique<QSettings>(QStringLiteral("Korvalt"), QStringLiteral("Shelfwise"));
+}
+
 const char kFilter[] = "Database Files (*.db3);;All files (*)";
 
 } // namespace
@@ -272,9 +285,7 @@ void CMainFrame::UpdateStatus()
 
 QStringList CMainFrame::RecentFiles() const
 {
-    return QSettings(QStringLiteral("Korvalt"), QStringLiteral("Shelfwise"))
-        .value(QLatin1String(kRecentKey))
-        .toStringList();
+    return RecentStore()->value(QLatin1String(kRecentKey)).toStringList();
 }
 
 void CMainFrame::AddRecent(const QString& path)
@@ -296,8 +307,7 @@ void CMainFrame::StoreRecent(QStringList files)
 {
     while (files.size() > kRecentCount)
         files.removeLast();
-    QSettings(QStringLiteral("Korvalt"), QStringLiteral("Shelfwise"))
-        .setValue(QLatin1String(kRecentKey), files);
+    RecentStore()->setValue(QLatin1String(kRecentKey), files);
     UpdateRecentMenu();
 }
 
@@ -335,10 +345,12 @@ bool CMainFrame::OpenCatalogue(const QString& path)
 {
     const QString absolute = QFileInfo(path).absoluteFilePath();
     if (!m_doc.OnOpenDocument(absolute)) {
-        // The document has reported why; the window stays usable with a new catalogue
-        // rather than half of the one that failed, and the list no longer offers it.
+        // The document has reported why and kept the catalogue it had, unsaved changes
+        // and all; at start-up, with none yet, a new one stands in. The list no longer
+        // offers the file.
         RemoveRecent(absolute);
-        NewCatalogue();
+        if (!m_doc.IsLoaded())
+            NewCatalogue();
         return false;
     }
     AddRecent(absolute);

@@ -43,7 +43,9 @@ TEST(HostileText, SearchTextCannotChangeTheWorkingCopy)
     byArtist.Artist = deleteAll;
     for (const SearchCriteria& criteria : {byName, byNotes, byArtist}) {
         std::vector<UnitListItem> items;
-        EXPECT_THROW(doc.Database().SearchUnits(criteria, items), CSqliteWrapperError);
+        // The text is a literal: it finds nothing and runs nothing.
+        doc.Database().SearchUnits(criteria, items);
+        EXPECT_TRUE(items.empty());
         EXPECT_EQ(UnitCount(doc.Database()), units);
     }
 

@@ -4,8 +4,10 @@
 #include "document/ShelfwiseDoc.h"
 #include "settings/Settings.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QProcess>
 #include <QSignalSpy>
 #include <QStringList>
 #include <QTemporaryDir>
@@ -100,6 +102,64 @@ TEST(ShelfwiseDoc, AutosaveAfterUpdateWritesEveryEdit)
     EXPECT_EQ(prompter.PathRequests().size(), 1u);
 }
 
+TEST(ShelfwiseDoc, AnOpenThatFailsKeepsTheOpenCatalogueAndItsChanges)
+{
+    FakePrompter prompter;
+    QTemporaryDir dir;
+    const QString mine = dir.filePath(QStringLiteral("mine.db3"));
+    CShelfwiseDoc doc;
+    ASSERT_TRUE(doc.OnNewDocument());
+    doc.AddStorage(QStringLiteral("Shelf"), QString());
+    ASSERT_TRUE(doc.OnSaveDocument(mine));
+    doc.AddStorage(QStringLiteral("Unsaved box"), QString());
+    ASSERT_TRUE(doc.IsModified());
+
+    // Another program's SQLite file, a text file, a folder, a newer catalogue.
+    const QString foreign = dir.filePath(QStringLiteral("foreign.db3"));
+    QProcess::execute(QStringLiteral("sqlite3"),
+                      {foreign, QStringLiteral("CREATE TABLE Photos (Id INTEGER PRIMARY KEY, "
+                                               "Name TEXT); INSERT INTO Photos VALUES (1, 'a');")});
+    const QString text = dir.filePath(QStringLiteral("text.db3"));
+    QFile file(text);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("plain text\n");
+    file.close();
+    const QString newer = dir.filePath(QStringLiteral("newer.db3"));
+    ASSERT_TRUE(QFile::copy(doc.TemplatePath(), newer));
+    QFile::setPermissions(newer, QFile::ReadOwner | QFile::WriteOwner);
+    QProcess::execute(QStringLiteral("sqlite3"),
+                      {newer, QStringLiteral("UPDATE DatabaseVersion SET VersionNumber = '9.1'")});
+
+    const QString workingCopy = doc.WorkingCopyPath();
+    for (const QString& path : {foreign, text, dir.path(), newer}) {
+        prompter.ClearRecords();
+        EXPECT_FALSE(doc.OnOpenDocument(path)) << path.toStdString();
+        if (path == newer) {
+            EXPECT_EQ(prompter.PathRequests().size(), 1u);
+        } else {
+            EXPECT_TRUE(prompter.LastMessage().startsWith(
+                QStringLiteral("Database file can't be opened.")));
+            EXPECT_TRUE(prompter.LastMessage().contains(path)) << path.toStdString();
+        }
+        EXPECT_EQ(prompter.CloseCount(), path == newer ? 1 : 0);
+        EXPECT_EQ(doc.CataloguePath(), mine);
+        EXPECT_EQ(doc.WorkingCopyPath(), workingCopy);
+        EXPECT_TRUE(doc.IsModified());
+        ASSERT_EQ(doc.Storages().size(), 2u) << path.toStdString();
+        EXPECT_EQ(StorageCount(workingCopy), 2);
+        // Nothing is left beside the working copy.
+        EXPECT_EQ(QDir(QFileInfo(workingCopy).absolutePath())
+                      .entryList({QStringLiteral("*.opening.db3*")}, QDir::Files),
+                  QStringList());
+    }
+    EXPECT_EQ(StorageCount(mine), 1);
+    // A good catalogue still opens after all that, into the same working copy.
+    EXPECT_TRUE(doc.OnOpenDocument(mine));
+    EXPECT_EQ(doc.WorkingCopyPath(), workingCopy);
+    EXPECT_EQ(doc.Storages().size(), 1u);
+    EXPECT_FALSE(doc.IsModified());
+}
+
 TEST(ShelfwiseDoc, FailuresAreReportedAndLoseNothing)
 {
     FakePrompter prompter;
@@ -112,7 +172,9 @@ TEST(ShelfwiseDoc, FailuresAreReportedAndLoseNothing)
 
     CShelfwiseDoc doc;
     EXPECT_FALSE(doc.OnOpenDocument(text));
-    EXPECT_EQ(prompter.LastMessage(), QStringLiteral("Database file can't be opened."));
+    EXPECT_TRUE(
+        prompter.LastMessage().startsWith(QStringLiteral("Database file can't be opened.")));
+    EXPECT_TRUE(prompter.LastMessage().contains(text));
     QFile log(SettingsFolder() + QStringLiteral("log.txt"));
     ASSERT_TRUE(log.open(QIODevice::ReadOnly));
     EXPECT_TRUE(log.readAll().contains("is not a database"));

@@ -22,7 +22,6 @@
 #include <QMenu>
 #include <QMimeData>
 #include <QProcess>
-#include <QSettings>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QtTest/QTest>
@@ -45,7 +44,7 @@ class Editing : public ::testing::Test
 protected:
     void SetUp() override
     {
-        QSettings(QStringLiteral("Korvalt"), QStringLiteral("Shelfwise")).clear();
+        QFile::remove(SettingsFolder() + QStringLiteral("RecentFiles.ini"));
         m_path = m_dir.filePath(QStringLiteral("sample.db3"));
         QFile::copy(QStringLiteral(SHELFWISE_DATA_DIR "/test.db3"), m_path);
         QFile::setPermissions(m_path, QFile::ReadOwner | QFile::WriteOwner);

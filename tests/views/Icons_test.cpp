@@ -3,6 +3,7 @@
 #include "FakePrompter.h"
 
 #include "app/ShelfwiseApp.h"
+#include "settings/Settings.h"
 #include "views/MainFrame.h"
 #include "views/UnitIcons.h"
 
@@ -12,7 +13,6 @@
 #include <QGuiApplication>
 #include <QIcon>
 #include <QImage>
-#include <QSettings>
 #include <QTemporaryDir>
 #include <QToolBar>
 #include <QXmlStreamReader>
@@ -165,7 +165,7 @@ TEST(Icons, WithoutAnIconThemeTheWindowUsesTheBundledIcons)
     file.UnitName = QStringLiteral("notes.qqzz");
     EXPECT_EQ(Image(icons.Icon(file, FileIconsStyle::Explorer)), bundled("text-x-generic"));
 
-    QSettings(QStringLiteral("Korvalt"), QStringLiteral("Shelfwise")).clear();
+    QFile::remove(SettingsFolder() + QStringLiteral("RecentFiles.ini"));
     FakePrompter prompter;
     prompter.QueueYesNo(false);
     CShelfwiseApp app(&prompter);

@@ -14,7 +14,6 @@
 #include <QAction>
 #include <QDir>
 #include <QFile>
-#include <QSettings>
 #include <QTemporaryDir>
 #include <QToolBar>
 
@@ -28,10 +27,7 @@ namespace {
 class MainWindow : public ::testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        QSettings(QStringLiteral("Korvalt"), QStringLiteral("Shelfwise")).clear();
-    }
+    void SetUp() override { QFile::remove(SettingsFolder() + QStringLiteral("RecentFiles.ini")); }
 
     // A copy of the sample catalogue the test may change.
     QString Sample()
@@ -60,6 +56,8 @@ TEST_F(MainWindow, AFirstStartOffersTheSampleAndASecondStartEndsSilently)
     const CNavigationView& tree = app.MainFrame()->Navigation();
     EXPECT_GT(tree.topLevelItemCount(), 0);
     EXPECT_EQ(app.MainFrame()->RecentFiles().value(0), app.Document()->CataloguePath());
+    // With a settings folder of its own, the list is kept in it too.
+    EXPECT_TRUE(QFile(SettingsFolder() + QStringLiteral("RecentFiles.ini")).size() > 0);
 
     // The same settings folder: the second program gets no window and says nothing.
     FakePrompter quiet;
@@ -79,6 +77,24 @@ TEST_F(MainWindow, ACatalogueThatCannotBeOpenedLeavesAUsableNewOne)
     EXPECT_TRUE(app.Document()->CataloguePath().isEmpty());
     EXPECT_EQ(app.MainFrame()->Navigation().topLevelItemCount(), 0);
     EXPECT_FALSE(app.MainFrame()->RecentFiles().contains(missing));
+
+    // With a catalogue open and changed, a file that is no catalogue leaves it as it is.
+    const QString sample = Sample();
+    ASSERT_TRUE(app.MainFrame()->OpenCatalogue(sample));
+    const int storages = app.MainFrame()->Navigation().topLevelItemCount();
+    app.Document()->AddStorage(QStringLiteral("Unsaved"), QString());
+    const QString notes = m_dir.filePath(QStringLiteral("notes.db3"));
+    QFile file(notes);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("not a catalogue\n");
+    file.close();
+    EXPECT_FALSE(app.MainFrame()->OpenCatalogue(notes));
+    EXPECT_TRUE(m_prompter.LastMessage().contains(notes));
+    EXPECT_EQ(app.Document()->CataloguePath(), sample);
+    EXPECT_TRUE(app.Document()->IsModified());
+    EXPECT_EQ(app.Document()->Storages().size(), static_cast<size_t>(storages) + 1);
+    EXPECT_EQ(app.MainFrame()->Navigation().topLevelItemCount(), storages);
+    EXPECT_EQ(app.MainFrame()->RecentFiles().value(0), sample);
 }
 
 TEST_F(MainWindow, TheTreeFillsLazilyAndTheListFollowsTheSelection)

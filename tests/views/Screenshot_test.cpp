@@ -6,6 +6,7 @@
 
 #include "app/ShelfwiseApp.h"
 #include "document/ShelfwiseDoc.h"
+#include "settings/Settings.h"
 #include "views/DetailsModel.h"
 #include "views/DetailsView.h"
 #include "views/MainFrame.h"
@@ -18,7 +19,6 @@
 #include <QFile>
 #include <QMenu>
 #include <QScreen>
-#include <QSettings>
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTest>
@@ -55,7 +55,7 @@ QPixmap Grab(QWidget& window)
 
 TEST(Screenshot, TheSampleCatalogueInDetailsModeAndTheListMenu)
 {
-    QSettings(QStringLiteral("Korvalt"), QStringLiteral("Shelfwise")).clear();
+    QFile::remove(SettingsFolder() + QStringLiteral("RecentFiles.ini"));
     QTemporaryDir dir;
     const QString sample = dir.filePath(QStringLiteral("Sample catalogue.db3"));
     ASSERT_TRUE(QFile::copy(QStringLiteral(SHELFWISE_DATA_DIR "/test.db3"), sample));
