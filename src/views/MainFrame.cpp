@@ -360,12 +360,29 @@ bool CMainFrame::OpenCatalogue(const QString& path)
 
 void CMainFrame::Open()
 {
-    if (!MaybeSave())
-        return;
     const QString path =
         QFileDialog::getOpenFileName(this, QString(), QString(), QString::fromLatin1(kFilter));
     if (!path.isEmpty())
-        OpenCatalogue(path);
+        OpenChosen(path);
+}
+
+void CMainFrame::OpenChosen(const QString& path)
+{
+    const QString absolute = QFileInfo(path).absoluteFilePath();
+    if (m_doc.IsLoaded() && !m_doc.CataloguePath().isEmpty() &&
+        QFileInfo(m_doc.CataloguePath()) == QFileInfo(absolute))
+        return;
+    if (MaybeSave())
+        OpenCatalogue(absolute);
+}
+
+void CMainFrame::BringToFront()
+{
+    if (isMinimized())
+        setWindowState((windowState() & ~Qt::WindowMinimized) | Qt::WindowActive);
+    show();
+    raise();
+    activateWindow();
 }
 
 bool CMainFrame::Save()

@@ -35,9 +35,16 @@ public:
     const CCommands& Commands() const { return m_commands; }
 
     // Opens a catalogue and puts it first in the recent-file list; false when it could
-    // not be opened (the document has said why; a new catalogue stands then).
+    // not be opened (the document has said why and kept what was open; at start-up a
+    // new catalogue stands in).
     bool OpenCatalogue(const QString& path);
+    // Opens a catalogue the user chose, as File Open does once its dialog has a file:
+    // the catalogue already open is left as it is; otherwise the save-changes
+    // question comes first.
+    void OpenChosen(const QString& path);
     bool NewCatalogue();
+    // Shows the window in front of the others, restored if it was minimised.
+    void BringToFront();
     // Asks whether to save changes when there are any; false when the user cancels.
     bool MaybeSave();
     // File Save: false when cancelled or when the file was not written.

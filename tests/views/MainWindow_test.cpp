@@ -45,7 +45,7 @@ protected:
 
 } // namespace
 
-TEST_F(MainWindow, AFirstStartOffersTheSampleAndASecondStartEndsSilently)
+TEST_F(MainWindow, AFirstStartOffersTheSample)
 {
     m_prompter.QueueYesNo(true);
     CShelfwiseApp app(&m_prompter);
@@ -58,13 +58,6 @@ TEST_F(MainWindow, AFirstStartOffersTheSampleAndASecondStartEndsSilently)
     EXPECT_EQ(app.MainFrame()->RecentFiles().value(0), app.Document()->CataloguePath());
     // With a settings folder of its own, the list is kept in it too.
     EXPECT_TRUE(QFile(SettingsFolder() + QStringLiteral("RecentFiles.ini")).size() > 0);
-
-    // The same settings folder: the second program gets no window and says nothing.
-    FakePrompter quiet;
-    CShelfwiseApp second(&quiet);
-    EXPECT_FALSE(second.InitInstance({QStringLiteral("Shelfwise")}));
-    EXPECT_EQ(second.MainFrame(), nullptr);
-    EXPECT_TRUE(quiet.Questions().empty() && quiet.Messages().empty());
 }
 
 TEST_F(MainWindow, ACatalogueThatCannotBeOpenedLeavesAUsableNewOne)
@@ -170,6 +163,19 @@ TEST_F(MainWindow, ClosingWithChangesAsksAndAutosaveFollowsTheSetting)
     ASSERT_TRUE(app.InitInstance({QStringLiteral("Shelfwise"), path}));
     ASSERT_NE(app.Document()->AddStorage(QStringLiteral("Attic"), QString()), 0);
     EXPECT_TRUE(app.MainFrame()->isWindowModified());
+
+    // A catalogue chosen (File Open, or handed over by a later start): the one already
+    // open is left alone; another asks first, and Cancel keeps everything.
+    app.MainFrame()->OpenChosen(path);
+    EXPECT_TRUE(m_prompter.Questions().empty());
+    const QString other = m_dir.filePath(QStringLiteral("other.db3"));
+    ASSERT_TRUE(QFile::copy(path, other));
+    m_prompter.QueueAnswer(UserPrompter::Answer::Cancel);
+    app.MainFrame()->OpenChosen(other);
+    EXPECT_EQ(m_prompter.Questions().size(), 1u);
+    EXPECT_EQ(app.Document()->CataloguePath(), path);
+    EXPECT_TRUE(app.Document()->IsModified());
+    m_prompter.ClearRecords();
 
     // No discards the changes, and the window closes.
     m_prompter.QueueYesNo(false);
