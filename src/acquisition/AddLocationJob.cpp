@@ -26,6 +26,10 @@ struct FileFacts
 };
 
 // Opens the file for reading and takes its size and times; false when any step fails.
+// A path that is a symbolic link gives the facts of the file it leads to, as a folder
+// chosen through a link is listed itself; a link that leads nowhere cannot be read.
+// Without a creation time (or with a birth time of exactly 1970-01-01 00:00:00 UTC,
+// how some file systems say they have none) the creation date stays unset.
 bool ReadFileFacts(const QString& path, FileFacts& facts)
 {
     QFile file(path);
@@ -34,7 +38,9 @@ bool ReadFileFacts(const QString& path, FileFacts& facts)
     const QFileInfo info(path);
     facts.size = file.size();
     facts.modified = info.lastModified();
-    facts.created = info.birthTime().isValid() ? info.birthTime() : facts.modified;
+    const QDateTime born = info.birthTime();
+    if (born.isValid() && born.toMSecsSinceEpoch() != 0)
+        facts.created = born;
     return facts.modified.isValid();
 }
 
@@ -118,9 +124,11 @@ bool CAddLocationJob::AddLocation(quint64 totalSize)
     switch (kind) {
     case UnitKind::Disc:
         Searcher().Start(r.path, this, false);
+        Importer().SetCreationFromWrite(true);
         Importer().StartImport(this, r.categorise, r.fixedCategory, r.storageId, unitId, totalSize);
         return true;
     case UnitKind::Folder:
+        Importer().SetCreationFromWrite(false);
         Importer().StartImport(this, r.categorise, r.fixedCategory, r.storageId, unitId, totalSize);
         return true;
     default:

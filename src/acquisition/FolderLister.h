@@ -9,8 +9,8 @@
 #include <memory>
 
 // Where a folder lies on its file system (device and inode on POSIX systems, volume
-// serial number and file index on Windows). Two paths to the same folder, through a
-// link or a junction, give the same identity.
+// serial number and file index on Windows). Two paths to the same folder (the chosen
+// root through a link, a bind mount) give the same identity.
 struct FolderIdentity
 {
     quint64 Device = 0;
@@ -33,9 +33,12 @@ public:
 
     /// Lists the folder at path. Once it is open, calls opened with its identity; when
     /// that returns true, calls entry for every entry other than "." and ".." in the
-    /// order the file system delivers them, until entry returns false. Links and
-    /// junctions are followed: an entry describes what it points to. A folder has the
-    /// FindData::kDirectory attribute and size 0.
+    /// order the file system delivers them, until entry returns false. A folder has the
+    /// FindData::kDirectory attribute and size 0. A symbolic link, junction or mount
+    /// point inside the folder is never followed: its entry describes the link itself
+    /// (FindData::kLink, size 0, the link's text), so a walk counts what lies in the
+    /// tree once and never leaves it. path itself may be reached through links: the
+    /// folder they lead to is listed.
     /// Returns 0 when the folder was listed to its end or a callback stopped it;
     /// otherwise the system's error code (errno; GetLastError on Windows): either the
     /// folder could not be opened and neither callback was called, or reading broke

@@ -156,10 +156,11 @@ int CImporter::Drain()
 void CImporter::Admit(SubunitInfoPtr record)
 {
     Pending pending;
-    if (record->IsFile) {
+    if (record->IsFile()) {
         pending.categoryId =
             m_categorise ? m_db.CategoryForFile(record->Data.FileName) : m_fixedCategory;
-        if (m_pool && HasMediaTable(pending.categoryId))
+        // A link is catalogued as itself: its target's details are not its own.
+        if (m_pool && HasMediaTable(pending.categoryId) && !record->Data.IsLink())
             pending.media = m_pool->Submit(record->Path(), pending.categoryId);
     } else {
         pending.categoryId = m_categorise ? CategoryIds::General : m_fixedCategory;
@@ -184,7 +185,7 @@ void CImporter::ImportRecord(Pending& pending)
 {
     const SubunitInfo& record = *pending.record;
     const int parent = ParentIndex(record.ParentID);
-    if (record.IsFile) {
+    if (record.IsFile()) {
         CNullable<int> unitInfoId;
         if (pending.media)
             unitInfoId = AddMediaRow(m_db, m_pool->Take(pending.media));
@@ -206,21 +207,21 @@ void CImporter::ImportFile(const SubunitInfo& record, int categoryId,
                            const CNullable<int>& unitInfoId, int parent)
 {
     const FindData& data = record.Data;
-    // Where the file system keeps no creation time, the last write is the closest
-    // thing to it.
-    const qint64 created =
-        data.CreationTime != FindData::kNoTime ? data.CreationTime : data.LastWriteTime;
+    const qint64 created = data.CreationTime == FindData::kNoTime && m_creationFromWrite
+                               ? data.LastWriteTime
+                               : data.CreationTime;
     const qint64 size = static_cast<qint64>(data.Size);
     const int parentUnitId = m_folders[parent].unitId;
+    // A link's notes say where it points; nothing else has notes from the scan.
+    const QString notes = data.Link ? QStringLiteral("-> ") + data.Link->Text : QString();
     if (m_files) {
         m_files->Add(data.FileName, m_storageId, parentUnitId, size, WallClock(created),
-                     WallClock(data.LastWriteTime), categoryId, unitInfoId);
+                     WallClock(data.LastWriteTime), categoryId, unitInfoId, notes);
         if (m_files->IsFull())
             FlushFiles();
     } else {
-        m_db.AddUnit(UnitKind::File, data.FileName, QString(), categoryId, m_storageId,
-                     parentUnitId, unitInfoId, size, LocalTime(created),
-                     LocalTime(data.LastWriteTime), 0, false);
+        m_db.AddUnit(UnitKind::File, data.FileName, notes, categoryId, m_storageId, parentUnitId,
+                     unitInfoId, size, LocalTime(created), LocalTime(data.LastWriteTime), 0, false);
     }
     Folder& own = m_folders[parent];
     own.files += 1;

@@ -23,7 +23,8 @@ class QObject;
 // per record under its parent, a media row for film, music and picture files, the
 // per-folder counters kept in memory and written once at the end. Posts progress
 // percentages that only rise and one end event (success, failure or cancel). The
-// caller owns the transaction around it.
+// caller owns the transaction around it. A symbolic link is a file of size 0 whose notes
+// read "-> " and its target; no media details are read through it.
 //
 // Folders are inserted one by one, as their new ids are the parents of what follows.
 // Files are gathered into multi-row inserts (CFileInsertBatch), so a folder's files
@@ -49,6 +50,10 @@ public:
     void SetMediaThreads(int threads) { m_mediaThreads = threads; }
     // Rows per file insert; 1 writes every file with its own single-row statement.
     void SetFileBatchRows(int rows) { m_batchRows = rows; }
+    // Whether a file without a creation time takes its last-write time as one. On for a
+    // disc, whose recording date is what Windows shows as a CD's creation date; off for
+    // a folder, whose files then keep no creation date rather than a made-up one.
+    void SetCreationFromWrite(bool on) { m_creationFromWrite = on; }
 
     void StartImport(QObject* notify, bool categorise, int fixedCategory, int storageId,
                      int rootUnitId, quint64 totalSize);
@@ -112,6 +117,7 @@ private:
     bool m_hasLastHour = false;
 
     int m_batchRows = CFileInsertBatch::kDefaultRows;
+    bool m_creationFromWrite = false;
     std::unique_ptr<CFileInsertBatch> m_files;
     std::deque<Pending> m_window;
 

@@ -36,6 +36,20 @@ bool IsDirectory(const iso9660_stat_t& stat)
     return stat.type == iso9660_stat_t::_STAT_DIR;
 }
 
+// Rock Ridge records POSIX file modes, whatever system reads the disc.
+constexpr quint32 kPosixTypeMask = 0170000;
+constexpr quint32 kPosixLink = 0120000;
+
+// The target of a Rock Ridge symbolic link, as readlink gives it on a mounted disc;
+// null for anything else.
+QExplicitlySharedDataPointer<const LinkText> RockRidgeLink(const iso9660_stat_t& stat)
+{
+    if ((stat.rr.st_mode & kPosixTypeMask) != kPosixLink)
+        return {};
+    const int length = stat.rr.psz_symlink ? stat.rr.i_symlink : 0;
+    return LinkText::Make(QString::fromUtf8(stat.rr.psz_symlink, qMax(0, length)));
+}
+
 // An instant given as a calendar time in some zone, offset in minutes east of UTC.
 qint64 UtcMilliseconds(int year, int month, int day, int hour, int minute, int second,
                        int offsetMinutes)
@@ -294,6 +308,13 @@ int IsoImageFolderLister::ReadDirectory(const QByteArray& inside, Directory* dir
             continue;
         data.Attributes = folder ? FindData::kDirectory : 0;
         data.Size = folder ? 0 : stat->size;
+        if (rockRidge && !folder) {
+            data.Link = RockRidgeLink(*stat);
+            if (data.Link) {
+                data.Attributes = FindData::kLink;
+                data.Size = 0;
+            }
+        }
         data.LastWriteTime = rockRidge ? RockRidgeTime(stat->rr.modify) : FindData::kNoTime;
         if (data.LastWriteTime == FindData::kNoTime)
             data.LastWriteTime = RecordTime(stat->tm);

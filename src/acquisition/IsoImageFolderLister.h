@@ -24,8 +24,8 @@
 // both carry their own offset from UTC, and FindData gets UTC. A folder's identity is
 // the logical sector where its directory begins, so a damaged image whose folders point
 // back at an ancestor cannot make the scanner go round. A Rock Ridge symbolic link is
-// listed as the file it is on the disc, not followed: its target may lie outside the
-// image.
+// listed as a link (FindData::kLink, size 0, its text), as a folder on a disk lists
+// one: never followed, for its target may lie outside the image.
 //
 // Errors are errno values (Windows error codes on Windows): a missing image or folder,
 // an image that cannot be opened, an image without an ISO 9660 volume (a UDF-only image

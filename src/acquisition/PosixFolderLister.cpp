@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <dirent.h>
 #include <fcntl.h>
+#include <memory>
 #include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
@@ -21,6 +22,7 @@ struct DirCloser
 struct EntryFacts
 {
     bool Directory = false;
+    bool Link = false;
     quint64 Size = 0;
     qint64 Created = FindData::kNoTime;
     qint64 Written = FindData::kNoTime;
@@ -32,19 +34,28 @@ qint64 Milliseconds(qint64 seconds, qint64 nanoseconds)
     return seconds * 1000 + nanoseconds / 1000000;
 }
 
-// The facts of name inside the open folder dirFd: 0, or the errno of the failure.
-int StatEntry(int dirFd, const char* name, bool followLinks, EntryFacts* facts)
+// A birth time of exactly 0 is how some file systems and copies say they have none:
+// 1970-01-01 would be a made-up creation date.
+qint64 BirthTime(qint64 seconds, qint64 nanoseconds)
+{
+    return seconds == 0 && nanoseconds == 0 ? FindData::kNoTime
+                                            : Milliseconds(seconds, nanoseconds);
+}
+
+// The facts of name itself (a link is not followed) inside the open folder dirFd: 0, or
+// the errno of the failure.
+int StatEntry(int dirFd, const char* name, EntryFacts* facts)
 {
 #ifdef STATX_BTIME
     struct statx extended = {};
-    const int flags = AT_NO_AUTOMOUNT | (followLinks ? 0 : AT_SYMLINK_NOFOLLOW);
     // Only what is stored: a network file system may then answer without asking the server.
     const unsigned int wanted = STATX_TYPE | STATX_SIZE | STATX_MTIME | STATX_BTIME;
-    if (::statx(dirFd, name, flags, wanted, &extended) == 0) {
+    if (::statx(dirFd, name, AT_NO_AUTOMOUNT | AT_SYMLINK_NOFOLLOW, wanted, &extended) == 0) {
         facts->Directory = S_ISDIR(extended.stx_mode);
+        facts->Link = S_ISLNK(extended.stx_mode);
         facts->Size = extended.stx_size;
         if ((extended.stx_mask & STATX_BTIME) != 0)
-            facts->Created = Milliseconds(extended.stx_btime.tv_sec, extended.stx_btime.tv_nsec);
+            facts->Created = BirthTime(extended.stx_btime.tv_sec, extended.stx_btime.tv_nsec);
         facts->Written = Milliseconds(extended.stx_mtime.tv_sec, extended.stx_mtime.tv_nsec);
         return 0;
     }
@@ -53,17 +64,36 @@ int StatEntry(int dirFd, const char* name, bool followLinks, EntryFacts* facts)
         return errno;
 #endif
     struct stat plain = {};
-    if (::fstatat(dirFd, name, &plain, followLinks ? 0 : AT_SYMLINK_NOFOLLOW) != 0)
+    if (::fstatat(dirFd, name, &plain, AT_SYMLINK_NOFOLLOW) != 0)
         return errno;
     facts->Directory = S_ISDIR(plain.st_mode);
+    facts->Link = S_ISLNK(plain.st_mode);
     facts->Size = static_cast<quint64>(plain.st_size);
 #ifdef __APPLE__
-    facts->Created = Milliseconds(plain.st_birthtimespec.tv_sec, plain.st_birthtimespec.tv_nsec);
+    facts->Created = BirthTime(plain.st_birthtimespec.tv_sec, plain.st_birthtimespec.tv_nsec);
     facts->Written = Milliseconds(plain.st_mtimespec.tv_sec, plain.st_mtimespec.tv_nsec);
 #else
     facts->Written = Milliseconds(plain.st_mtim.tv_sec, plain.st_mtim.tv_nsec);
 #endif
     return 0;
+}
+
+// The text of the link name inside dirFd, as readlink gives it; sizeHint is the size
+// stat reported (the text's length on most file systems, 0 on some).
+QExplicitlySharedDataPointer<const LinkText> ReadLink(int dirFd, const char* name, quint64 sizeHint)
+{
+    QByteArray text(static_cast<int>(qBound<quint64>(64, sizeHint + 1, 4096)), '\0');
+    for (;;) {
+        const ssize_t length = ::readlinkat(dirFd, name, text.data(), text.size());
+        if (length < 0)
+            return {};
+        // A full buffer may have cut the text: try again with more room.
+        if (length < text.size() || text.size() >= (1 << 20)) {
+            text.truncate(static_cast<int>(length));
+            return LinkText::Make(QFile::decodeName(text));
+        }
+        text.resize(text.size() * 2);
+    }
 }
 
 bool IsDotOrDotDot(const char* name)
@@ -133,22 +163,26 @@ int PosixFolderLister::List(const QString& path, const OpenedCallback& opened,
             continue;
 
         EntryFacts facts;
-        int error = StatEntry(fd, found->d_name, true, &facts);
-        if (error != 0)
-            error = StatEntry(fd, found->d_name, false, &facts);
+        const int error = StatEntry(fd, found->d_name, &facts);
         if (error == ENOENT)
             continue;
 
         FindData data;
         data.FileName = QFile::decodeName(found->d_name);
         if (error == 0) {
-            data.Attributes = facts.Directory ? FindData::kDirectory : 0;
+            data.Attributes = facts.Directory ? FindData::kDirectory
+                              : facts.Link    ? FindData::kLink
+                                              : 0;
             data.CreationTime = facts.Created;
             data.LastWriteTime = facts.Written;
-            data.Size = facts.Directory ? 0 : facts.Size;
+            data.Size = facts.Directory || facts.Link ? 0 : facts.Size;
+            if (facts.Link)
+                data.Link = ReadLink(fd, found->d_name, facts.Size);
         } else {
 #if defined(_DIRENT_HAVE_D_TYPE) || defined(__APPLE__)
-            data.Attributes = found->d_type == DT_DIR ? FindData::kDirectory : 0;
+            data.Attributes = found->d_type == DT_DIR   ? FindData::kDirectory
+                              : found->d_type == DT_LNK ? FindData::kLink
+                                                        : 0;
 #endif
         }
 

@@ -7,14 +7,15 @@
 #include <QString>
 
 // Lists a folder with opendir/readdir and reads each entry's facts relative to the
-// open folder: statx where the system has it (it also gives the birth time), fstatat
-// elsewhere. Links are followed.
+// open folder: statx where the system has it (it also gives the birth time; one of
+// exactly 0 counts as none), fstatat elsewhere. The folder's own path is opened through
+// any links in it; a symbolic link among its entries is not followed but listed as
+// itself, with its text from readlinkat and size 0.
 //
-// An entry whose link target is missing or loops is listed as a file with the facts of
-// the link itself. An entry removed between readdir and the stat is left out. An entry
-// that exists but cannot be stat'ed (a folder that may be read but not searched) is
-// listed with what readdir gives: its name, the folder bit when readdir knows the type,
-// no times and size 0.
+// An entry removed between readdir and the stat is left out. An entry that exists but
+// cannot be stat'ed (a folder that may be read but not searched) is listed with what
+// readdir gives: its name, the folder or link bit when readdir knows the type, no times
+// and size 0.
 //
 // Names are decoded with QFile::decodeName. A folder whose name does not survive the
 // round trip (bytes that are not valid in the file-name encoding) is remembered by the

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QExplicitlySharedDataPointer>
+#include <QSharedData>
 #include <QString>
 #include <QtGlobal>
 
@@ -11,9 +13,25 @@
 // a folder-mode import queues a record for every entry of the tree). Times are
 // milliseconds since 1970-01-01 UTC; kNoTime when the file system does not have the
 // time (a creation time on many Linux file systems).
+//
+// The text of a symbolic link as readlink gives it, held once however often the record
+// that names it is copied.
+struct LinkText final : QSharedData
+{
+    explicit LinkText(const QString& text) : Text(text) {}
+    QString Text;
+
+    static QExplicitlySharedDataPointer<const LinkText> Make(const QString& text);
+};
+
+// A symbolic link (on Windows also a junction or a volume mount point) is an entry of
+// its own, never what it points to: it has the kLink attribute and not kDirectory, size
+// 0, and the link's text when the file system gives it. Only links carry that text; any
+// other entry holds a null pointer of one word.
 struct FindData
 {
     static constexpr quint32 kDirectory = 0x10;
+    static constexpr quint32 kLink = 0x400; // Windows' reparse-point bit
     static constexpr qint64 kNoTime = std::numeric_limits<qint64>::min();
 
     quint32 Attributes = 0;
@@ -21,8 +39,10 @@ struct FindData
     qint64 LastWriteTime = kNoTime;
     quint64 Size = 0;
     QString FileName;
+    QExplicitlySharedDataPointer<const LinkText> Link; // links only
 
     bool IsDirectory() const { return (Attributes & kDirectory) != 0; }
+    bool IsLink() const { return (Attributes & kLink) != 0; }
 };
 
 // One file or folder found by the scanner, handed to the importer through the
@@ -34,7 +54,9 @@ struct SubunitInfo
     quint32 ParentID = 0; // ID of the folder the entry was found in; 0 in the root
     FindData Data;
     std::shared_ptr<const QString> FolderPath; // the folder the entry lies in
-    bool IsFile = true;
+
+    // Anything but a folder (a link too) is imported as a file.
+    bool IsFile() const { return !Data.IsDirectory(); }
 
     // The folder's path, the native separator, the entry's name.
     QString Path() const;

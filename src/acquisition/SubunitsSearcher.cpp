@@ -97,7 +97,7 @@ bool SubunitsSearcher::ListFolder(const PendingFolder& folder)
     bool cancelled = false;
 
     const auto opened = [this](const FolderIdentity& identity) {
-        // A folder reached a second time (through a link) is not listed again.
+        // A folder reached a second time (through a bind mount) is not listed again.
         return !identity.Known || m_entered.insert({identity.Device, identity.Inode}).second;
     };
     const auto entry = [&](const FindData& data) {
@@ -110,8 +110,7 @@ bool SubunitsSearcher::ListFolder(const PendingFolder& folder)
         info.ParentID = folder.ID;
         info.Data = data;
         info.FolderPath = folder.Path;
-        info.IsFile = !data.IsDirectory();
-        if (!info.IsFile)
+        if (!info.IsFile())
             m_pending.push_back({std::make_shared<const QString>(info.Path()), info.ID});
         else if (m_countSizes)
             m_totalSize.fetch_add(data.Size, std::memory_order_relaxed);

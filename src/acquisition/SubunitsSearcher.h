@@ -18,7 +18,9 @@ class QObject;
 // Walks a folder tree (a disc's root or a chosen folder) breadth-first on a worker
 // thread and hands every file and folder below the root to SubunitQueue::Instance() as
 // a SubunitInfo record, in small batches as it reads them. Folders that cannot be listed go to
-// ErrorLog's file-system error list. Each folder is entered once, so link cycles end.
+// ErrorLog's file-system error list. Symbolic links inside the tree are records of their
+// own and never entered; a folder reached twice all the same (a bind mount of an
+// ancestor) is entered once, so the walk always ends.
 //
 // Events posted to the notify object (WorkerEvent):
 // - Finished with Cancelled (1025/2) when the walk stopped on Cancel(); the queue's

@@ -1,12 +1,9 @@
 #include "acquisition/UdfImageFolderLister.h"
 
 #include "acquisition/DiscImageLister.h"
+#include "acquisition/UdfDescriptors.h"
 
-#include <QDate>
-#include <QDateTime>
 #include <QFileInfo>
-#include <QTime>
-#include <QtEndian>
 
 #include <cdio/udf.h>
 
@@ -16,172 +13,21 @@
 
 namespace {
 
+using namespace UdfDescriptors;
 using DiscImageLister::kDamaged;
 using DiscImageLister::kNotAFolder;
 using DiscImageLister::kNotAnImage;
 using DiscImageLister::kNotFound;
 
-constexpr qint64 kBlock = 2048;
 constexpr qint64 kAnchorBlock = 256;
 // Bounds on what a damaged image can make the lister read or follow.
 constexpr quint32 kMaxSequenceBlocks = 256;
 constexpr quint64 kMaxFolderBytes = 64 << 20;
 constexpr int kMaxDescriptorChain = 256;
 
-enum Tag : quint16 {
-    kAnchor = 2,
-    kPartitionDescriptor = 5,
-    kLogicalVolumeDescriptor = 6,
-    kTerminatingDescriptor = 8,
-    kFileSetDescriptor = 256,
-    kFileIdentifier = 257,
-    kAllocationExtent = 258,
-    kFileEntry = 261,
-    kExtendedFileEntry = 266,
-};
-
-constexpr quint8 kDirectoryType = 4;    // the file type of a folder's entry
-constexpr quint8 kInEntry = 3;          // the data lies in the file entry itself
-constexpr quint8 kDirectoryFlag = 0x02; // file identifier characteristics
-constexpr quint8 kDeletedFlag = 0x04;   //
-constexpr quint8 kParentFlag = 0x08;    //
-constexpr quint32 kExtentLengthMask = 0x3FFFFFFF;
-
-quint8 U8(const QByteArray& d, int at)
-{
-    return static_cast<quint8>(d.at(at));
-}
-
-quint16 U16(const QByteArray& d, int at)
-{
-    return qFromLittleEndian<quint16>(d.constData() + at);
-}
-
-quint32 U32(const QByteArray& d, int at)
-{
-    return qFromLittleEndian<quint32>(d.constData() + at);
-}
-
-quint64 U64(const QByteArray& d, int at)
-{
-    return qFromLittleEndian<quint64>(d.constData() + at);
-}
-
-// A place on the volume: the partition reference number and the block inside it.
-quint64 Location(quint16 partition, quint32 block)
-{
-    return (static_cast<quint64>(partition) << 32) | block;
-}
-
-// Every descriptor starts with a tag whose checksum covers its other 15 bytes.
-bool HasTag(const QByteArray& d, int at, quint16 id)
-{
-    if (at < 0 || d.size() < at + 16 || U16(d, at) != id)
-        return false;
-    quint8 sum = 0;
-    for (int i = 0; i < 16; ++i) {
-        if (i != 4)
-            sum = static_cast<quint8>(sum + U8(d, at + i));
-    }
-    return sum == U8(d, at + 4);
-}
-
-// A 12-byte timestamp. A local time carries its offset from UTC in minutes; other
-// types, and the "unspecified" offset, are read as UTC, as Linux reads them.
-qint64 Timestamp(const QByteArray& d, int at)
-{
-    const quint16 typeAndZone = U16(d, at);
-    int offset = 0;
-    if ((typeAndZone >> 12) == 1) {
-        offset = typeAndZone & 0x0FFF;
-        if (offset & 0x0800)
-            offset -= 0x1000;
-        if (offset == -2047)
-            offset = 0;
-    }
-    const QDate date(static_cast<qint16>(U16(d, at + 2)), U8(d, at + 4), U8(d, at + 5));
-    const QTime time(U8(d, at + 6), U8(d, at + 7), U8(d, at + 8));
-    const int centiseconds = U8(d, at + 9);
-    const int hundredsOfMicroseconds = U8(d, at + 10);
-    if (date.year() < 1 || !date.isValid() || !time.isValid() || centiseconds > 99 ||
-        hundredsOfMicroseconds > 99)
-        return FindData::kNoTime;
-    return QDateTime(date, time, Qt::UTC).toMSecsSinceEpoch() - offset * 60000LL +
-           centiseconds * 10 + hundredsOfMicroseconds / 10;
-}
-
-// A file identifier: its compression id, then 8-bit characters (each a code point below
-// 256) or 16-bit big-endian ones.
-QString DecodeName(const QByteArray& d, int at, int length)
-{
-    if (length < 2)
-        return QString();
-    const quint8 compression = U8(d, at);
-    QString name;
-    if (compression == 8 || compression == 254) {
-        name = QString::fromLatin1(d.constData() + at + 1, length - 1);
-    } else if (compression == 16 || compression == 255) {
-        for (int i = at + 1; i + 1 < at + length; i += 2)
-            name += QChar(static_cast<char16_t>((U8(d, i) << 8) | U8(d, i + 1)));
-    }
-    // The scanner joins names with slashes.
-    name.replace(QLatin1Char('/'), QLatin1Char('_')).replace(QChar(0), QLatin1Char('_'));
-    return name;
-}
-
-struct FileEntry
-{
-    quint8 Type = 0;
-    quint8 AllocationKind = 0; // 0 short, 1 long, 2 extended descriptors, 3 in the entry
-    quint64 Size = 0;
-    qint64 Modified = FindData::kNoTime;
-    qint64 Created = FindData::kNoTime;
-    QByteArray Allocation; // the allocation descriptors, or the data held in the entry
-};
-
-// A file entry or an extended file entry (UDF 2.0 and later, the only one with a
-// creation time).
-bool ParseFileEntry(const QByteArray& block, FileEntry* entry)
-{
-    int lengths = 0;
-    int modified = 0;
-    int created = -1;
-    if (HasTag(block, 0, kFileEntry)) {
-        lengths = 168;
-        modified = 84;
-    } else if (HasTag(block, 0, kExtendedFileEntry)) {
-        lengths = 208;
-        modified = 92;
-        created = 104;
-    } else {
-        return false;
-    }
-    const quint32 attributes = U32(block, lengths);
-    const quint32 allocation = U32(block, lengths + 4);
-    const int first = lengths + 8;
-    if (attributes > kBlock || allocation > kBlock || first + attributes + allocation > kBlock)
-        return false;
-    entry->Type = U8(block, 16 + 11);
-    entry->AllocationKind = U16(block, 16 + 18) & 7;
-    entry->Size = U64(block, 56);
-    entry->Modified = Timestamp(block, modified);
-    entry->Created = created < 0 ? FindData::kNoTime : Timestamp(block, created);
-    entry->Allocation = block.mid(first + static_cast<int>(attributes), allocation);
-    return true;
-}
-
 QString JoinRelative(const QString& folder, const QString& name)
 {
     return folder.isEmpty() ? name : folder + QLatin1Char('/') + name;
-}
-
-bool IsZero(const QByteArray& d, int from)
-{
-    for (int i = from; i < d.size(); ++i) {
-        if (d.at(i) != 0)
-            return false;
-    }
-    return true;
 }
 
 } // namespace
@@ -578,6 +424,13 @@ int UdfImageFolderLister::ReadDirectory(quint64 location, Directory* directory) 
         found.Size = folder ? 0 : entry.Size;
         found.LastWriteTime = entry.Modified;
         found.CreationTime = entry.Created;
+        if (known && entry.Type == kSymbolicLinkType) {
+            found.Attributes = FindData::kLink;
+            found.Size = 0;
+            QByteArray components;
+            if (m_volume->ReadContents(child, entry, &components) == 0)
+                found.Link = LinkText::Make(PathComponentsText(components));
+        }
         directory->Entries.push_back(std::move(item));
     }
     return result;

@@ -20,7 +20,9 @@
 // Paths: the image's own path stands for the root of the disc and "<image>/A/B" for the
 // folder A/B inside it, as the scanner builds them. Names are the UDF names as the disc
 // records them. Times: a file entry's modification time, and the creation time an
-// extended file entry holds (kNoTime from a plain file entry), in UTC. A folder's
+// extended file entry holds (kNoTime from a plain file entry), in UTC. A symbolic link
+// is listed as a link (FindData::kLink, size 0, the text its path components spell),
+// never followed. A folder's
 // identity is where its file entry lies, so a damaged image whose folders point back at
 // an ancestor cannot make the scanner go round.
 //

@@ -78,8 +78,11 @@ int CSqliteWrapper::AddUnit(UnitKind kind, const QString& name, const QString& n
 {
     const QChar type = UnitTypeChar(kind);
     const bool isFile = kind == UnitKind::File;
-    const QString dateCreated = isFile ? FormatSqlDate(created) : QStringLiteral("NULL");
-    const QString dateModified = isFile ? FormatSqlDate(modified) : QStringLiteral("NULL");
+    // A date the file system does not have is left NULL, never made up.
+    const QString dateCreated =
+        isFile && created.isValid() ? FormatSqlDate(created) : QStringLiteral("NULL");
+    const QString dateModified =
+        isFile && modified.isValid() ? FormatSqlDate(modified) : QStringLiteral("NULL");
     if (topLevel) {
         Execute(
             Format("INSERT INTO Units(UnitName, UnitNotes, UnitType, StorageID, UnitSize, "
@@ -87,6 +90,14 @@ int CSqliteWrapper::AddUnit(UnitKind kind, const QString& name, const QString& n
                    "%s, '%c', %d, %lld, %s, %s, %d, %d, %s)",
                    {QuoteSqlString(name), QuotedOrNull(notes), type, storageId, size, dateCreated,
                     dateModified, categoryId, discInfoId, unitInfoId.ToSqlText()}));
+    } else if (isFile && !notes.isEmpty()) {
+        // A scanned file with notes (a symbolic link): the same insert with the notes last,
+        // as CFileInsertBatch writes it.
+        Execute(Format("INSERT INTO Units(UnitName, UnitType, StorageID, ParentUnitID, UnitSize, "
+                       "DateCreated, DateModified, CategoryID, UnitInfoID, UnitNotes)VALUES(%s, "
+                       "'%c', %d, %d, %lld, %s, %s, %d, %s, %s)",
+                       {QuoteSqlString(name), type, storageId, parentId, size, dateCreated,
+                        dateModified, categoryId, unitInfoId.ToSqlText(), QuoteSqlString(notes)}));
     } else if (isFile) {
         Execute(Format("INSERT INTO Units(UnitName, UnitType, StorageID, ParentUnitID, UnitSize, "
                        "DateCreated, DateModified, CategoryID, UnitInfoID)VALUES(%s, '%c', %d, "

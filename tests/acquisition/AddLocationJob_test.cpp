@@ -39,7 +39,8 @@ void MakeFile(const QString& path, qint64 size, qint64 modifiedSecs = 0)
 }
 
 // A tree with names SQL and text handling trip over, files in runs longer than a batch,
-// empty and deep folders, old and future dates, and real pictures with a media row.
+// empty and deep folders, old and future dates, real pictures with a media row, and
+// links (written with notes) among the files.
 void MakeOddTree(const QString& root)
 {
     const QStringList names = {QStringLiteral("it's \"quoted\".txt"),
@@ -60,6 +61,9 @@ void MakeOddTree(const QString& root)
         MakeFile(QStringLiteral("%1/deep%2/a'b/c%3.txt").arg(root).arg(depth).arg(depth), depth);
     QDir().mkpath(root + QStringLiteral("/empty/inner"));
     QDir().mkpath(root + QStringLiteral("/pictures"));
+    ASSERT_TRUE(QFile::link(QStringLiteral("../it's \"quoted\".txt"),
+                            root + QStringLiteral("/many/quoted link")));
+    ASSERT_TRUE(QFile::link(QStringLiteral("p0.png"), root + QStringLiteral("/pictures/link.png")));
     for (int i = 0; i < 3; ++i) {
         QImage picture(20 + i, 10 + i, QImage::Format_RGB32);
         picture.fill(Qt::darkCyan);
@@ -290,9 +294,16 @@ TEST_F(AddLocation, SingleRowAndBatchedWritesGiveTheSameCatalogue)
         const std::map<QString, QString> units = UnitsByPath();
         if (reference.empty()) {
             reference = units;
-            // The tree is all there: the top unit, 8 + 2 + 620 + 6 + 3 files, 1 + 1 + 6 * 2
-            // + 2 + 1 folders, and the pictures with their media rows.
-            EXPECT_EQ(units.size(), 1u + 639u + 17u);
+            // The tree is all there: the top unit, 8 + 2 + 620 + 6 + 3 files and 2 links,
+            // 1 + 1 + 6 * 2 + 2 + 1 folders, and the pictures with their media rows.
+            EXPECT_EQ(units.size(), 1u + 641u + 17u);
+            // A link is an empty file named after its target, without media details.
+            EXPECT_TRUE(units.at(QStringLiteral("odd/many/quoted link"))
+                            .endsWith(QStringLiteral("|1|-> ../it's \"quoted\".txt|-")));
+            const QString link = units.at(QStringLiteral("odd/pictures/link.png"));
+            EXPECT_TRUE(link.startsWith(QStringLiteral("F|0|0|0|")) &&
+                        link.endsWith(QStringLiteral("|4|-> p0.png|-")))
+                << link.toStdString();
             const QString picture = units.at(QStringLiteral("odd/pictures/p2.png"));
             const qint64 size = QFileInfo(root + QStringLiteral("/pictures/p2.png")).size();
             EXPECT_TRUE(picture.startsWith(QStringLiteral("F|%1|0|0|").arg(size)));

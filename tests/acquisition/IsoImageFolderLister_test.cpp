@@ -93,7 +93,7 @@ protected:
                      std::map<QString, FindData>* found = nullptr)
     {
         const auto describe = [](const SubunitInfo& info, const QString& parent) {
-            return Describe(info.IsFile, info.Data.Size, parent);
+            return Describe(info.IsFile(), info.Data.Size, parent);
         };
         return WalkImage(image, lister, describe, found);
     }

@@ -131,7 +131,7 @@ TEST_F(SubunitsSearcherTest, WalksBreadthFirstWithParentLinksHiddenEntriesAndSiz
         SCOPED_TRACE(info.Path().toStdString());
         EXPECT_TRUE(onDisk.exists());
         EXPECT_EQ(info.ID, m_records.front()->ID + i);
-        EXPECT_EQ(info.IsFile, !onDisk.isDir());
+        EXPECT_EQ(info.IsFile(), !onDisk.isDir());
         EXPECT_EQ(info.Data.IsDirectory(), onDisk.isDir());
         EXPECT_EQ(info.Data.Size, onDisk.isDir() ? 0 : onDisk.size());
         const SubunitInfoPtr parent = Find(onDisk.path());
@@ -182,26 +182,42 @@ TEST_F(SubunitsSearcherTest, ConcurrentWalkFeedsAWaitingConsumerAndNumbersOnAcro
     EXPECT_TRUE(recorder.Events.empty());
 }
 
-TEST_F(SubunitsSearcherTest, FollowsLinksAndEntersEachFolderOnce)
+TEST_F(SubunitsSearcherTest, LinksAreListedAsThemselvesAndARootReachedThroughOneIsWalked)
 {
     MakeFile("A/f", 4);
+    const QByteArray far = "/elsewhere/" + QByteArray(300, 'x');
     const std::pair<const char*, const char*> links[] = {
-        {"A/up", ".."}, {"A/self", "."}, {"A2", "A"}, {"tofile", "A/f"}, {"dangling", "nowhere"}};
+        {"A/up", ".."},    {"A/self", "."},         {"A2", "A"},
+        {"tofile", "A/f"}, {"dangling", "nowhere"}, {"far", far.constData()}};
     for (const auto& [link, target] : links)
         ASSERT_EQ(::symlink(target, NativeAt(link).constData()), 0);
 
     SubunitsSearcher searcher;
     Walk(searcher, true, m_dir.path());
-
-    // The root's four entries, then f, up and self once, under A or under A2.
-    ASSERT_EQ(m_records.size(), 7u);
-    EXPECT_FALSE(Find(At("A2"))->IsFile);
-    EXPECT_EQ(Find(At("tofile"))->Data.Size, 4u);
-    // A link to nothing is the link itself: a file the size of its target's name.
-    EXPECT_TRUE(Find(At("dangling"))->IsFile);
-    EXPECT_EQ(Find(At("dangling"))->Data.Size, 7u);
+    // The root's five entries, then A's three: no link is entered, and only f counts.
+    ASSERT_EQ(m_records.size(), 8u);
+    for (const auto& [link, target] : links) {
+        const SubunitInfoPtr info = Find(At(QString::fromLatin1(link)));
+        ASSERT_TRUE(info) << link;
+        EXPECT_TRUE(info->IsFile() && info->Data.IsLink()) << link;
+        EXPECT_EQ(info->Data.Size, 0u) << link;
+        ASSERT_TRUE(info->Data.Link) << link;
+        EXPECT_EQ(info->Data.Link->Text, QString::fromLatin1(target));
+    }
+    EXPECT_FALSE(Find(At("A/f"))->Data.IsLink());
+    EXPECT_FALSE(Find(At("A/f"))->Data.Link);
+    EXPECT_EQ(searcher.TotalSize(), 4u);
     EXPECT_EQ(m_events, std::vector<Event>{kWalked});
     EXPECT_TRUE(Errors().empty());
+
+    // The chosen root is itself resolved: through the link, A's entries are listed.
+    Walk(searcher, true, At("A2"));
+    QStringList names;
+    for (const SubunitInfoPtr& info : m_records)
+        names << info->Data.FileName;
+    names.sort();
+    EXPECT_EQ(names, QStringList({"f", "self", "up"}));
+    EXPECT_EQ(searcher.TotalSize(), 4u);
 }
 
 TEST_F(SubunitsSearcherTest, CancelStopsBeforeTheNextEntryAndIsPostedOnce)
@@ -293,7 +309,7 @@ TEST_F(SubunitsSearcherTest, OddNamesAndAFileBeyondFourGigabytes)
     for (const char* name : names)
         EXPECT_TRUE(Find(At(QFile::decodeName(name)))) << name;
     const SubunitInfoPtr folder = Find(At(QFile::decodeName("dir\xfe")));
-    ASSERT_TRUE(folder && !folder->IsFile);
+    ASSERT_TRUE(folder && !folder->IsFile());
     ASSERT_TRUE(Find(folder->Path() + "/in"));
     EXPECT_EQ(Find(folder->Path() + "/in")->ParentID, folder->ID);
     EXPECT_EQ(Find(At("big"))->Data.Size, kBig);

@@ -213,7 +213,7 @@ protected:
                      std::map<QString, FindData>* found = nullptr)
     {
         const auto describe = [](const SubunitInfo& info, const QString&) {
-            return Describe(info.IsFile, info.Data.Size, info.Data.LastWriteTime);
+            return Describe(info.IsFile(), info.Data.Size, info.Data.LastWriteTime);
         };
         return WalkImage(image, lister, describe, found);
     }
@@ -408,6 +408,54 @@ TEST_F(UdfImageFolderListerTest, DamagedImagesReportTheUnreadablePartAndEnd)
     }
 }
 
+TEST_F(UdfImageFolderListerTest, SymbolicLinksAreListedWithTheTextOfTheirPathComponents)
+{
+    // genisoimage writes a link on the UDF side as an empty file; each such entry is made
+    // a symbolic link here, its path components held in the entry, as Linux writes them.
+    // A component: its type, the length of its name, a version, the name (8-bit names
+    // after the byte 8, 16-bit ones after 16).
+    const auto component = [](char type, const QByteArray& name = QByteArray()) {
+        const QByteArray identifier = name.isEmpty() || name[0] == 16 ? name : '\x08' + name;
+        return QByteArray(1, type) + static_cast<char>(identifier.size()) + QByteArray(2, '\0') +
+               identifier;
+    };
+    const std::map<QString, std::pair<QByteArray, QString>> links{
+        {"absolute", {component(2) + component(5, "tmp"), "/tmp"}},
+        {"up", {component(3) + component(5, "Deep") + component(5, "1"), "../Deep/1"}},
+        {"self", {component(4), "."}},
+        {"unicode", {component(5, QByteArray::fromHex("10540d524d")), QStringLiteral("名前")}}};
+    for (const auto& [name, link] : links)
+        ASSERT_TRUE(QFile::link(QStringLiteral("some.dat"), m_tree + '/' + name));
+    const QString source = MakeUdfOnly(QStringLiteral("links.udf"));
+    UdfBytes udf{ReadAll(source)};
+    for (const auto& [name, link] : links) {
+        const int entry = udf.Entry(name);
+        ASSERT_EQ(udf.U32(entry + 172), 0u) << "an empty file has no allocation descriptors";
+        udf.Bytes[entry + 27] = 12; // the file type of a symbolic link
+        udf.Bytes[entry + 34] = static_cast<char>((udf.Bytes[entry + 34] & ~7) | 3);
+        qToLittleEndian<quint64>(link.first.size(), udf.Bytes.data() + entry + 56);
+        qToLittleEndian<quint32>(link.first.size(), udf.Bytes.data() + entry + 172);
+        udf.Bytes.replace(entry + 176 + static_cast<int>(udf.U32(entry + 168)),
+                          static_cast<int>(link.first.size()), link.first);
+    }
+    const QString image = m_dir.filePath(QStringLiteral("symlinks.udf"));
+    WriteAll(image, udf.Bytes);
+
+    UdfImageFolderLister lister(image);
+    std::map<QString, FindData> found;
+    Walk(image, lister, &found);
+    EXPECT_TRUE(ErrorPaths().isEmpty());
+    for (const auto& [name, link] : links) {
+        const FindData& data = found[name];
+        EXPECT_TRUE(data.IsLink() && !data.IsDirectory()) << name.toStdString();
+        EXPECT_EQ(data.Size, 0u);
+        ASSERT_TRUE(data.Link) << name.toStdString();
+        EXPECT_EQ(data.Link->Text, link.second);
+    }
+    EXPECT_FALSE(found["some.dat"].IsLink());
+    EXPECT_EQ(found["some.dat"].Size, 5000u);
+}
+
 TEST_F(UdfImageFolderListerTest, AddDiscCataloguesAUdfOnlyImageAndItsDamage)
 {
     const QString image = MakeUdfOnly(QStringLiteral("only.udf"));
@@ -443,6 +491,12 @@ TEST_F(UdfImageFolderListerTest, AddDiscCataloguesAUdfOnlyImageAndItsDamage)
     }
     expected.sort();
     EXPECT_EQ(Lines(QStringList(rows.begin(), rows.end())), Lines(expected));
+    // The disc records no creation times: a disc's files take their recording date.
+    rows.clear();
+    db.QueryRows(QStringLiteral("SELECT COUNT(*) FROM Units WHERE UnitType = 'F' AND "
+                                "(DateCreated IS NULL OR DateCreated <> DateModified)"),
+                 rows, &RowMappers::Texts);
+    EXPECT_EQ(Lines(QStringList(rows.begin(), rows.end())), "0");
     db.Close();
     EXPECT_EQ(cli({"check", catalogue}).status, 0);
 

@@ -100,6 +100,31 @@ TEST_F(AddCommands, FoldersAndFilesLandWithConsistentCounters)
     EXPECT_EQ(Number("SELECT COUNT(*) FROM Units"), 31);
 }
 
+TEST_F(AddCommands, AFileSystemWithoutCreationDatesLeavesThemEmpty)
+{
+    // procfs keeps no birth times: a real folder whose files have none.
+    const QString folder = QStringLiteral("/proc/sys/kernel/random");
+    if (!QFileInfo(folder + QStringLiteral("/boot_id")).isFile())
+        GTEST_SKIP() << "no " << folder.toStdString();
+    ASSERT_EQ(Run({"add-folder", m_catalogue, "Shelf", folder}).status, 0);
+    ASSERT_EQ(Run({"add-file", m_catalogue, "Shelf", folder + QStringLiteral("/uuid")}).status, 0);
+    EXPECT_GT(Number("SELECT COUNT(*) FROM Units WHERE UnitType = 'F'"), 2);
+    EXPECT_EQ(Number("SELECT COUNT(*) FROM Units WHERE UnitType = 'F' AND (DateCreated IS NOT "
+                     "NULL OR DateModified IS NULL)"),
+              0);
+
+    for (const char* name : {"boot_id", "uuid"}) {
+        const qint64 id =
+            Number(QStringLiteral("SELECT MAX(UnitID) FROM Units WHERE UnitName = '%1'").arg(name));
+        const Result shown = Run({"show", m_catalogue, "--unit", QString::number(id)});
+        ASSERT_EQ(shown.status, 0) << shown.err.toStdString();
+        EXPECT_TRUE(shown.out.contains(QStringLiteral("\nCreated\t\n"))) << shown.out.toStdString();
+        EXPECT_TRUE(shown.out.contains(QRegularExpression(QStringLiteral("\nModified\t\\d{4}-"))))
+            << shown.out.toStdString();
+    }
+    EXPECT_EQ(Run({"check", m_catalogue}).status, 0);
+}
+
 TEST_F(AddCommands, DiscsAreCheckedForDuplicatesAndEjected)
 {
     const QString root = m_dir.filePath(QStringLiteral("cdrom"));
