@@ -9,13 +9,14 @@
 
 namespace {
 
-// The single-row file insert up to its values, with the same column list; the second
-// one also names the notes, which then come last in each row.
+// The single-row file insert up to its values, with the same column list; with notes,
+// they come last in each row.
 constexpr char kInsertHead[] = "INSERT INTO Units(UnitName, UnitType, StorageID, ParentUnitID, "
                                "UnitSize, DateCreated, DateModified, CategoryID, UnitInfoID)VALUES";
 constexpr char kNotedInsertHead[] =
     "INSERT INTO Units(UnitName, UnitType, StorageID, ParentUnitID, UnitSize, DateCreated, "
     "DateModified, CategoryID, UnitInfoID, UnitNotes)VALUES";
+constexpr char kNoNotes[] = ", NULL";
 
 } // namespace
 
@@ -23,7 +24,24 @@ CFileInsertBatch::CFileInsertBatch(int maxRows) : m_maxRows(std::max(1, maxRows)
 {
     m_sql.reserve(kMaxStatementBytes + 4096);
     m_sql = kInsertHead;
-    m_notedSql = kNotedInsertHead;
+    m_rowEnds.reserve(static_cast<size_t>(m_maxRows));
+}
+
+void CFileInsertBatch::AddNotesColumn()
+{
+    std::string sql;
+    sql.reserve(m_sql.size() + m_rowEnds.size() * (sizeof kNoNotes - 1) + 64);
+    sql = kNotedInsertHead;
+    size_t from = sizeof kInsertHead - 1;
+    for (size_t& end : m_rowEnds) {
+        sql.append(m_sql, from, end - from);
+        sql += kNoNotes;
+        from = end;
+        end = sql.size();
+    }
+    sql.append(m_sql, from, std::string::npos);
+    m_sql.swap(sql);
+    m_withNotes = true;
 }
 
 void CFileInsertBatch::AppendNumber(std::string& sql, qint64 value)
@@ -52,8 +70,10 @@ void CFileInsertBatch::Add(const QString& name, int storageId, int parentId, qin
 {
     // "(%s, '%c', %d, %d, %I64d, %s, %s, %d, %s)", and the notes last when there are any
     const bool noted = !notes.isEmpty();
-    std::string& sql = noted ? m_notedSql : m_sql;
-    if ((noted ? m_notedRows : m_rows) > 0)
+    if (noted && !m_withNotes)
+        AddNotesColumn();
+    std::string& sql = m_sql;
+    if (!m_rowEnds.empty())
         sql += ", ";
     sql += '(';
     SqlText::AppendQuotedUtf8(sql, name);
@@ -77,10 +97,10 @@ void CFileInsertBatch::Add(const QString& name, int storageId, int parentId, qin
     if (noted) {
         sql += ", ";
         SqlText::AppendQuotedUtf8(sql, notes);
-        ++m_notedRows;
-    } else {
-        ++m_rows;
+    } else if (m_withNotes) {
+        sql += kNoNotes;
     }
+    m_rowEnds.push_back(sql.size());
     sql += ')';
 }
 
@@ -93,16 +113,12 @@ void CFileInsertBatch::Flush(CSqliteWrapper& db)
         CFileInsertBatch& batch;
         ~Emptied() { batch.Clear(); }
     } emptied{*this};
-    if (m_rows > 0)
-        db.ExecuteUtf8(m_sql);
-    if (m_notedRows > 0)
-        db.ExecuteUtf8(m_notedSql);
+    db.ExecuteUtf8(m_sql);
 }
 
 void CFileInsertBatch::Clear()
 {
-    m_sql.resize(sizeof kInsertHead - 1);
-    m_notedSql.resize(sizeof kNotedInsertHead - 1);
-    m_rows = 0;
-    m_notedRows = 0;
+    m_sql = kInsertHead;
+    m_withNotes = false;
+    m_rowEnds.clear();
 }

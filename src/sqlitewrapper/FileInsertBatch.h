@@ -7,6 +7,7 @@
 
 #include <limits>
 #include <string>
+#include <vector>
 
 class CSqliteWrapper;
 
@@ -16,9 +17,10 @@ class CSqliteWrapper;
 // catalogue holds the same values either way. The statement is built straight in UTF-8;
 // a batch is full at a number of rows or a statement size, whichever comes first.
 //
-// The few rows with notes (symbolic links) gather in a second statement whose column
-// list adds UnitNotes, so the rows without any do not carry an empty column; it runs
-// after the first. Ids then follow that order, not the order of Add.
+// Rows without notes leave the UnitNotes column out. The first row with notes (a
+// symbolic link) brings the column into the statement, and the rows already in it get
+// NULL there; so the few batches with links pay for the column, and the ids still
+// follow the order of Add, which is the order the list shows by default.
 class CFileInsertBatch final
 {
 public:
@@ -35,17 +37,14 @@ public:
              qint64 modifiedWallMsecs, int categoryId, const CNullable<int>& unitInfoId,
              const QString& notes = QString());
 
-    int Rows() const { return m_rows + m_notedRows; }
-    bool IsEmpty() const { return Rows() == 0; }
-    bool IsFull() const
-    {
-        return Rows() >= m_maxRows || m_sql.size() + m_notedSql.size() >= kMaxStatementBytes;
-    }
+    int Rows() const { return static_cast<int>(m_rowEnds.size()); }
+    bool IsEmpty() const { return m_rowEnds.empty(); }
+    bool IsFull() const { return Rows() >= m_maxRows || m_sql.size() >= kMaxStatementBytes; }
 
-    // The statement of the rows without notes as it stands (UTF-8).
+    // The statement as it stands (UTF-8).
     const std::string& Text() const { return m_sql; }
 
-    // Runs the statements and empties the batch (also when one fails, which is raised as
+    // Runs the statement and empties the batch (also when it fails, which is raised as
     // CSqliteWrapperError). Does nothing when empty.
     void Flush(CSqliteWrapper& db);
     void Clear();
@@ -53,10 +52,11 @@ public:
 private:
     static void AppendDate(std::string& sql, qint64 wallMsecs);
     static void AppendNumber(std::string& sql, qint64 value);
+    // Puts the UnitNotes column into the statement, NULL in every row so far.
+    void AddNotesColumn();
 
     int m_maxRows;
-    int m_rows = 0;
-    int m_notedRows = 0;
+    bool m_withNotes = false;
+    std::vector<size_t> m_rowEnds; // where each row's closing parenthesis stands
     std::string m_sql;
-    std::string m_notedSql;
 };

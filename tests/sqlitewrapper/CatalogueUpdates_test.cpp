@@ -1,5 +1,8 @@
 #include "TestCatalogue.h"
 
+#include "sqlitewrapper/FileInsertBatch.h"
+#include "sqlitewrapper/RowMappers.h"
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -216,4 +219,32 @@ TEST(CatalogueUpdates, NotesAndNullText)
     EXPECT_EQ(db.GetFileProperties(t.a).UnitNotes, QStringLiteral("first \"copy\""));
     db.SetUnitNotes(t.a, QString());
     EXPECT_EQ(t.N("SELECT COUNT(*) FROM Units WHERE UnitNotes IS NULL"), 7);
+}
+
+TEST(CatalogueUpdates, ABatchOfFilesKeepsTheOrderOfItsRowsWhateverHasNotes)
+{
+    // The first row with notes (a link) brings the notes column in: the rows before it
+    // and after it keep their places, so ids follow the walk. A batch of rows without
+    // notes leaves the column out.
+    TestCatalogue cat;
+    const int shelf = cat.Db().AddStorage(QStringLiteral("Shelf"), QString());
+    CFileInsertBatch batch(10);
+    const auto add = [&](const char* name, const char* notes) {
+        batch.Add(QString::fromUtf8(name), shelf, 0, 1, CFileInsertBatch::kNoDate,
+                  CFileInsertBatch::kNoDate, 1, CNullable<int>(), QString::fromUtf8(notes));
+    };
+    add("a (1).txt", "");
+    EXPECT_EQ(batch.Text().find("UnitNotes"), std::string::npos);
+    add("b", "-> it's (here)");
+    add("c", "");
+    add("d", "-> d");
+    batch.Flush(cat.Db());
+    add("e", "");
+    EXPECT_EQ(batch.Text().find("UnitNotes"), std::string::npos);
+    batch.Flush(cat.Db());
+    std::vector<QString> rows;
+    cat.Db().QueryRows(QStringLiteral("SELECT UnitName || ':' || IFNULL(UnitNotes, '') FROM Units "
+                                      "ORDER BY UnitID"),
+                       rows, &RowMappers::Texts);
+    EXPECT_EQ(rows, (std::vector<QString>{"a (1).txt:", "b:-> it's (here)", "c:", "d:-> d", "e:"}));
 }
