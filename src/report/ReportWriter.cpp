@@ -3,6 +3,7 @@
 #include "common/WorkerEvent.h"
 #include "errorlog/ErrorLog.h"
 #include "report/ReportPage.h"
+#include "sqlitewrapper/RowMappers.h"
 #include "sqlitewrapper/SqliteWrapper.h"
 
 #include <QCoreApplication>
@@ -69,7 +70,10 @@ void ReadStorages(CSqliteWrapper& catalogue, int storageId, std::vector<StorageR
 {
     storages.clear();
     if (storageId == -1) {
-        catalogue.GetStorages(storages);
+        // The page lists storages and units by name, whatever order the window uses.
+        catalogue.QueryRows(QStringLiteral("SELECT * FROM Storages ORDER BY StorageName COLLATE "
+                                           "NOCASE"),
+                            storages, &RowMappers::StorageRecords);
         return;
     }
     StorageRecord record = catalogue.GetStorage(storageId);
@@ -86,8 +90,7 @@ void ReadUnits(CSqliteWrapper& catalogue, int storageId, std::vector<ReportUnit>
         "FROM Units");
     if (storageId != -1)
         sql += SqlText::Format(" WHERE StorageID = %d", {storageId});
-    if (catalogue.SortByName())
-        sql += QStringLiteral(" ORDER BY UnitName COLLATE NOCASE");
+    sql += QStringLiteral(" ORDER BY UnitName COLLATE NOCASE");
     units.clear();
     catalogue.QueryRows(sql, units, &MapUnit);
 }
