@@ -69,6 +69,8 @@ bool CliContext::OpenCatalogue(const QString& path, bool forEdit)
         return false;
     }
     m_doc = std::make_unique<CShelfwiseDoc>(true);
+    // One command, then the process ends: nothing to undo, so nothing is recorded.
+    m_doc->SetHistoryEnabled(false);
     QObject::connect(m_doc.get(), &CShelfwiseDoc::saving, [] { InterruptGuard::BeginSave(); });
     return m_doc->OnOpenDocument(info.absoluteFilePath()) && !m_prompter.CloseRequested();
 }

@@ -16,7 +16,8 @@ int CShelfwiseDoc::AddCategory(const QString& name)
         }
     }
     int id = 0;
-    if (!Guard([&] { id = m_db.AddCategory(name); }))
+    if (!Recorded(tr("Add Category \"%1\"").arg(name), EditSubject(),
+                  [&] { id = m_db.AddCategory(name); }))
         return 0;
     MarkChanged();
     return id;
@@ -24,7 +25,9 @@ int CShelfwiseDoc::AddCategory(const QString& name)
 
 bool CShelfwiseDoc::DeleteCategory(int categoryId)
 {
-    if (!Guard([&] { m_db.DeleteCategory(categoryId); }))
+    const QString name = m_db.GetCategory(categoryId).Name;
+    if (!Recorded(tr("Delete Category \"%1\"").arg(name), EditSubject(),
+                  [&] { m_db.DeleteCategory(categoryId); }))
         return false;
     emit viewsNeedUpdate(nullptr);
     MarkChanged();
@@ -43,7 +46,8 @@ bool CShelfwiseDoc::MapExtension(const QString& extension, int categoryId)
             UserPrompter::Icon::Error);
         return false;
     }
-    if (!Guard([&] { m_db.AddFileExtension(ext, categoryId); }))
+    if (!Recorded(tr("Add Extension \"%1\"").arg(ext), EditSubject(),
+                  [&] { m_db.AddFileExtension(ext, categoryId); }))
         return false;
     MarkChanged();
     return true;
@@ -51,7 +55,8 @@ bool CShelfwiseDoc::MapExtension(const QString& extension, int categoryId)
 
 bool CShelfwiseDoc::UnmapExtension(const QString& extension)
 {
-    if (!Guard([&] { m_db.DeleteFileExtension(extension); }))
+    if (!Recorded(tr("Remove Extension \"%1\"").arg(extension), EditSubject(),
+                  [&] { m_db.DeleteFileExtension(extension); }))
         return false;
     MarkChanged();
     return true;

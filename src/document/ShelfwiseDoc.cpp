@@ -105,6 +105,7 @@ void CShelfwiseDoc::TuneWorkingCopy()
 
 bool CShelfwiseDoc::OnNewDocument()
 {
+    ClearHistory();
     ReplaceWorkingCopy(m_templatePath);
     m_cataloguePath.clear();
     const bool opened = Guard([&] {
@@ -127,6 +128,8 @@ void CShelfwiseDoc::FinishLoading()
     SelectedId = -1;
     SelectedIsStorage = false;
     m_loaded = true;
+    if (!m_reopeningSaved)
+        ClearHistory();
 }
 
 void CShelfwiseDoc::ReportOpenFailure(const QString& path, int code, const QString& detail)
@@ -220,7 +223,10 @@ bool CShelfwiseDoc::OnSaveDocument(const QString& path)
         SetModified(false);
         return true;
     }
+    // The file just written holds the working copy's rows: the history still applies.
+    m_reopeningSaved = true;
     OnOpenDocument(path);
+    m_reopeningSaved = false;
     return true;
 }
 
@@ -314,16 +320,20 @@ void CShelfwiseDoc::SetModified(bool changed)
 void CShelfwiseDoc::MarkChanged()
 {
     SetModified(true);
-    if (Settings::Instance().AutosaveAfterUpdate)
+    // In the middle of edits that undo as one step, the save waits for their end.
+    if (m_history.IsRecording())
+        m_saveAfterEdits = true;
+    else if (Settings::Instance().AutosaveAfterUpdate)
         FileSave();
 }
 
 void CShelfwiseDoc::FinishUpdate()
 {
-    Guard([&] {
-        if (m_db.InTransaction())
-            m_db.Execute(QStringLiteral("COMMIT TRANSACTION"));
-    });
+    if (Guard([&] {
+            if (m_db.InTransaction())
+                m_db.Execute(QStringLiteral("COMMIT TRANSACTION"));
+        }))
+        RecordAddition();
     ReloadStorages();
     emit viewsNeedUpdate(nullptr);
     MarkChanged();
@@ -331,6 +341,7 @@ void CShelfwiseDoc::FinishUpdate()
 
 void CShelfwiseDoc::RollbackAdd()
 {
+    m_additionPending = false;
     try {
         m_db.Execute(QStringLiteral("ROLLBACK TRANSACTION"));
     } catch (const CSqliteWrapperError& error) {
@@ -343,6 +354,7 @@ void CShelfwiseDoc::SetLastAdded(int storageId, int unitId)
 {
     m_lastAddedStorageId = storageId;
     m_lastAddedUnitId = unitId;
+    m_additionPending = true;
 }
 
 bool CShelfwiseDoc::CompressDatabase()
@@ -353,15 +365,13 @@ bool CShelfwiseDoc::CompressDatabase()
     return true;
 }
 
-bool CShelfwiseDoc::ExecuteEdit(const QString& sql)
-{
-    return Guard([&] { m_db.Execute(sql); });
-}
-
 int CShelfwiseDoc::AddStorage(const QString& name, const QString& notes)
 {
     int id = 0;
-    if (!Guard([&] { id = m_db.AddStorage(name, notes); }))
+    if (!Recorded(tr("Add Storage \"%1\"").arg(name), EditSubject(), [&] {
+            id = m_db.AddStorage(name, notes);
+            m_history.SetSubject(StorageSubject(id));
+        }))
         return 0;
     ReloadStorages();
     MarkChanged();
@@ -370,8 +380,10 @@ int CShelfwiseDoc::AddStorage(const QString& name, const QString& notes)
 
 bool CShelfwiseDoc::RenameStorage(int storageId, const QString& name)
 {
-    if (!ExecuteEdit(Format("UPDATE Storages SET StorageName = %s WHERE StorageID = %d",
-                            {QuoteSqlString(name), storageId})))
+    if (!Recorded(tr("Rename \"%1\"").arg(StorageName(storageId)), StorageSubject(storageId), [&] {
+            m_db.Execute(Format("UPDATE Storages SET StorageName = %s WHERE StorageID = %d",
+                                {QuoteSqlString(name), storageId}));
+        }))
         return false;
     ReloadStorages();
     MarkChanged();
@@ -389,7 +401,8 @@ bool CShelfwiseDoc::UpdateStorageNotes(int storageId, const QString& notes)
     if (!storage)
         return false;
     const QString name = storage->StorageName;
-    if (!Guard([&] { m_db.UpdateStorage(storageId, name, notes); }))
+    if (!Recorded(tr("Change Description of \"%1\"").arg(name), StorageSubject(storageId),
+                  [&] { m_db.UpdateStorage(storageId, name, notes); }))
         return false;
     ReloadStorages();
     MarkChanged();
@@ -398,7 +411,8 @@ bool CShelfwiseDoc::UpdateStorageNotes(int storageId, const QString& notes)
 
 bool CShelfwiseDoc::UpdateStorage(int storageId, const QString& name, const QString& notes)
 {
-    if (!Guard([&] { m_db.UpdateStorage(storageId, name, notes); }))
+    if (!Recorded(tr("Change Properties of \"%1\"").arg(StorageName(storageId)),
+                  StorageSubject(storageId), [&] { m_db.UpdateStorage(storageId, name, notes); }))
         return false;
     ReloadStorages();
     MarkChanged();
@@ -408,8 +422,10 @@ bool CShelfwiseDoc::UpdateStorage(int storageId, const QString& name, const QStr
 
 bool CShelfwiseDoc::RenameUnit(int unitId, const QString& name, QObject* sender)
 {
-    if (!ExecuteEdit(Format("UPDATE Units SET UnitName = %s WHERE UnitID = %d",
-                            {QuoteSqlString(name), unitId})))
+    if (!Recorded(tr("Rename \"%1\"").arg(UnitName(unitId)), UnitSubject(unitId), [&] {
+            m_db.Execute(Format("UPDATE Units SET UnitName = %s WHERE UnitID = %d",
+                                {QuoteSqlString(name), unitId}));
+        }))
         return false;
     MarkChanged();
     emit unitRenamed(unitId, sender);
@@ -418,7 +434,8 @@ bool CShelfwiseDoc::RenameUnit(int unitId, const QString& name, QObject* sender)
 
 bool CShelfwiseDoc::SetUnitNotes(int unitId, const QString& notes)
 {
-    if (!Guard([&] { m_db.SetUnitNotes(unitId, notes); }))
+    if (!Recorded(tr("Change Description of \"%1\"").arg(UnitName(unitId)), UnitSubject(unitId),
+                  [&] { m_db.SetUnitNotes(unitId, notes); }))
         return false;
     MarkChanged();
     return true;
@@ -426,8 +443,10 @@ bool CShelfwiseDoc::SetUnitNotes(int unitId, const QString& notes)
 
 bool CShelfwiseDoc::SetUnitCategory(int unitId, int categoryId)
 {
-    if (!ExecuteEdit(
-            Format("UPDATE Units SET CategoryID = %d WHERE UnitID = %d", {categoryId, unitId})))
+    if (!Recorded(tr("Change Category of \"%1\"").arg(UnitName(unitId)), UnitSubject(unitId), [&] {
+            m_db.Execute(
+                Format("UPDATE Units SET CategoryID = %d WHERE UnitID = %d", {categoryId, unitId}));
+        }))
         return false;
     MarkChanged();
     emit viewsNeedUpdate(nullptr);
@@ -436,7 +455,8 @@ bool CShelfwiseDoc::SetUnitCategory(int unitId, int categoryId)
 
 bool CShelfwiseDoc::SetFileExtensionCategory(const QString& fileName, int categoryId)
 {
-    if (!Guard([&] { m_db.SetFileExtensionCategory(fileName, categoryId); }))
+    if (!Recorded(tr("Change Category of *.%1 Files").arg(CSqliteWrapper::ExtensionOf(fileName)),
+                  EditSubject(), [&] { m_db.SetFileExtensionCategory(fileName, categoryId); }))
         return false;
     MarkChanged();
     emit viewsNeedUpdate(nullptr);
@@ -445,7 +465,8 @@ bool CShelfwiseDoc::SetFileExtensionCategory(const QString& fileName, int catego
 
 bool CShelfwiseDoc::SetExtensionFilesCategory(const QString& extension, int categoryId)
 {
-    if (!Guard([&] { m_db.SetExtensionFilesCategory(extension, categoryId); }))
+    if (!Recorded(tr("Change Category of *.%1 Files").arg(extension), EditSubject(),
+                  [&] { m_db.SetExtensionFilesCategory(extension, categoryId); }))
         return false;
     emit viewsNeedUpdate(nullptr);
     MarkChanged();
@@ -454,7 +475,7 @@ bool CShelfwiseDoc::SetExtensionFilesCategory(const QString& extension, int cate
 
 bool CShelfwiseDoc::DropExtensionFilesCategory(const QString& extension)
 {
-    if (!Guard([&] {
+    if (!Recorded(tr("Change Category of *.%1 Files").arg(extension), EditSubject(), [&] {
             m_db.ExecuteSingleStatement(Format("UPDATE Units SET CategoryID = 1 WHERE UnitType = "
                                                "'F' AND UnitName LIKE '%%.%s'",
                                                {SqlText::EscapeSqlQuotes(extension)}));
@@ -468,7 +489,9 @@ bool CShelfwiseDoc::MoveUnitToStorage(int unitId, int storageId)
 {
     // The unit's row moves, and with it its subtree and its share of the two storages'
     // counters, so both storages stay consistent with their units.
-    const bool moved = Guard([&] {
+    const QString description =
+        tr("Move \"%1\" to \"%2\"").arg(UnitName(unitId), StorageName(storageId));
+    const bool moved = Recorded(description, UnitSubject(unitId), [&] {
         const UnitListItem unit = m_db.GetUnit(unitId);
         const int oldStorage = m_db.GetUnitStorageId(unitId);
         const std::vector<int> descendants = m_db.GetDescendantIds(unitId);
@@ -527,7 +550,8 @@ bool CShelfwiseDoc::DeleteItem(QObject* sender, const QString& name, int id, boo
     const QString question = Format(Strings::LoadString(Strings::IDS_DELETE_QUESTION), {name});
     if (!UserPrompter::Current().AskYesNo(question, UserPrompter::Icon::Question))
         return false;
-    const bool deleted = Guard([&] {
+    const EditSubject subject = isStorage ? StorageSubject(id) : UnitSubject(id);
+    const bool deleted = Recorded(tr("Delete \"%1\"").arg(name), subject, [&] {
         if (isStorage) {
             m_db.Execute(QStringLiteral("BEGIN TRANSACTION"));
             m_db.DeleteStorage(id);

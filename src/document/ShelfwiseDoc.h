@@ -1,5 +1,6 @@
 #pragma once
 
+#include "document/EditHistory.h"
 #include "sqlitewrapper/SqliteWrapper.h"
 
 #include <QObject>
@@ -7,6 +8,7 @@
 
 #include <exception>
 #include <memory>
+#include <utility>
 #include <vector>
 
 // The one open catalogue. All SQL runs against a private working copy in the settings
@@ -98,6 +100,22 @@ public:
     // The children shown for the selection.
     std::vector<UnitListItem> GetSelectionChildren();
 
+    // Undo and Redo. Every edit above and every addition is a step; New and an Open
+    // that succeeds clear the history, Save keeps it. Undo and Redo mark the document
+    // changed; false when there was nothing to do or it failed (reported). shown, when
+    // given, receives where the step's storage or unit now is, or what held it.
+    const CEditHistory& History() const { return m_history; }
+    void SetHistoryEnabled(bool enabled);
+    bool Undo(EditPlace* shown = nullptr);
+    bool Redo(EditPlace* shown = nullptr);
+    // Several edits that undo as one step (the properties dialog's OK); they nest. An
+    // autosave after each update waits for the end.
+    void BeginEdits(const QString& description, const EditSubject& subject);
+    void EndEdits();
+    // What a step on a storage or unit is about: a unit with what it lies in.
+    EditSubject StorageSubject(int storageId) const;
+    EditSubject UnitSubject(int unitId);
+
     // The end of an addition that failed or was cancelled: its transaction is rolled
     // back. (The addition itself is CAddLocationJob's.)
     void RollbackAdd();
@@ -122,6 +140,8 @@ signals:
     void saving();
     // The newer-catalogue dialog chose another catalogue to open.
     void openDocumentRequested(const QString& path);
+    // What Undo or Redo would do changed.
+    void historyChanged();
 
 private:
     void ReportDatabaseError(const CSqliteWrapperError& error);
@@ -150,8 +170,19 @@ private:
     void FinishLoading();
     // Marks the document changed and saves at once when AutosaveAfterUpdate is set.
     void MarkChanged();
-    bool ExecuteEdit(const QString& sql);
     void ApplySortOrder();
+    // Guard for an edit that Undo takes back: what it changes is one step.
+    template <typename F>
+    bool Recorded(const QString& description, const EditSubject& subject, F&& edit);
+    bool ApplyHistory(bool redo, EditPlace* shown);
+    EditPlace PlaceOf(const EditSubject& subject);
+    bool UnitExists(int unitId);
+    // Names for the steps' descriptions.
+    QString UnitName(int unitId);
+    QString StorageName(int storageId) const;
+    // The addition that FinishUpdate committed becomes a step.
+    void RecordAddition();
+    void ClearHistory();
 
     QString m_workingCopyPath;
     QString m_ownWorkingCopyPath; // the name given at construction
@@ -166,7 +197,20 @@ private:
     int m_fallbackCategoryId = 1;
     int m_lastAddedStorageId = 0;
     int m_lastAddedUnitId = 0;
+    CEditHistory m_history{m_db};
+    bool m_additionPending = false;
+    bool m_reopeningSaved = false; // the history outlives Save As
+    bool m_saveAfterEdits = false;
 };
+
+template <typename F>
+bool CShelfwiseDoc::Recorded(const QString& description, const EditSubject& subject, F&& edit)
+{
+    BeginEdits(description, subject);
+    const bool done = Guard(std::forward<F>(edit));
+    EndEdits();
+    return done;
+}
 
 template <typename F> bool CShelfwiseDoc::Guard(F&& operation)
 {

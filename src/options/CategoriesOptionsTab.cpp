@@ -149,6 +149,8 @@ void CCategoriesOptionsTab::FinishExtensionEdit()
     // map-extension does: files are matched by their lower-cased extension.
     const QString extension = CSqliteWrapper::NormaliseExtension(item->text(0));
     const int categoryId = m_newExtensionCategoryId;
+    // The extension and the files moved with it undo as one step.
+    m_doc.BeginEdits(tr("Add Extension \"%1\"").arg(extension), EditSubject());
     if (extension.isEmpty() || !m_doc.MapExtension(extension, categoryId)) {
         // An empty name is dropped quietly; a mapped one was refused with a message
         // that names the category holding it.
@@ -160,6 +162,7 @@ void CCategoriesOptionsTab::FinishExtensionEdit()
                                              UserPrompter::Icon::Question))
             m_doc.SetExtensionFilesCategory(extension, categoryId);
     }
+    m_doc.EndEdits();
     // A category chosen while the row was being named is shown now.
     if (ItemId(m_ui->categoriesList->currentItem()) != m_shownCategoryId)
         OnCategorySelected();
@@ -176,14 +179,18 @@ void CCategoriesOptionsTab::RemoveExtension()
     UserPrompter& prompter = UserPrompter::Current();
     if (!prompter.AskYesNo(Strings::IDS_DELETE_EXTENSION_QUESTION, UserPrompter::Icon::Question))
         return;
-    if (!m_doc.UnmapExtension(extension))
-        return;
-    delete item;
-    // The files keep their category unless the user lets them fall back.
-    if (prompter.AskYesNo(Format(Strings::LoadString(Strings::IDS_DROP_EXTENSION_CATEGORY_QUESTION),
-                                 {extension, CategoryName(m_shownCategoryId)}),
-                          UserPrompter::Icon::Question))
-        m_doc.DropExtensionFilesCategory(extension);
+    // The extension and the files that fall back undo as one step.
+    m_doc.BeginEdits(tr("Remove Extension \"%1\"").arg(extension), EditSubject());
+    if (m_doc.UnmapExtension(extension)) {
+        delete item;
+        // The files keep their category unless the user lets them fall back.
+        if (prompter.AskYesNo(
+                Format(Strings::LoadString(Strings::IDS_DROP_EXTENSION_CATEGORY_QUESTION),
+                       {extension, CategoryName(m_shownCategoryId)}),
+                UserPrompter::Icon::Question))
+            m_doc.DropExtensionFilesCategory(extension);
+    }
+    m_doc.EndEdits();
     UpdateButtons();
 }
 

@@ -8,6 +8,7 @@ const QString CSqliteWrapper::kHeaderFile = QStringLiteral("SqliteWrapper.h");
 
 CSqliteWrapper::~CSqliteWrapper()
 {
+    StopRecording();
     if (m_db)
         sqlite3_close(m_db);
 }
@@ -58,6 +59,8 @@ void CSqliteWrapper::Close()
 {
     if (!m_db)
         return;
+    // A session must end before its connection does.
+    StopRecording();
     const int rc = sqlite3_close(m_db);
     if (rc != SQLITE_OK)
         throw CSqliteWrapperError(sqlite3_errmsg(m_db), rc, kImplementationFile, 595, false);

@@ -5,6 +5,7 @@
 #include "sqlitewrapper/SqlText.h"
 #include "sqlitewrapper/SqliteWrapperError.h"
 
+#include <QByteArray>
 #include <QDateTime>
 #include <QString>
 #include <QtGlobal>
@@ -14,6 +15,10 @@
 #include <map>
 #include <string>
 #include <vector>
+
+// SQLite's session object, declared by sqlite3.h only where the session extension is
+// compiled in (ChangeRecording.cpp).
+struct sqlite3_session;
 
 // The one object through which every SQL statement reaches a catalogue: one
 // connection, the caches of the categories and of the extension map, and the
@@ -138,12 +143,28 @@ public:
     void ExecuteSingleStatement(const QString& sql);
     void CheckSingleStatement(const QString& sql, bool readOnly) const;
 
+    // Recording changes for Undo, with SQLite's session extension (false from
+    // CanRecordChanges where the SQLite the program was built with lacks it). Between
+    // StartRecording and TakeRecording every change to a table with a primary key is
+    // recorded; TakeRecording gives the net change as a changeset, empty when the rows
+    // are as they were (a rolled-back transaction leaves nothing). Close ends a
+    // recording, and so does StopRecording, without keeping it.
+    static bool CanRecordChanges();
+    void StartRecording();
+    QByteArray TakeRecording();
+    void StopRecording();
+    bool IsRecording() const { return m_session != nullptr; }
+    /// Applies a changeset (inverse: its inverse). A row that is not as the changeset
+    /// expects stops it: then nothing of it is applied and the (non-fatal) error raised.
+    void ApplyChangeset(const QByteArray& changeset, bool inverse);
+
 private:
     // String 150 in the narrow code page: the message when no catalogue is open.
     static std::string InaccessibleMessage();
     void CollectDescendants(int unitId, std::vector<int>& ids);
 
     sqlite3* m_db = nullptr;
+    sqlite3_session* m_session = nullptr;
     std::map<int, CategoryRecord> m_categories;
     std::map<QString, int> m_extensions;
     bool m_sortByName = false;

@@ -16,6 +16,9 @@
 #include <QSortFilterProxyModel>
 #include <QTreeView>
 
+#include <algorithm>
+#include <utility>
+
 CDetailsView::CDetailsView(CShelfwiseDoc& doc, CUnitIcons& icons, const CCommands& commands,
                            QWidget* parent)
     : QStackedWidget(parent), m_doc(doc), m_commands(commands),
@@ -49,8 +52,10 @@ CDetailsView::CDetailsView(CShelfwiseDoc& doc, CUnitIcons& icons, const CCommand
     addWidget(m_list);
     addWidget(m_table);
     for (QAbstractItemView* view :
-         {static_cast<QAbstractItemView*>(m_list), static_cast<QAbstractItemView*>(m_table)})
+         {static_cast<QAbstractItemView*>(m_list), static_cast<QAbstractItemView*>(m_table)}) {
         connect(view, &QAbstractItemView::activated, this, &CDetailsView::Activate);
+        view->viewport()->installEventFilter(this);
+    }
     connect(&m_doc, &CShelfwiseDoc::viewsNeedUpdate, this, [this](QObject* sender) {
         if (sender != this)
             Refill();
@@ -127,25 +132,74 @@ void CDetailsView::Activate(const QModelIndex& index)
     // open their unit, any file icon its properties.
     const int icon = m_model->data(source, CDetailsModel::kIconIndexRole).toInt();
     const int unitId = m_model->data(source, CDetailsModel::kUnitIdRole).toInt();
-    if (icon <= CUnitIcons::Folder)
+    if (icon <= CUnitIcons::Folder && m_mouseDown)
+        m_browseOnRelease = unitId;
+    else if (icon <= CUnitIcons::Folder)
         emit browseRequested(unitId);
     else
         emit propertiesRequested(unitId, false);
 }
 
-void CDetailsView::DeleteSelected()
+bool CDetailsView::eventFilter(QObject* watched, QEvent* event)
 {
-    const int row = SourceRow(ActiveView()->currentIndex());
+    switch (event->type()) {
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonDblClick:
+        m_mouseDown = true;
+        break;
+    case QEvent::MouseButtonRelease:
+        m_mouseDown = false;
+        // A double-click activates on its second press, and the release that follows
+        // would select the row under the pointer in the folder just opened: the list
+        // changes only after the release.
+        if (m_browseOnRelease != -1) {
+            const int unitId = std::exchange(m_browseOnRelease, -1);
+            QMetaObject::invokeMethod(
+                this, [this, unitId] { emit browseRequested(unitId); }, Qt::QueuedConnection);
+        }
+        break;
+    default:
+        break;
+    }
+    return QStackedWidget::eventFilter(watched, event);
+}
+
+QString CDetailsView::DeleteSelected()
+{
+    const QModelIndex index = SelectedIndex();
+    const int row = SourceRow(index);
     if (row < 0)
-        return;
+        return QString();
     const UnitListItem unit = m_model->Rows().at(static_cast<size_t>(row));
-    if (m_doc.DeleteItem(this, unit.UnitName, unit.UnitID, false))
-        m_model->RemoveRow(row);
+    if (!m_doc.DeleteItem(this, unit.UnitName, unit.UnitID, false))
+        return QString();
+    // The row that takes the deleted one's place in the view (the next, or the one
+    // before at the end) is selected; in Details mode that is the sorted order.
+    const int shownRow = index.row();
+    m_model->RemoveRow(row);
+    QAbstractItemView* view = ActiveView();
+    const int count = view->model()->rowCount();
+    if (count > 0) {
+        const QModelIndex next = view->model()->index(std::min(shownRow, count - 1), 0);
+        view->selectionModel()->setCurrentIndex(next, QItemSelectionModel::ClearAndSelect |
+                                                          QItemSelectionModel::Rows);
+    }
+    return unit.UnitName;
+}
+
+QModelIndex CDetailsView::SelectedIndex() const
+{
+    // The current row counts only when it is selected: a list shows a current row
+    // without a selection (after browsing into a folder), and nothing the user did not
+    // choose is deleted or renamed.
+    const QModelIndex current = ActiveView()->currentIndex();
+    return current.isValid() && ActiveView()->selectionModel()->isSelected(current) ? current
+                                                                                    : QModelIndex();
 }
 
 const UnitListItem* CDetailsView::SelectedRow() const
 {
-    const int row = SourceRow(ActiveView()->currentIndex());
+    const int row = SourceRow(SelectedIndex());
     return row < 0 ? nullptr : &m_model->Rows().at(static_cast<size_t>(row));
 }
 
@@ -154,7 +208,7 @@ void CDetailsView::RenameSelected()
     const UnitListItem* unit = SelectedRow();
     if (!unit || unit->Kind != UnitKind::Disc)
         return;
-    QModelIndex index = ActiveView()->currentIndex();
+    const QModelIndex index = SelectedIndex();
     ActiveView()->edit(index.sibling(index.row(), CDetailsModel::Name));
 }
 

@@ -36,7 +36,9 @@ public:
     void SelectRowByUnitId(int unitId);
     // The UnitID of the selected row, -1 when none.
     int SelectedUnitId() const;
-    void DeleteSelected();
+    // Deletes the selected row after asking and selects its neighbour; the name of what
+    // was deleted, empty when nothing was.
+    QString DeleteSelected();
     // Renames the selected row in place; only discs take a new name in the list.
     void RenameSelected();
     // Moves the selected file to a category: with Yes to the question, every file
@@ -55,9 +57,12 @@ signals:
 
 protected:
     void contextMenuEvent(QContextMenuEvent* event) override;
+    // Watches the mouse buttons on both views, for browsing by double-click.
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
     void Activate(const QModelIndex& index);
+    QModelIndex SelectedIndex() const;
     const UnitListItem* SelectedRow() const;
     int SourceRow(const QModelIndex& index) const;
 
@@ -68,4 +73,6 @@ private:
     QListView* m_list;
     QTreeView* m_table;
     Mode m_mode = Mode::Icons;
+    bool m_mouseDown = false;
+    int m_browseOnRelease = -1; // a unit double-clicked, browsed into once the button is up
 };

@@ -18,6 +18,7 @@
 #include "views/DetailsView.h"
 #include "views/NavigationView.h"
 #include "views/PropertiesDlg.h"
+#include "views/UndoCommands.h"
 
 #include <QAction>
 #include <QActionGroup>
@@ -43,6 +44,8 @@
 namespace {
 
 constexpr int kRecentCount = 4;
+// How long a line such as "Deleted ..." stays in the status bar.
+constexpr int kStatusMessageMs = 10000;
 const char kRecentKey[] = "RecentFiles";
 
 // Where the recent-file list is kept: beside the settings when the settings folder was
@@ -69,6 +72,8 @@ CMainFrame::CMainFrame(CShelfwiseDoc& doc, QWidget* parent)
     CreateActions();
     m_tree = new CNavigationView(doc, m_icons, m_commands, m_splitter);
     m_list = new CDetailsView(doc, m_icons, m_commands, m_splitter);
+    // Owned by the frame, as its actions are.
+    new CUndoCommands(doc, m_commands, *m_tree, *m_list, *statusBar(), this);
     m_splitter->addWidget(m_tree);
     m_splitter->addWidget(m_list);
     m_splitter->setStretchFactor(1, 1);
@@ -94,7 +99,8 @@ CMainFrame::CMainFrame(CShelfwiseDoc& doc, QWidget* parent)
     m_autosave.setParent(this);
     m_autosave.setObjectName(QStringLiteral("autosaveTimer"));
     connect(&m_autosave, &QTimer::timeout, this, [this] {
-        if (m_doc.IsLoaded() && m_doc.IsModified())
+        // Not in the middle of edits that undo as one step (a question they ask).
+        if (m_doc.IsLoaded() && m_doc.IsModified() && !m_doc.History().IsRecording())
             m_doc.FileSave();
     });
     RestartAutosave();
@@ -138,10 +144,9 @@ void CMainFrame::CreateActions()
             m_tree->RenameSelected();
     });
     add(Delete, tr("Delete"), QKeySequence::Delete, [this] {
-        if (FocusInList())
-            m_list->DeleteSelected();
-        else
-            m_tree->DeleteSelected();
+        const QString deleted = FocusInList() ? m_list->DeleteSelected() : m_tree->DeleteSelected();
+        if (!deleted.isEmpty())
+            statusBar()->showMessage(tr("Deleted \"%1\"").arg(deleted), kStatusMessageMs);
     });
     add(Properties, tr("Properties"), QKeySequence(), [this] {
         if (FocusInList() && m_list->SelectedUnitId() != -1)
@@ -194,6 +199,9 @@ void CMainFrame::CreateMenus()
     file->addSeparator();
     file->addAction(m_commands.Get(AppExit));
     QMenu* edit = menuBar()->addMenu(tr("&Edit"));
+    for (int id : {EditUndo, EditRedo})
+        edit->addAction(m_commands.Get(id));
+    edit->addSeparator();
     for (int id : {Rename, Delete, Properties})
         edit->addAction(m_commands.Get(id));
     QMenu* view = menuBar()->addMenu(tr("&View"));

@@ -16,6 +16,8 @@
 #include <QMenu>
 #include <QPainter>
 
+#include <algorithm>
+
 namespace {
 
 constexpr int kIdRole = Qt::UserRole;
@@ -192,19 +194,76 @@ QTreeWidgetItem* CNavigationView::GetRootAncestor(QTreeWidgetItem* item)
 
 void CNavigationView::SelectPath(const std::vector<int>& ids)
 {
-    QTreeWidgetItem* item = FindRootItem(ids.at(0));
+    QTreeWidgetItem* item = FindRootItem(ids.at(0)) ? ReachPath(ids, true) : nullptr;
     if (!item)
         return;
+    setCurrentItem(item);
+    scrollToItem(item);
+}
+
+QTreeWidgetItem* CNavigationView::ReachPath(const std::vector<int>& ids, bool expand)
+{
+    QTreeWidgetItem* item = ids.empty() ? nullptr : FindRootItem(ids.front());
     for (size_t i = 1; i < ids.size() && item; ++i) {
-        item->setExpanded(true);
+        if (expand)
+            item->setExpanded(true);
         QTreeWidgetItem* next = nullptr;
         for (int c = 0; c < item->childCount() && !next; ++c) {
             if (ItemId(item->child(c)) == ids[i])
                 next = item->child(c);
         }
         if (!next)
-            break;
+            return expand ? item : nullptr;
         item = next;
+    }
+    return item;
+}
+
+std::vector<int> CNavigationView::PathOf(const QTreeWidgetItem* item)
+{
+    std::vector<int> path;
+    for (; item; item = item->parent())
+        path.insert(path.begin(), ItemId(item));
+    return path;
+}
+
+CNavigationView::State CNavigationView::SaveState() const
+{
+    // Parents come before their children, so they are expanded first on the way back.
+    State state;
+    std::vector<QTreeWidgetItem*> pending;
+    for (int i = topLevelItemCount() - 1; i >= 0; --i)
+        pending.push_back(topLevelItem(i));
+    while (!pending.empty()) {
+        QTreeWidgetItem* item = pending.back();
+        pending.pop_back();
+        if (!item->isExpanded())
+            continue;
+        state.Expanded.push_back(PathOf(item));
+        for (int c = item->childCount() - 1; c >= 0; --c)
+            pending.push_back(item->child(c));
+    }
+    state.Selected = PathOf(currentItem());
+    return state;
+}
+
+void CNavigationView::RestoreState(const State& state, const std::vector<int>& path,
+                                   bool expandLast)
+{
+    PopulateChildren(nullptr);
+    for (const std::vector<int>& expanded : state.Expanded) {
+        if (QTreeWidgetItem* item = ReachPath(expanded, false))
+            item->setExpanded(true);
+    }
+    QTreeWidgetItem* item = path.empty() ? nullptr : ReachPath(path, true);
+    if (item && expandLast)
+        item->setExpanded(true);
+    if (!item && !state.Selected.empty())
+        item = ReachPath(state.Selected, true);
+    if (!item) {
+        // Nothing to select any more: both panes start from the top.
+        m_doc.SetSelection(-1, false, this);
+        return;
     }
     setCurrentItem(item);
     scrollToItem(item);
@@ -307,19 +366,29 @@ void CNavigationView::OnItemChanged(QTreeWidgetItem* item)
     }
 }
 
-void CNavigationView::DeleteSelected()
+QString CNavigationView::DeleteSelected()
 {
     QTreeWidgetItem* item = currentItem();
     if (!item)
-        return;
-    if (m_doc.DeleteItem(this, item->text(0), ItemId(item), item->parent() == nullptr)) {
-        {
-            const QSignalBlocker blocker(this);
-            delete item;
-        }
-        QTreeWidgetItem* now = currentItem();
-        m_doc.SetSelection(now ? ItemId(now) : -1, now && !now->parent(), this);
+        return QString();
+    const QString name = item->text(0);
+    if (!m_doc.DeleteItem(this, name, ItemId(item), item->parent() == nullptr))
+        return QString();
+    // The selection moves to a neighbour: the next item beside it, else the one before,
+    // else what held it.
+    QTreeWidgetItem* parent = item->parent();
+    const int index = parent ? parent->indexOfChild(item) : indexOfTopLevelItem(item);
+    {
+        const QSignalBlocker blocker(this);
+        delete item;
+        const int count = parent ? parent->childCount() : topLevelItemCount();
+        const int at = std::min(index, count - 1);
+        QTreeWidgetItem* next = at < 0 ? parent : parent ? parent->child(at) : topLevelItem(at);
+        setCurrentItem(next);
     }
+    QTreeWidgetItem* now = currentItem();
+    m_doc.SetSelection(now ? ItemId(now) : -1, now && !now->parent(), this);
+    return name;
 }
 
 void CNavigationView::contextMenuEvent(QContextMenuEvent* event)

@@ -36,8 +36,23 @@ public:
     void ShowAddedUnit(int storageId, int unitId);
 
     // Expands the storage with ids[0] and each unit of ids[1..] below it, and selects
-    // the last one. ids must not be empty.
+    // the last one (or the last one that exists). ids must not be empty.
     void SelectPath(const std::vector<int>& ids);
+    // An item's ids from its storage down to itself; empty for none.
+    static std::vector<int> PathOf(const QTreeWidgetItem* item);
+
+    // The expanded items and the selection, as id paths, parents first.
+    struct State
+    {
+        std::vector<std::vector<int>> Expanded;
+        std::vector<int> Selected;
+    };
+    State SaveState() const;
+    // After a change anywhere in the catalogue (an undo): reads the whole tree again,
+    // expands what state had expanded, as far as it still exists, and selects path (its
+    // last item expanded too with expandLast), or else the old selection, as far as
+    // either still exists.
+    void RestoreState(const State& state, const std::vector<int>& path, bool expandLast);
     // Expands the selected item and selects its child unitId.
     void BrowseToChild(int unitId);
     // Moves a top-level unit to the storage above target.
@@ -55,7 +70,9 @@ public:
 
     void MoveUp();
     void RenameSelected();
-    void DeleteSelected();
+    // Deletes the selected item after asking and selects a neighbour; the name of what
+    // was deleted, empty when nothing was.
+    QString DeleteSelected();
 
 signals:
     void propertiesRequested(int id, bool isStorage);
@@ -74,6 +91,9 @@ private:
     void OnCurrentItemChanged(QTreeWidgetItem* current);
     void OnItemChanged(QTreeWidgetItem* item);
     static void AddPlaceholder(QTreeWidgetItem* item);
+    // The item at the end of an id path; with expand, expanding on the way and stopping
+    // at the last one that exists, otherwise null unless all exist.
+    QTreeWidgetItem* ReachPath(const std::vector<int>& ids, bool expand);
     QTreeWidgetItem* MakeStorageItem(int storageId, const QString& name) const;
     void SetDropStorage(int storageId);
 

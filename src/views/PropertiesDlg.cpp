@@ -175,18 +175,20 @@ bool CPropertiesDlg::StorageNameTaken(const QString& name) const
 bool CPropertiesDlg::StoreUnit()
 {
     // Only a disc may be renamed here: folders and files keep their catalogued names.
-    if (m_kind == UnitKind::Disc) {
-        const QString name = m_nameEdit->text().trimmed();
-        if (name.isEmpty()) {
-            UserPrompter::Current().ShowMessage(Strings::IDS_UNIT_NAME_EMPTY,
-                                                UserPrompter::Icon::Warning);
-            return false;
-        }
-        if (name != m_oldName)
-            m_doc.RenameUnit(m_id, name, this);
+    const QString name = m_nameEdit->text().trimmed();
+    const bool renames = m_kind == UnitKind::Disc && name != m_oldName;
+    if (m_kind == UnitKind::Disc && name.isEmpty()) {
+        UserPrompter::Current().ShowMessage(Strings::IDS_UNIT_NAME_EMPTY,
+                                            UserPrompter::Icon::Warning);
+        return false;
     }
     const QString notes = m_descriptionEdit->toPlainText();
+    // The new name and description undo as one step.
+    m_doc.BeginEdits(tr("Change Properties of \"%1\"").arg(m_oldName), m_doc.UnitSubject(m_id));
+    if (renames)
+        m_doc.RenameUnit(m_id, name, this);
     if (notes != m_oldDescription)
         m_doc.SetUnitNotes(m_id, notes);
+    m_doc.EndEdits();
     return true;
 }

@@ -1,0 +1,308 @@
+#include "document/EditHistory.h"
+
+#include "errorlog/ErrorLog.h"
+#include "sqlitewrapper/RowMappers.h"
+#include "sqlitewrapper/SqliteWrapper.h"
+
+#include <QStringList>
+
+using SqlText::Format;
+
+namespace {
+
+const char kSourceName[] = "EditHistory";
+
+} // namespace
+
+CEditHistory::CEditHistory(CSqliteWrapper& db) : m_db(db)
+{
+}
+
+bool CEditHistory::IsEnabled() const
+{
+    return m_enabled && CSqliteWrapper::CanRecordChanges();
+}
+
+void CEditHistory::SetEnabled(bool enabled)
+{
+    m_enabled = enabled;
+    if (!enabled)
+        Clear();
+}
+
+CEditHistory::ExtensionRows CEditHistory::ReadExtensions()
+{
+    std::vector<RowMappers::ExtensionRow> rows;
+    m_db.QueryRows(QStringLiteral("SELECT Name, CategoryID FROM FileExtensions ORDER BY rowid"),
+                   rows, &RowMappers::Extensions);
+    ExtensionRows result;
+    result.reserve(rows.size());
+    for (const auto& row : rows)
+        result.emplace_back(row.Name, row.CategoryID);
+    return result;
+}
+
+void CEditHistory::WriteExtensions(const ExtensionRows& rows)
+{
+    // Written back in their order, so the table reads as it did.
+    m_db.Execute(QStringLiteral("DELETE FROM FileExtensions"));
+    if (rows.empty())
+        return;
+    QStringList values;
+    for (const auto& [name, categoryId] : rows)
+        values << Format("(%s, %d)", {SqlText::QuoteSqlString(name), categoryId});
+    m_db.Execute(QStringLiteral("INSERT INTO FileExtensions(Name, CategoryID) VALUES ") +
+                 values.join(QStringLiteral(", ")));
+}
+
+void CEditHistory::AbandonRecording(const char* what)
+{
+    // The edit has happened or is happening without a record of it: the older steps
+    // may no longer meet the rows they expect, so they go too. Logged, not shown: the
+    // edit itself is fine.
+    m_recordingFailed = true;
+    m_db.StopRecording();
+    Clear();
+    ErrorLog::Instance().WriteLogEntry(0, QString::fromUtf8(what), QString::fromLatin1(kSourceName),
+                                       __LINE__);
+}
+
+void CEditHistory::Begin(const QString& description, const EditSubject& subject)
+{
+    if (m_depth++ > 0)
+        return;
+    m_recording = Step();
+    m_recording.Description = description;
+    m_recording.Subject = subject;
+    m_recordingFailed = false;
+    if (!IsEnabled())
+        return;
+    try {
+        m_recording.ExtensionsBefore = ReadExtensions();
+        m_db.StartRecording();
+    } catch (const CSqliteWrapperError& error) {
+        AbandonRecording(error.what());
+    }
+}
+
+void CEditHistory::SetSubject(const EditSubject& subject)
+{
+    if (m_depth > 0)
+        m_recording.Subject = subject;
+}
+
+bool CEditHistory::End()
+{
+    if (m_depth == 0 || --m_depth > 0)
+        return false;
+    Step step = std::move(m_recording);
+    m_recording = Step();
+    if (!IsEnabled() || m_recordingFailed) {
+        m_db.StopRecording();
+        return false;
+    }
+    try {
+        // The connection was closed meanwhile (a catalogue opened in the middle of the
+        // edit): what happened is unknown.
+        if (!m_db.IsRecording()) {
+            AbandonRecording("a recording ended with its connection");
+            return false;
+        }
+        step.Changes = m_db.TakeRecording();
+        step.ExtensionsAfter = ReadExtensions();
+    } catch (const CSqliteWrapperError& error) {
+        AbandonRecording(error.what());
+        return false;
+    }
+    step.ExtensionsChanged = step.ExtensionsAfter != step.ExtensionsBefore;
+    if (!step.ExtensionsChanged) {
+        step.ExtensionsBefore.clear();
+        step.ExtensionsAfter.clear();
+    }
+    if (step.Changes.isEmpty() && !step.ExtensionsChanged)
+        return false;
+    Push(std::move(step));
+    return true;
+}
+
+void CEditHistory::AddAddition(const QString& description, int unitId, int storageId)
+{
+    if (!IsEnabled())
+        return;
+    Step step;
+    step.Description = description;
+    step.Subject = EditSubject{unitId, false, storageId, true};
+    step.AddedUnitId = unitId;
+    Push(std::move(step));
+}
+
+void CEditHistory::Push(Step step)
+{
+    m_steps.erase(m_steps.begin() + static_cast<std::ptrdiff_t>(m_done), m_steps.end());
+    m_steps.push_back(std::move(step));
+    m_done = m_steps.size();
+    Trim();
+}
+
+bool CEditHistory::CanUndo() const
+{
+    return m_depth == 0 && m_done > 0;
+}
+
+bool CEditHistory::CanRedo() const
+{
+    return m_depth == 0 && m_done < m_steps.size();
+}
+
+QString CEditHistory::UndoDescription() const
+{
+    return m_done > 0 ? m_steps[m_done - 1].Description : QString();
+}
+
+QString CEditHistory::RedoDescription() const
+{
+    return m_done < m_steps.size() ? m_steps[m_done].Description : QString();
+}
+
+EditSubject CEditHistory::Undo()
+{
+    if (!CanUndo())
+        return EditSubject();
+    Step& step = m_steps[m_done - 1];
+    Apply(step, true);
+    const EditSubject subject = step.Subject;
+    --m_done;
+    Trim();
+    return subject;
+}
+
+EditSubject CEditHistory::Redo()
+{
+    if (!CanRedo())
+        return EditSubject();
+    Step& step = m_steps[m_done];
+    Apply(step, false);
+    ++m_done;
+    return step.Subject;
+}
+
+void CEditHistory::Apply(Step& step, bool undo)
+{
+    // One transaction: the changeset (with its own savepoint) and the extension map
+    // take effect together or not at all.
+    QByteArray removal;
+    auto abandon = [&] {
+        m_db.StopRecording();
+        if (m_db.InTransaction())
+            m_db.RollbackTransaction();
+    };
+    try {
+        m_db.Execute(QStringLiteral("BEGIN TRANSACTION"));
+        if (undo && step.AddedUnitId != 0) {
+            m_db.StartRecording();
+            RemoveAddition(step.AddedUnitId);
+            removal = m_db.TakeRecording();
+        } else {
+            m_db.ApplyChangeset(step.Changes, undo != step.ChangesAreUndo);
+        }
+        if (step.ExtensionsChanged)
+            WriteExtensions(undo ? step.ExtensionsBefore : step.ExtensionsAfter);
+        if (m_db.InTransaction())
+            m_db.Execute(QStringLiteral("COMMIT TRANSACTION"));
+    } catch (const CSqliteWrapperError& error) {
+        try {
+            abandon();
+        } catch (const CSqliteWrapperError&) {
+            // The first error is the one worth reporting.
+        }
+        throw error.NonFatal();
+    } catch (...) {
+        abandon();
+        throw;
+    }
+    if (undo && step.AddedUnitId != 0) {
+        step.Changes = std::move(removal);
+        step.ChangesAreUndo = true;
+        step.AddedUnitId = 0;
+    }
+    m_db.LoadCategories();
+    m_db.LoadFileExtensions();
+}
+
+void CEditHistory::RemoveAddition(int unitId)
+{
+    // The rows as they stand right after the addition (steps are undone in order):
+    // the subtree with its media rows, the disc's DiscInfo row, and the share of the
+    // storage's counters the import gave it. The import counts neither an empty disc
+    // nor an empty folder in its storage.
+    const UnitListItem unit = m_db.GetUnit(unitId);
+    const FolderDetails totals = m_db.GetFolderProperties(unitId);
+    const int storageId = m_db.GetUnitStorageId(unitId);
+    qint64 files = 1;
+    qint64 folders = 0;
+    int discs = 0;
+    if (unit.Kind != UnitKind::File) {
+        files = totals.SubfilesNumber;
+        folders = totals.SubfoldersNumber;
+        const bool empty = files == 0 && folders == 0 && unit.UnitSize == 0;
+        if (!empty && unit.Kind == UnitKind::Disc)
+            discs = 1;
+        if (!empty && unit.Kind == UnitKind::Folder)
+            folders += 1;
+    }
+    m_db.Execute(Format("UPDATE Storages SET FilesNumber = FilesNumber - %lld, FoldersNumber = "
+                        "FoldersNumber - %lld, DiscsNumber = DiscsNumber - %d, StorageSize = "
+                        "StorageSize - %lld WHERE StorageID = %d",
+                        {files, folders, discs, unit.UnitSize, storageId}));
+    // One query for the whole subtree, however many units it holds.
+    std::vector<int> ids;
+    m_db.QueryRows(Format("WITH RECURSIVE Subtree(UnitID) AS (SELECT %d UNION SELECT "
+                          "Units.UnitID FROM Units JOIN Subtree ON Units.ParentUnitID = "
+                          "Subtree.UnitID) SELECT UnitID FROM Subtree",
+                          {unitId}),
+                   ids, &RowMappers::Ids);
+    std::vector<int> discInfo;
+    m_db.QueryRows(Format("SELECT DiscInfoID FROM Units WHERE UnitID = %d", {unitId}), discInfo,
+                   &RowMappers::Ids);
+    m_db.DeleteUnitRows(ids);
+    if (!discInfo.empty() && discInfo.front() != 0)
+        m_db.Execute(Format("DELETE FROM DiscInfo WHERE DiscInfoID = %d AND NOT EXISTS (SELECT 1 "
+                            "FROM Units WHERE DiscInfoID = %d)",
+                            {discInfo.front(), discInfo.front()}));
+}
+
+void CEditHistory::Clear()
+{
+    m_steps.clear();
+    m_done = 0;
+}
+
+qint64 CEditHistory::StepSize(const Step& step)
+{
+    qint64 size = step.Changes.size() + step.Description.size() * 2;
+    for (const ExtensionRows* rows : {&step.ExtensionsBefore, &step.ExtensionsAfter}) {
+        for (const auto& row : *rows)
+            size += row.first.size() * 2 + 8;
+    }
+    return size;
+}
+
+qint64 CEditHistory::MemoryUsed() const
+{
+    qint64 total = 0;
+    for (const Step& step : m_steps)
+        total += StepSize(step);
+    return total;
+}
+
+void CEditHistory::Trim()
+{
+    // The oldest steps that could be undone go first; the step that Undo or Redo
+    // would take next stays, however large.
+    qint64 total = MemoryUsed();
+    while (total > kMemoryBudget && m_done > 1) {
+        total -= StepSize(m_steps.front());
+        m_steps.erase(m_steps.begin());
+        --m_done;
+    }
+}

@@ -1,0 +1,235 @@
+// Undo and Redo in the window, and what the panes select around a delete: the Edit
+// menu's texts, the keys, the panes after a step comes back, nothing selected after
+// browsing into a folder, and the neighbour selected in the pane where Delete was
+// pressed only.
+#include "FakePrompter.h"
+
+#include "app/ShelfwiseApp.h"
+#include "document/ShelfwiseDoc.h"
+#include "settings/Settings.h"
+#include "views/CommandIds.h"
+#include "views/Commands.h"
+#include "views/DetailsModel.h"
+#include "views/DetailsView.h"
+#include "views/MainFrame.h"
+#include "views/NavigationView.h"
+
+#include <QAbstractItemView>
+#include <QAction>
+#include <QApplication>
+#include <QFile>
+#include <QMenu>
+#include <QMenuBar>
+#include <QStatusBar>
+#include <QTemporaryDir>
+#include <QtTest/QTest>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace {
+
+constexpr int kLivingRoom = 1;
+constexpr int kHolidayFilms = 1; // a disc in the living room
+constexpr int kMusic = 40;       // a disc of three folders, also in the living room
+constexpr int kBjork = 49;       // the second of them
+
+class UndoRedo : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        if (!CSqliteWrapper::CanRecordChanges())
+            GTEST_SKIP() << "this SQLite has no session extension";
+        m_path = m_dir.filePath(QStringLiteral("sample.db3"));
+        QFile::copy(QStringLiteral(SHELFWISE_DATA_DIR "/test.db3"), m_path);
+        QFile::setPermissions(m_path, QFile::ReadOwner | QFile::WriteOwner);
+        m_app = std::make_unique<CShelfwiseApp>(&m_prompter);
+        ASSERT_TRUE(m_app->InitInstance({QStringLiteral("Shelfwise"), m_path}));
+        Frame().activateWindow();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(&Frame()));
+        m_prompter.SetDefaultYesNo(true);
+    }
+
+    CMainFrame& Frame() { return *m_app->MainFrame(); }
+    CNavigationView& Tree() { return Frame().Navigation(); }
+    CDetailsView& List() { return Frame().Details(); }
+    CShelfwiseDoc& Doc() { return *m_app->Document(); }
+    QAction* Action(int id) { return Frame().Commands().Get(id); }
+
+    QTreeWidgetItem* Child(QTreeWidgetItem* parent, int unitId)
+    {
+        parent->setExpanded(true);
+        for (int c = 0; c < parent->childCount(); ++c) {
+            if (CNavigationView::ItemId(parent->child(c)) == unitId)
+                return parent->child(c);
+        }
+        return nullptr;
+    }
+
+    // The UnitIDs of the list's selected rows.
+    std::vector<int> ListSelection()
+    {
+        std::vector<int> ids;
+        QAbstractItemView* view = List().ActiveView();
+        for (const QModelIndex& index : view->selectionModel()->selectedIndexes()) {
+            if (index.column() == 0)
+                ids.push_back(index.data(CDetailsModel::kUnitIdRole).toInt());
+        }
+        return ids;
+    }
+
+    QRect ListRowRect(int unitId)
+    {
+        QAbstractItemView* view = List().ActiveView();
+        QApplication::processEvents(); // the list lays its items out when it next can
+        for (int r = 0; r < view->model()->rowCount(); ++r) {
+            const QModelIndex index = view->model()->index(r, 0);
+            if (index.data(CDetailsModel::kUnitIdRole).toInt() == unitId)
+                return view->visualRect(index);
+        }
+        return QRect();
+    }
+
+    // What a double-click delivers: a click, a second press with the double-click
+    // event, and its release.
+    static void DoubleClick(QWidget& widget, QPoint at)
+    {
+        QTest::mouseClick(&widget, Qt::LeftButton, Qt::NoModifier, at);
+        QTest::mousePress(&widget, Qt::LeftButton, Qt::NoModifier, at);
+        QTest::mouseDClick(&widget, Qt::LeftButton, Qt::NoModifier, at);
+        QTest::mouseRelease(&widget, Qt::LeftButton, Qt::NoModifier, at);
+        QApplication::processEvents();
+    }
+
+    void PressDelete(QWidget& pane)
+    {
+        pane.setFocus();
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Delete);
+    }
+
+    QTemporaryDir m_dir;
+    QString m_path;
+    FakePrompter m_prompter;
+    std::unique_ptr<CShelfwiseApp> m_app;
+};
+
+} // namespace
+
+TEST_F(UndoRedo, TheMenuSaysWhatComesBackAndThePanesShowIt)
+{
+    QAction* undo = Action(CommandIds::EditUndo);
+    QAction* redo = Action(CommandIds::EditRedo);
+    const QList<QAction*> edit = Frame().menuBar()->actions().at(1)->menu()->actions();
+    EXPECT_EQ(edit.at(0), undo);
+    EXPECT_EQ(edit.at(1), redo);
+    EXPECT_EQ(undo->text(), QStringLiteral("Undo"));
+    EXPECT_FALSE(undo->isEnabled());
+    EXPECT_EQ(redo->text(), QStringLiteral("Redo"));
+    EXPECT_FALSE(redo->isEnabled());
+
+    // A disc deleted in the tree, collapsed with its storage afterwards.
+    QTreeWidgetItem* living = Tree().FindRootItem(kLivingRoom);
+    Tree().setCurrentItem(Child(living, kHolidayFilms));
+    PressDelete(Tree());
+    EXPECT_EQ(Child(living, kHolidayFilms), nullptr);
+    EXPECT_EQ(Frame().statusBar()->currentMessage(),
+              QStringLiteral("Deleted \"Holiday Films 2019\""));
+    EXPECT_EQ(undo->text(), QStringLiteral("Undo Delete \"Holiday Films 2019\""));
+    EXPECT_TRUE(undo->isEnabled());
+    living->setExpanded(false);
+
+    // Ctrl+Z: back in the tree under its expanded storage, and selected in the list.
+    QTest::keyClick(&Frame(), Qt::Key_Z, Qt::ControlModifier);
+    living = Tree().FindRootItem(kLivingRoom);
+    EXPECT_TRUE(living->isExpanded());
+    EXPECT_NE(Child(living, kHolidayFilms), nullptr);
+    EXPECT_EQ(Tree().currentItem(), living);
+    EXPECT_EQ(ListSelection(), std::vector<int>{kHolidayFilms});
+    EXPECT_EQ(Frame().statusBar()->currentMessage(),
+              QStringLiteral("Undone: Delete \"Holiday Films 2019\""));
+    EXPECT_EQ(undo->text(), QStringLiteral("Undo"));
+    EXPECT_FALSE(undo->isEnabled());
+    EXPECT_EQ(redo->text(), QStringLiteral("Redo Delete \"Holiday Films 2019\""));
+    EXPECT_TRUE(Doc().IsModified());
+
+    // Ctrl+Y and Ctrl+Shift+Z redo.
+    QTest::keyClick(&Frame(), Qt::Key_Y, Qt::ControlModifier);
+    EXPECT_EQ(Child(Tree().FindRootItem(kLivingRoom), kHolidayFilms), nullptr);
+    QTest::keyClick(&Frame(), Qt::Key_Z, Qt::ControlModifier);
+    QTest::keyClick(&Frame(), Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_EQ(Child(Tree().FindRootItem(kLivingRoom), kHolidayFilms), nullptr);
+
+    // A storage added and taken back, with an ampersand that stays one in the menu.
+    const int shed = Doc().AddStorage(QStringLiteral("Shed & garage"), QString());
+    Tree().InsertNewStorage(shed, QStringLiteral("Shed & garage"));
+    Tree().setCurrentItem(Tree().FindRootItem(shed));
+    EXPECT_EQ(undo->text(), QStringLiteral("Undo Add Storage \"Shed && garage\""));
+    undo->trigger();
+    EXPECT_EQ(Tree().FindRootItem(shed), nullptr);
+    EXPECT_EQ(Doc().SelectedId, -1);
+    EXPECT_EQ(List().Model().rowCount(), 0);
+    redo->trigger();
+    ASSERT_NE(Tree().FindRootItem(shed), nullptr);
+    EXPECT_EQ(Tree().currentItem(), Tree().FindRootItem(shed));
+
+    // Opening a catalogue ends the history.
+    ASSERT_TRUE(Frame().OpenCatalogue(m_path));
+    EXPECT_EQ(undo->text(), QStringLiteral("Undo"));
+    EXPECT_FALSE(undo->isEnabled());
+    EXPECT_FALSE(redo->isEnabled());
+}
+
+TEST_F(UndoRedo, BrowsingSelectsNothingAndADeleteSelectsOnlyInItsOwnPane)
+{
+    QTreeWidgetItem* living = Tree().FindRootItem(kLivingRoom);
+    Tree().setCurrentItem(living);
+    List().SelectRowByUnitId(kMusic);
+    const QRect music = ListRowRect(kMusic);
+    ASSERT_TRUE(music.isValid());
+
+    // Double-clicked: the disc's folders are listed, none of them chosen, and Delete
+    // has nothing to delete.
+    DoubleClick(*List().ActiveView()->viewport(), music.center());
+    ASSERT_EQ(Doc().SelectedId, kMusic);
+    ASSERT_EQ(List().Model().rowCount(), 3);
+    EXPECT_EQ(ListSelection(), std::vector<int>());
+    const size_t asked = m_prompter.Questions().size();
+    PressDelete(*List().ActiveView());
+    EXPECT_EQ(m_prompter.Questions().size(), asked);
+    EXPECT_EQ(List().Model().rowCount(), 3);
+
+    // Deleted in the list: the row after it is selected there; the tree keeps its
+    // selection and only loses the folder.
+    List().SelectRowByUnitId(kBjork);
+    QTreeWidgetItem* disc = Tree().currentItem();
+    PressDelete(*List().ActiveView());
+    EXPECT_EQ(Frame().statusBar()->currentMessage(), QStringLiteral("Deleted \"Björk\""));
+    ASSERT_EQ(List().Model().rowCount(), 2);
+    ASSERT_EQ(ListSelection().size(), 1u);
+    EXPECT_EQ(ListSelection().front(), List().Model().Rows().at(1).UnitID);
+    EXPECT_EQ(Tree().currentItem(), disc);
+    EXPECT_EQ(Tree().selectedItems(), QList<QTreeWidgetItem*>{disc});
+    EXPECT_EQ(Child(disc, kBjork), nullptr);
+
+    // Deleted in the tree: its neighbour there is selected, and the list shows that
+    // one's contents with nothing chosen.
+    QTreeWidgetItem* queen = disc->child(0);
+    Tree().setCurrentItem(queen);
+    QTreeWidgetItem* next = disc->child(1);
+    PressDelete(Tree());
+    EXPECT_EQ(Tree().currentItem(), next);
+    EXPECT_EQ(Tree().selectedItems(), QList<QTreeWidgetItem*>{next});
+    EXPECT_EQ(Doc().SelectedId, CNavigationView::ItemId(next));
+    EXPECT_EQ(ListSelection(), std::vector<int>());
+
+    // Both come back with two undos, each shown where it lies.
+    Action(CommandIds::EditUndo)->trigger();
+    Action(CommandIds::EditUndo)->trigger();
+    disc = Child(Tree().FindRootItem(kLivingRoom), kMusic);
+    ASSERT_NE(disc, nullptr);
+    EXPECT_EQ(Tree().currentItem(), disc);
+    EXPECT_EQ(ListSelection(), std::vector<int>{kBjork});
+    EXPECT_EQ(disc->childCount(), 3);
+}
