@@ -35,6 +35,11 @@ UserPrompter::Answer FakePrompter::AskYesNoCancel(const QString& text, Icon icon
     return answer;
 }
 
+UserPrompter::Answer FakePrompter::AskYesNoDefaultNo(const QString& text, Icon icon)
+{
+    return AskYesNoCancel(text, icon);
+}
+
 void FakePrompter::CloseMainWindow()
 {
     ++m_closeCount;

@@ -35,12 +35,15 @@ public:
     FakePrompter& operator=(const FakePrompter&) = delete;
 
     using UserPrompter::AskYesNo;
+    using UserPrompter::AskYesNoDefaultNo;
     using UserPrompter::ShowMessage;
 
     void ShowMessage(const QString& text, Icon icon) override;
     bool AskYesNo(const QString& text, Icon icon) override;
     // Takes a queued three-way answer first, then falls back to the Yes/No queue.
     Answer AskYesNoCancel(const QString& text, Icon icon) override;
+    // The same queues as AskYesNoCancel; recorded among the questions.
+    Answer AskYesNoDefaultNo(const QString& text, Icon icon) override;
     void CloseMainWindow() override;
     QString AskNewerCatalogue(const QString& catalogueVersion) override;
     QString AskBackupPath() override;

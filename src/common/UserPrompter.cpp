@@ -67,6 +67,16 @@ UserPrompter::Answer UserPrompter::AskYesNoCancel(const QString& text, Icon icon
     return AskYesNo(text, icon) ? Answer::Yes : Answer::No;
 }
 
+UserPrompter::Answer UserPrompter::AskYesNoDefaultNo(const QString& text, Icon icon)
+{
+    return AskYesNo(text, icon) ? Answer::Yes : Answer::No;
+}
+
+UserPrompter::Answer UserPrompter::AskYesNoDefaultNo(int stringId, Icon icon)
+{
+    return AskYesNoDefaultNo(Strings::LoadString(stringId), icon);
+}
+
 void UserPrompter::ShowMessage(int stringId, Icon icon)
 {
     ShowMessage(Strings::LoadString(stringId), icon);

@@ -15,8 +15,12 @@ public:
     virtual void ShowMessage(const QString& text, Icon icon) = 0;
     enum class Answer { Yes, No, Cancel };
 
-    // A Yes/No question; true for Yes.
+    // A Yes/No question; true for Yes, which is the default button.
     virtual bool AskYesNo(const QString& text, Icon icon) = 0;
+    // A Yes/No question with No as the default button, for a change the user should
+    // not make by pressing Enter; Cancel when the box is closed without an answer (Esc,
+    // the close box). Where nobody can close it, it is asked as a Yes/No question.
+    virtual Answer AskYesNoDefaultNo(const QString& text, Icon icon);
     // A Yes/No/Cancel question (save changes?). Where nobody can cancel, it is asked
     // as a Yes/No question.
     virtual Answer AskYesNoCancel(const QString& text, Icon icon);
@@ -34,6 +38,7 @@ public:
     // Shorthands taking a string id.
     void ShowMessage(int stringId, Icon icon);
     bool AskYesNo(int stringId, Icon icon);
+    Answer AskYesNoDefaultNo(int stringId, Icon icon);
 
     // The prompter in use; the program sets it once at start.
     static UserPrompter& Current();

@@ -5,6 +5,7 @@
 #include <QFileDialog>
 #include <QMessageBox>
 #include <QMetaObject>
+#include <QPushButton>
 #include <QWidget>
 
 namespace {
@@ -36,8 +37,26 @@ bool CWidgetPrompter::AskYesNo(const QString& text, Icon icon)
 {
     QMessageBox box(BoxIcon(icon), QStringLiteral("Shelfwise"), text,
                     QMessageBox::Yes | QMessageBox::No, m_window);
-    box.setDefaultButton(QMessageBox::No);
+    box.setDefaultButton(QMessageBox::Yes);
     return box.exec() == QMessageBox::Yes;
+}
+
+UserPrompter::Answer CWidgetPrompter::AskYesNoDefaultNo(const QString& text, Icon icon)
+{
+    QMessageBox box(BoxIcon(icon), QStringLiteral("Shelfwise"), text,
+                    QMessageBox::Yes | QMessageBox::No, m_window);
+    box.setDefaultButton(QMessageBox::No);
+    // Esc and the close box answer neither Yes nor No: a Cancel button nobody sees
+    // takes them.
+    QPushButton* closed = box.addButton(QMessageBox::Cancel);
+    closed->hide();
+    box.setEscapeButton(closed);
+    box.exec();
+    if (box.clickedButton() == box.button(QMessageBox::Yes))
+        return Answer::Yes;
+    if (box.clickedButton() == box.button(QMessageBox::No))
+        return Answer::No;
+    return Answer::Cancel;
 }
 
 UserPrompter::Answer CWidgetPrompter::AskYesNoCancel(const QString& text, Icon icon)

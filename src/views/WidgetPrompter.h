@@ -14,6 +14,7 @@ public:
     void ShowMessage(const QString& text, Icon icon) override;
     bool AskYesNo(const QString& text, Icon icon) override;
     Answer AskYesNoCancel(const QString& text, Icon icon) override;
+    Answer AskYesNoDefaultNo(const QString& text, Icon icon) override;
     void CloseMainWindow() override;
     QString AskNewerCatalogue(const QString& catalogueVersion) override;
     QString AskBackupPath() override;
