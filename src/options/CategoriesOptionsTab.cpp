@@ -158,8 +158,9 @@ void CCategoriesOptionsTab::FinishExtensionEdit()
     } else {
         item->setText(0, extension);
         item->setFlags(item->flags() & ~Qt::ItemIsEditable);
-        if (UserPrompter::Current().AskYesNo(Strings::IDS_CHANGE_EXTENSION_CATEGORY_QUESTION,
-                                             UserPrompter::Icon::Question))
+        if (UserPrompter::Current().AskYesNoDefaultNo(
+                Strings::IDS_CHANGE_EXTENSION_CATEGORY_QUESTION, UserPrompter::Icon::Question) ==
+            UserPrompter::Answer::Yes)
             m_doc.SetExtensionFilesCategory(extension, categoryId);
     }
     m_doc.EndEdits();

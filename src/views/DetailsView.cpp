@@ -218,11 +218,18 @@ void CDetailsView::ChangeCategory(int categoryId)
     if (!unit)
         return;
     const UnitListItem file = *unit;
-    if (UserPrompter::Current().AskYesNo(Strings::IDS_CHANGE_EXTENSION_CATEGORY_QUESTION,
-                                         UserPrompter::Icon::Question))
+    // Yes: every file with the extension; No: this file; closing the box: nothing.
+    switch (UserPrompter::Current().AskYesNoDefaultNo(
+        Strings::IDS_CHANGE_EXTENSION_CATEGORY_QUESTION, UserPrompter::Icon::Question)) {
+    case UserPrompter::Answer::Yes:
         m_doc.SetFileExtensionCategory(file.UnitName, categoryId);
-    else
+        break;
+    case UserPrompter::Answer::No:
         m_doc.SetUnitCategory(file.UnitID, categoryId);
+        break;
+    case UserPrompter::Answer::Cancel:
+        break;
+    }
 }
 
 void CDetailsView::contextMenuEvent(QContextMenuEvent* event)

@@ -213,6 +213,11 @@ TEST_F(MainWindow, AFileInTheListChangesCategoryAloneOrWithItsExtension)
 
     auto category = [&](int id) { return db.GetUnit(id).CategoryID; };
     const int others = category(files.back());
+    // The question closed without an answer changes nothing.
+    m_prompter.QueueAnswer(UserPrompter::Answer::Cancel);
+    list.ChangeCategory(CategoryIds::Picture);
+    EXPECT_EQ(category(file), others);
+    EXPECT_FALSE(app.Document()->IsModified());
     m_prompter.QueueYesNo(false); // only this file
     list.ChangeCategory(CategoryIds::Picture);
     EXPECT_EQ(category(file), CategoryIds::Picture);
