@@ -39,3 +39,8 @@ quint32 ParseVersionNumber(const QString& text)
 }
 
 } // namespace Version
+
+QString Version::Homepage()
+{
+    return QStringLiteral(SHELFWISE_HOMEPAGE);
+}

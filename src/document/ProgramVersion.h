@@ -13,6 +13,9 @@ quint32 ProgramVersion();
 // its low 8 bits, so build 301 shows as 45.
 QString ProgramVersionText();
 
+// The maker's page for the program, as the package and the desktop data declare it.
+QString Homepage();
+
 // "2.7" gives 0x00020007: the number before the first full stop in the high half, the
 // decimal number after it (up to the next non-digit) in the low half. Text without a
 // full stop gives 0 in the high half and the whole text's number in the low half.

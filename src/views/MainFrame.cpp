@@ -157,10 +157,17 @@ void CMainFrame::CreateActions()
     });
     add(Help, tr("&Help"), QKeySequence::HelpContents, [this] { OnHelp(); });
     add(AppAbout, tr("&About Shelfwise..."), QKeySequence(), [this] {
-        QMessageBox::about(this, tr("About Shelfwise"),
-                           SqlText::Format(Strings::LoadString(Strings::IDS_ABOUT_VERSION),
-                                           {Version::ProgramVersionText()}) +
-                               tr("\nA cataloguer of removable discs and folders."));
+        // The version, what the program is, its maker and the maker's page (a link the
+        // desktop's browser opens).
+        const QString homepage = Version::Homepage();
+        QMessageBox::about(
+            this, tr("About Shelfwise"),
+            QStringLiteral("<p>%1</p><p>%2</p><p>%3<br><a href=\"%4\">%4</a></p>")
+                .arg(SqlText::Format(Strings::LoadString(Strings::IDS_ABOUT_VERSION),
+                                     {Version::ProgramVersionText()})
+                         .toHtmlEscaped(),
+                     tr("A cataloguer of removable discs and folders.").toHtmlEscaped(),
+                     tr("Made by Korvalt").toHtmlEscaped(), homepage.toHtmlEscaped()));
     });
     const std::pair<int, CDetailsView::Mode> modes[] = {
         {ViewIcons, CDetailsView::Mode::Icons},

@@ -6,15 +6,20 @@
 #include "document/ShelfwiseDoc.h"
 #include "settings/Settings.h"
 #include "sqlitewrapper/RowMappers.h"
+#include "views/CommandIds.h"
 #include "views/DetailsModel.h"
 #include "views/DetailsView.h"
 #include "views/MainFrame.h"
 #include "views/NavigationView.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QDir>
 #include <QFile>
+#include <QLabel>
+#include <QMessageBox>
 #include <QTemporaryDir>
+#include <QTimer>
 #include <QToolBar>
 
 #include <gtest/gtest.h>
@@ -296,4 +301,26 @@ TEST_F(MainWindow, ASaveThatCannotWriteSaysSoAndKeepsTheChanges)
     EXPECT_TRUE(std::any_of(storages.begin(), storages.end(), [](const StorageRecord& s) {
         return s.StorageName == QStringLiteral("Garden shed");
     }));
+}
+
+TEST_F(MainWindow, AboutNamesTheVersionTheMakerAndLinksItsPage)
+{
+    CShelfwiseApp app(&m_prompter);
+    ASSERT_TRUE(app.InitInstance({QStringLiteral("Shelfwise"), Sample()}));
+    QString text;
+    bool linksOpen = false;
+    QTimer::singleShot(0, [&] {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        if (!box)
+            return;
+        text = box->text();
+        for (const QLabel* label : box->findChildren<QLabel*>())
+            linksOpen = linksOpen || (label->text() == text && label->openExternalLinks());
+        box->accept();
+    });
+    app.MainFrame()->Commands().Get(CommandIds::AppAbout)->trigger();
+    EXPECT_TRUE(text.contains(QStringLiteral("Shelfwise version 1.0.0.1"))) << text.toStdString();
+    EXPECT_TRUE(text.contains(QStringLiteral("Korvalt")));
+    EXPECT_TRUE(text.contains(QStringLiteral("<a href=\"https://korvalt.org/shelfwise\">")));
+    EXPECT_TRUE(linksOpen);
 }
