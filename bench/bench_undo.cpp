@@ -5,7 +5,7 @@
 //   and redone (median of three). The floor: the same rows put back by a plain
 //   INSERT INTO ... SELECT from a copy kept in memory, in one transaction.
 // - an addition of a generated folder tree with the history on and off (it records the
-//   top unit only, so the import should not notice).
+//   top unit only, so the import should not notice), median of five each.
 //
 //   bench_undo [--units N] [--entries N]     (defaults 200,000 and 100,000)
 #include "acquisition/AddLocationJob.h"
@@ -312,8 +312,9 @@ void MeasureAddition(int entries)
     MakeTree(tree.path(), entries);
     std::vector<double> with;
     std::vector<double> without;
-    for (int i = 0; i < 3; ++i) {
-        for (bool history : {true, false}) {
+    // Five each, taking turns at going first.
+    for (int i = 0; i < 5; ++i) {
+        for (bool history : {i % 2 == 0, i % 2 != 0}) {
             CShelfwiseDoc doc(true);
             doc.OnNewDocument();
             doc.SetHistoryEnabled(history);
@@ -321,7 +322,7 @@ void MeasureAddition(int entries)
             (history ? with : without).push_back(Add(doc, storage, tree.path()));
         }
     }
-    std::printf("adding a folder of %d files%s, median of 3: history on %.3f s, off %.3f s, "
+    std::printf("adding a folder of %d files%s, median of 5: history on %.3f s, off %.3f s, "
                 "on / off: %.3f\n",
                 entries, tmpfs ? " on a tmpfs" : "", Median(with), Median(without),
                 Median(with) / Median(without));
