@@ -94,14 +94,19 @@ CMainFrame::CMainFrame(CShelfwiseDoc& doc, QWidget* parent)
     connect(&m_doc, &CShelfwiseDoc::cataloguePathChanged, this, [this](const QString& path) {
         m_pathLabel->setText(QDir::toNativeSeparators(path));
         UpdateTitle();
+        // However the catalogue got its file (Open, Save As, an autosave that asked for
+        // a name), it leads the recent-file list.
+        if (!path.isEmpty())
+            AddRecent(QFileInfo(path).absoluteFilePath());
     });
     connect(&m_doc, &CShelfwiseDoc::viewsNeedUpdate, this, &CMainFrame::UpdateStatus);
     m_autosave.setParent(this);
     m_autosave.setObjectName(QStringLiteral("autosaveTimer"));
     connect(&m_autosave, &QTimer::timeout, this, [this] {
         // Not in the middle of edits that undo as one step (a question they ask).
+        // File Save's own way, which names a new catalogue and shows it again.
         if (m_doc.IsLoaded() && m_doc.IsModified() && !m_doc.History().IsRecording())
-            m_doc.FileSave();
+            Save();
     });
     RestartAutosave();
     UpdateRecentMenu();

@@ -343,8 +343,21 @@ TEST_F(Editing, AutosaveWritesTheFileByTimerAndAfterEachUpdate)
     EXPECT_EQ(storagesInFile(), atStart + 1);
     EXPECT_FALSE(m_app->MainFrame()->isWindowModified());
 
+    // A catalogue that was never saved: the timer's Save asks for a name, and the file
+    // then leads the recent-file list and names the window, as after File Save.
+    m_app->MainFrame()->NewCatalogue();
+    ASSERT_NE(Doc().AddStorage(QStringLiteral("Shed"), QString()), 0);
+    const QString named = m_dir.filePath(QStringLiteral("named.db3"));
+    m_prompter.QueuePath(named);
+    timer->start(1);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !Doc().IsModified(); }, 5000));
+    EXPECT_EQ(Doc().CataloguePath(), named);
+    EXPECT_EQ(m_app->MainFrame()->RecentFiles().value(0), named);
+    EXPECT_TRUE(m_app->MainFrame()->windowTitle().contains(QStringLiteral("named.db3")));
+
     Settings::Instance().AutosaveTimeout = 0;
     m_app->MainFrame()->RestartAutosave();
+    ASSERT_TRUE(m_app->MainFrame()->OpenCatalogue(m_path));
     Settings::Instance().AutosaveAfterUpdate = true;
     ASSERT_NE(Doc().AddStorage(QStringLiteral("Garage"), QString()), 0);
     EXPECT_FALSE(Doc().IsModified());
