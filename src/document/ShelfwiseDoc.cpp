@@ -562,8 +562,8 @@ bool CShelfwiseDoc::DeleteItem(QObject* sender, const QString& name, int id, boo
     });
     if (!deleted)
         return false;
-    if (isStorage)
-        ReloadStorages();
+    // A unit's storage has lost its share of the counters the status bar shows too.
+    ReloadStorages();
     if ((SelectedId == id && SelectedIsStorage == isStorage))
         SelectedId = -1;
     emit viewsNeedUpdate(sender);

@@ -18,6 +18,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QFile>
+#include <QLabel>
 #include <QMenu>
 #include <QMenuBar>
 #include <QStatusBar>
@@ -153,6 +154,18 @@ TEST_F(UndoRedo, TheMenuSaysWhatComesBackAndThePanesShowIt)
     EXPECT_FALSE(undo->isEnabled());
     EXPECT_EQ(redo->text(), QStringLiteral("Redo Delete \"Holiday Films 2019\""));
     EXPECT_TRUE(Doc().IsModified());
+
+    // Deleted from the list with its storage selected: the storage's counts follow.
+    PressDelete(*List().ActiveView());
+    QLabel* summary = nullptr;
+    for (QLabel* label : Frame().statusBar()->findChildren<QLabel*>()) {
+        if (label->accessibleName() == QStringLiteral("Selection summary"))
+            summary = label;
+    }
+    ASSERT_NE(summary, nullptr);
+    EXPECT_TRUE(summary->text().startsWith(QStringLiteral("2 discs,")));
+    QTest::keyClick(&Frame(), Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_TRUE(summary->text().startsWith(QStringLiteral("3 discs,")));
 
     // Ctrl+Y and Ctrl+Shift+Z redo.
     QTest::keyClick(&Frame(), Qt::Key_Y, Qt::ControlModifier);
