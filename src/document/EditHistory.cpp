@@ -6,6 +6,8 @@
 
 #include <QStringList>
 
+#include <cstddef>
+
 using SqlText::Format;
 
 namespace {
