@@ -7,6 +7,7 @@
 // - disc mode on a slow source: scanning and importing overlap.
 //
 //   bench_import [TREE] [--entries N]     (defaults /usr and 1,000,000)
+#include "BenchSupport.h"
 #include "acquisition/AddLocationJob.h"
 #include "acquisition/FolderLister.h"
 #include "acquisition/Importer.h"
@@ -44,26 +45,6 @@ namespace {
 const char* const kMediaPackages[] = {
     "tuxpaint-data", "tuxpaint-stamps-default", "gnome-backgrounds", "desktop-base",
     "lmms-common",   "sound-theme-freedesktop", "yaru-theme-sound"};
-
-// Peak resident memory of this process in bytes, and its reset (Linux).
-qint64 PeakMemory()
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly))
-        return 0;
-    for (const QByteArray& line : status.readAll().split('\n')) {
-        if (line.startsWith("VmHWM:"))
-            return line.mid(6).trimmed().split(' ').first().toLongLong() * 1024;
-    }
-    return 0;
-}
-
-void ResetPeakMemory()
-{
-    QFile clear(QStringLiteral("/proc/self/clear_refs"));
-    if (clear.open(QIODevice::WriteOnly))
-        clear.write("5");
-}
 
 double FindSeconds(const QString& tree, qint64* lines)
 {
@@ -148,11 +129,11 @@ int ImportOnce(const QString& tree, const QByteArray& how, qint64 entries, doubl
     CShelfwiseDoc doc(true);
     doc.OnNewDocument();
     const int storage = doc.AddStorage(QStringLiteral("Bench"), QString());
-    ResetPeakMemory();
-    const qint64 emptyProgram = PeakMemory();
+    BenchSupport::ResetPeakMemory();
+    const qint64 emptyProgram = BenchSupport::PeakMemory();
     const double seconds = Add(doc, storage, CAddLocationJob::Mode::Folder, tree, how == "on",
                                nullptr, how == "single" ? 1 : 0);
-    const qint64 peak = PeakMemory() - emptyProgram;
+    const qint64 peak = BenchSupport::PeakMemory() - emptyProgram;
     const char* label = how == "on"       ? "media details on "
                         : how == "single" ? "one statement per file, media off"
                                           : "media details off";

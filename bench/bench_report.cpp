@@ -6,6 +6,7 @@
 // resident size, before the reports and after a report of one storage and of the whole
 // catalogue, so the growth per row can be compared between the two sizes.
 
+#include "BenchSupport.h"
 #include "common/WorkerEvent.h"
 #include "report/ReportWriter.h"
 #include "sqlitewrapper/SqliteWrapper.h"
@@ -63,37 +64,14 @@ const char* FileName(int number)
     return g_name;
 }
 
-long PeakRssKb()
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly))
-        return -1;
-    for (const QByteArray& line : status.readAll().split('\n')) {
-        if (line.startsWith("VmHWM:"))
-            return line.mid(6).trimmed().split(' ').first().toLong();
-    }
-    return -1;
-}
-
-bool Exec(sqlite3* db, const char* sql)
-{
-    char* error = nullptr;
-    if (sqlite3_exec(db, sql, nullptr, nullptr, &error) != SQLITE_OK) {
-        std::fprintf(stderr, "SQL failed: %s\n", error ? error : "?");
-        sqlite3_free(error);
-        return false;
-    }
-    return true;
-}
-
 // Fills the catalogue in one transaction: storages, discs, folders, albums, files.
 bool GenerateCatalogue(const QString& path, int& units)
 {
     sqlite3* db = nullptr;
     if (sqlite3_open(QFile::encodeName(path).constData(), &db) != SQLITE_OK)
         return false;
-    Exec(db, "PRAGMA synchronous = OFF");
-    Exec(db, "BEGIN TRANSACTION");
+    BenchSupport::Exec(db, "PRAGMA synchronous = OFF");
+    BenchSupport::Exec(db, "BEGIN TRANSACTION");
     sqlite3_stmt* insert = nullptr;
     sqlite3_prepare_v2(db,
                        "INSERT INTO Units (UnitID, UnitName, UnitType, StorageID, ParentUnitID, "
@@ -123,7 +101,7 @@ bool GenerateCatalogue(const QString& path, int& units)
                                 "VALUES (" +
                                 std::to_string(s) + ", 'Shelf " + std::to_string(s) +
                                 "', 'Generated')";
-        Exec(db, sql.c_str());
+        BenchSupport::Exec(db, sql.c_str());
         for (int d = 0; d < kDiscsPerStorage; ++d) {
             char date[32];
             std::snprintf(date, sizeof date, "2020-%02d-%02d 12:%02d:%02d", d % 12 + 1, s + 1,
@@ -142,7 +120,7 @@ bool GenerateCatalogue(const QString& path, int& units)
         }
     }
     sqlite3_finalize(insert);
-    const bool ok = Exec(db, "COMMIT TRANSACTION");
+    const bool ok = BenchSupport::Exec(db, "COMMIT TRANSACTION");
     sqlite3_close(db);
     units = id;
     return ok;
@@ -233,7 +211,7 @@ bool RunReport(CSqliteWrapper& db, int storage, const QString& path, ReportRun& 
     loop.exec();
     writer.Wait();
     run.seconds = timer.nsecsElapsed() / 1e9;
-    run.peakAfterKb = PeakRssKb();
+    run.peakAfterKb = static_cast<long>(BenchSupport::PeakMemory() / 1024);
     run.rows = job.Done;
     run.pageBytes = QFileInfo(path).size();
     return driver.Outcome == WorkerEvent::Succeeded && job.PageWritten;
@@ -277,7 +255,8 @@ int main(int argc, char** argv)
     // the second starts.
     ReportRun storage;
     ReportRun whole;
-    storage.peakBeforeKb = whole.peakBeforeKb = PeakRssKb();
+    storage.peakBeforeKb = whole.peakBeforeKb =
+        static_cast<long>(BenchSupport::PeakMemory() / 1024);
     if (!RunReport(db, 1, work.filePath(QStringLiteral("storage.html")), storage) ||
         !RunReport(db, -1, work.filePath(QStringLiteral("report.html")), whole)) {
         std::fprintf(stderr, "the report failed\n");

@@ -8,6 +8,7 @@
 //   top unit only, so the import should not notice), median of five each.
 //
 //   bench_undo [--units N] [--entries N]     (defaults 200,000 and 100,000)
+#include "BenchSupport.h"
 #include "acquisition/AddLocationJob.h"
 #include "acquisition/Importer.h"
 #include "common/UserPrompter.h"
@@ -52,17 +53,6 @@ public:
     QString AskSaveFileName() override { return QString(); }
 };
 
-bool Exec(sqlite3* db, const char* sql)
-{
-    char* error = nullptr;
-    if (sqlite3_exec(db, sql, nullptr, nullptr, &error) != SQLITE_OK) {
-        std::fprintf(stderr, "SQL failed: %s\n", error ? error : "?");
-        sqlite3_free(error);
-        return false;
-    }
-    return true;
-}
-
 // Storage s holds disc s: 40 folders of 10 albums, the files spread over the albums,
 // every tenth a picture with its PictureInfo row. Counters as an import leaves them.
 bool GenerateCatalogue(const QString& path, int unitsPerDisc)
@@ -70,8 +60,8 @@ bool GenerateCatalogue(const QString& path, int unitsPerDisc)
     sqlite3* db = nullptr;
     if (sqlite3_open(QFile::encodeName(path).constData(), &db) != SQLITE_OK)
         return false;
-    Exec(db, "PRAGMA synchronous = OFF");
-    Exec(db, "BEGIN TRANSACTION");
+    BenchSupport::Exec(db, "PRAGMA synchronous = OFF");
+    BenchSupport::Exec(db, "BEGIN TRANSACTION");
     sqlite3_stmt* unit = nullptr;
     sqlite3_prepare_v2(db,
                        "INSERT INTO Units (UnitID, UnitName, UnitType, StorageID, ParentUnitID, "
@@ -93,11 +83,11 @@ bool GenerateCatalogue(const QString& path, int unitsPerDisc)
     for (int s = 1; s <= 2; ++s) {
         const std::string storage = "INSERT INTO Storages (StorageID, StorageName) VALUES (" +
                                     std::to_string(s) + ", 'Shelf " + std::to_string(s) + "')";
-        Exec(db, storage.c_str());
+        BenchSupport::Exec(db, storage.c_str());
         const std::string info = "INSERT INTO DiscInfo (DiscInfoID, Label, SerialNumber, Size) "
                                  "VALUES (" +
                                  std::to_string(s) + ", 'DISC', 1234, 4700000000)";
-        Exec(db, info.c_str());
+        BenchSupport::Exec(db, info.c_str());
         auto add = [&](const std::string& name, const char* type, int parent, qint64 size,
                        int subfiles, int subfolders, int category, int media) {
             sqlite3_bind_int(unit, 1, ++id);
@@ -166,11 +156,11 @@ bool GenerateCatalogue(const QString& path, int unitsPerDisc)
             ", FoldersNumber = " + std::to_string(folders * (albums + 1)) +
             ", DiscsNumber = 1, StorageSize = " + std::to_string(discSize) +
             " WHERE StorageID = " + std::to_string(s);
-        Exec(db, counters.c_str());
+        BenchSupport::Exec(db, counters.c_str());
     }
     sqlite3_finalize(unit);
     sqlite3_finalize(picture);
-    const bool ok = Exec(db, "COMMIT TRANSACTION");
+    const bool ok = BenchSupport::Exec(db, "COMMIT TRANSACTION");
     sqlite3_close(db);
     return ok;
 }

@@ -5,6 +5,7 @@
 //   GetSubunits query of the same folder alone.
 // Each figure is the median of several runs; the targets are 0.5 s and 100 ms.
 
+#include "BenchSupport.h"
 #include "app/ShelfwiseApp.h"
 #include "document/DataFiles.h"
 #include "document/ShelfwiseDoc.h"
@@ -41,16 +42,6 @@ double Median(std::vector<double> values)
     return values[values.size() / 2];
 }
 
-bool Exec(sqlite3* db, const char* sql)
-{
-    char* error = nullptr;
-    if (sqlite3_exec(db, sql, nullptr, nullptr, &error) == SQLITE_OK)
-        return true;
-    std::fprintf(stderr, "bench_window: %s\n", error ? error : "?");
-    sqlite3_free(error);
-    return false;
-}
-
 // A copy of the template with one storage, one disc and in it one folder of kFiles
 // files.
 bool MakeLargeFolderCatalogue(const QString& path)
@@ -62,15 +53,19 @@ bool MakeLargeFolderCatalogue(const QString& path)
     sqlite3* db = nullptr;
     if (sqlite3_open(QFile::encodeName(path).constData(), &db) != SQLITE_OK)
         return false;
-    bool ok = Exec(db, "BEGIN") &&
-              Exec(db, "INSERT INTO Storages (StorageID, StorageName, StorageNotes, "
-                       "DiscsNumber, FoldersNumber, FilesNumber) VALUES (1, 'Shelf', '', 1, "
-                       "1, 100000)") &&
-              Exec(db, "INSERT INTO Units (UnitID, UnitName, UnitType, StorageID, "
-                       "SubfoldersNumber, SubfilesNumber) VALUES (1, 'Big disc', 'C', 1, 1, "
-                       "100000)") &&
-              Exec(db, "INSERT INTO Units (UnitID, UnitName, UnitType, StorageID, ParentUnitID, "
-                       "SubfilesNumber) VALUES (2, 'Camera', 'D', 1, 1, 100000)");
+    bool ok =
+        BenchSupport::Exec(db, "BEGIN") &&
+        BenchSupport::Exec(db,
+                           "INSERT INTO Storages (StorageID, StorageName, StorageNotes, "
+                           "DiscsNumber, FoldersNumber, FilesNumber) VALUES (1, 'Shelf', '', 1, "
+                           "1, 100000)") &&
+        BenchSupport::Exec(db,
+                           "INSERT INTO Units (UnitID, UnitName, UnitType, StorageID, "
+                           "SubfoldersNumber, SubfilesNumber) VALUES (1, 'Big disc', 'C', 1, 1, "
+                           "100000)") &&
+        BenchSupport::Exec(
+            db, "INSERT INTO Units (UnitID, UnitName, UnitType, StorageID, ParentUnitID, "
+                "SubfilesNumber) VALUES (2, 'Camera', 'D', 1, 1, 100000)");
     sqlite3_stmt* insert = nullptr;
     ok = ok && sqlite3_prepare_v2(db,
                                   "INSERT INTO Units (UnitName, UnitType, StorageID, "
@@ -86,7 +81,7 @@ bool MakeLargeFolderCatalogue(const QString& path)
         sqlite3_reset(insert);
     }
     sqlite3_finalize(insert);
-    ok = ok && Exec(db, "COMMIT");
+    ok = ok && BenchSupport::Exec(db, "COMMIT");
     sqlite3_close(db);
     return ok;
 }

@@ -1,0 +1,43 @@
+#include "BenchSupport.h"
+
+#include <QByteArray>
+#include <QFile>
+#include <QString>
+
+#include <sqlite3.h>
+
+#include <cstdio>
+
+namespace BenchSupport {
+
+bool Exec(sqlite3* db, const char* sql)
+{
+    char* error = nullptr;
+    if (sqlite3_exec(db, sql, nullptr, nullptr, &error) != SQLITE_OK) {
+        std::fprintf(stderr, "SQL failed: %s\n", error ? error : "?");
+        sqlite3_free(error);
+        return false;
+    }
+    return true;
+}
+
+qint64 PeakMemory()
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return 0;
+    for (const QByteArray& line : status.readAll().split('\n')) {
+        if (line.startsWith("VmHWM:"))
+            return line.mid(6).trimmed().split(' ').first().toLongLong() * 1024;
+    }
+    return 0;
+}
+
+void ResetPeakMemory()
+{
+    QFile clear(QStringLiteral("/proc/self/clear_refs"));
+    if (clear.open(QIODevice::WriteOnly))
+        clear.write("5");
+}
+
+} // namespace BenchSupport
