@@ -32,13 +32,14 @@ public:
     virtual ~FolderLister() = default;
 
     /// Lists the folder at path. Once it is open, calls opened with its identity; when
-    /// that returns true, calls entry for every entry other than "." and ".." in the
-    /// order the file system delivers them, until entry returns false. A folder has the
-    /// FindData::kDirectory attribute and size 0. A symbolic link, junction or mount
-    /// point inside the folder is never followed: its entry describes the link itself
-    /// (FindData::kLink, size 0, the link's text), so a walk counts what lies in the
-    /// tree once and never leaves it. path itself may be reached through links: the
-    /// folder they lead to is listed.
+    /// that returns true, calls entry for every entry other than "." and ".." until entry
+    /// returns false: in name order (NameLess) from the POSIX and disc image listers, in
+    /// the order the file system delivers them on Windows (the same order on NTFS). A
+    /// folder has the FindData::kDirectory attribute and size 0. A symbolic link,
+    /// junction or mount point inside the folder is never followed: its entry describes
+    /// the link itself (FindData::kLink, size 0, the link's text), so a walk counts what
+    /// lies in the tree once and never leaves it. path itself may be reached through
+    /// links: the folder they lead to is listed.
     /// Returns 0 when the folder was listed to its end or a callback stopped it;
     /// otherwise the system's error code (errno; GetLastError on Windows): either the
     /// folder could not be opened and neither callback was called, or reading broke
@@ -48,4 +49,11 @@ public:
 
     /// The lister that reads this platform's file systems.
     static std::unique_ptr<FolderLister> CreatePlatformLister();
+
+    /// The order in which a folder's entries are listed, NTFS's: names compared unit by
+    /// unit, each UTF-16 unit upper-cased, a name before the longer names it begins
+    /// ("10" < "9" < "a" < "ab" < "B" < "_" < "é"); names alike but for their case in
+    /// binary order ("A" before "a"), so the order never depends on how the folder was
+    /// read.
+    static bool NameLess(const QString& a, const QString& b);
 };

@@ -192,9 +192,14 @@ void CImporter::ImportRecord(Pending& pending)
         ImportFile(record, pending.categoryId, unitInfoId, parent);
         return;
     }
+    // A folder's row is written at once, files wait in the batch: the files listed
+    // before it in its own folder go first, so that ids follow the order of the listing.
+    const int parentUnitId = m_folders[parent].unitId;
+    if (m_files && !m_files->IsEmpty() && m_batchedParentUnitId == parentUnitId)
+        FlushFiles();
     const int unitId =
         m_db.AddUnit(UnitKind::Folder, record.Data.FileName, QString(), pending.categoryId,
-                     m_storageId, m_folders[parent].unitId, {}, 0, {}, {}, 0, false);
+                     m_storageId, parentUnitId, {}, 0, {}, {}, 0, false);
     Folder folder;
     folder.unitId = unitId;
     folder.parent = parent;
@@ -217,6 +222,7 @@ void CImporter::ImportFile(const SubunitInfo& record, int categoryId,
     if (m_files) {
         m_files->Add(data.FileName, m_storageId, parentUnitId, size, WallClock(created),
                      WallClock(data.LastWriteTime), categoryId, unitInfoId, notes);
+        m_batchedParentUnitId = parentUnitId;
         if (m_files->IsFull())
             FlushFiles();
     } else {

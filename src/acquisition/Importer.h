@@ -119,6 +119,7 @@ private:
     int m_batchRows = CFileInsertBatch::kDefaultRows;
     bool m_creationFromWrite = false;
     std::unique_ptr<CFileInsertBatch> m_files;
+    int m_batchedParentUnitId = 0; // the folder of the last file put into m_files
     std::deque<Pending> m_window;
 
     ReaderFactory m_readerFactory;

@@ -9,6 +9,7 @@
 #include <cdio/iso9660.h>
 #include <cdio/rock.h>
 
+#include <algorithm>
 #include <ctime>
 #include <vector>
 
@@ -187,6 +188,12 @@ int IsoImageFolderLister::List(const QString& path, const OpenedCallback& opened
     identity.Known = true;
     if (!opened(identity))
         return 0;
+    // The records are sorted by their ISO 9660 names, not by the Rock Ridge or Joliet
+    // names shown: list by the names shown, as a folder on a disk is listed.
+    std::sort(directory.Entries.begin(), directory.Entries.end(),
+              [](const Directory::Entry& a, const Directory::Entry& b) {
+                  return FolderLister::NameLess(a.Data.FileName, b.Data.FileName);
+              });
     for (const Directory::Entry& item : directory.Entries) {
         if (item.Data.IsDirectory())
             m_folders.insert(JoinRelative(relative, item.Data.FileName),

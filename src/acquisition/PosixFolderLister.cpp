@@ -3,13 +3,16 @@
 #include <QDir>
 #include <QFile>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
 #include <memory>
 #include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -96,6 +99,19 @@ QExplicitlySharedDataPointer<const LinkText> ReadLink(int dirFd, const char* nam
     }
 }
 
+// What readdir says of an entry's type, for an entry that cannot be stat'ed.
+constexpr unsigned char kTypeUnknown = 0;
+constexpr unsigned char kTypeFolder = 1;
+constexpr unsigned char kTypeLink = 2;
+
+// One entry of the folder being listed, between readdir and the stat.
+struct NamedEntry
+{
+    QString Name;
+    int NativeAt = 0; // where its bytes (ended by a zero) start in the folder's name buffer
+    unsigned char Type = kTypeUnknown;
+};
+
 bool IsDotOrDotDot(const char* name)
 {
     return name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'));
@@ -111,6 +127,30 @@ QString JoinPath(const QString& folder, const QString& name)
 QByteArray JoinNativePath(const QByteArray& folder, const QByteArray& name)
 {
     return folder.endsWith('/') ? folder + name : folder + '/' + name;
+}
+
+// Reads every name of dir into names, their bytes into nativeNames: 0, or the errno
+// that broke the reading off (the names read before it are kept).
+int ReadNames(DIR* dir, QByteArray* nativeNames, std::vector<NamedEntry>* names)
+{
+    for (;;) {
+        // readdir tells the end from a failure only through errno.
+        errno = 0;
+        const dirent* found = ::readdir(dir);
+        if (!found)
+            return errno;
+        if (IsDotOrDotDot(found->d_name))
+            continue;
+        NamedEntry& named = names->emplace_back();
+        named.Name = QFile::decodeName(found->d_name);
+        named.NativeAt = static_cast<int>(nativeNames->size());
+        nativeNames->append(found->d_name, static_cast<qsizetype>(std::strlen(found->d_name)) + 1);
+#if defined(_DIRENT_HAVE_D_TYPE) || defined(__APPLE__)
+        named.Type = found->d_type == DT_DIR   ? kTypeFolder
+                     : found->d_type == DT_LNK ? kTypeLink
+                                               : kTypeUnknown;
+#endif
+    }
 }
 
 } // namespace
@@ -152,23 +192,24 @@ int PosixFolderLister::List(const QString& path, const OpenedCallback& opened,
     if (!opened(identity))
         return 0;
 
-    for (;;) {
-        // readdir tells the end from a failure only through errno; the callbacks may
-        // have changed it since the last call.
-        errno = 0;
-        const dirent* found = ::readdir(dir.get());
-        if (!found)
-            return errno;
-        if (IsDotOrDotDot(found->d_name))
-            continue;
+    // The names first, then the facts in name order: the folder's names are all held at
+    // once (their bytes in one buffer, each decoded once), its facts never.
+    QByteArray nativeNames;
+    std::vector<NamedEntry> names;
+    const int readError = ReadNames(dir.get(), &nativeNames, &names);
+    std::sort(names.begin(), names.end(), [](const NamedEntry& a, const NamedEntry& b) {
+        return FolderLister::NameLess(a.Name, b.Name);
+    });
 
+    for (NamedEntry& named : names) {
+        const char* const name = nativeNames.constData() + named.NativeAt;
         EntryFacts facts;
-        const int error = StatEntry(fd, found->d_name, &facts);
+        const int error = StatEntry(fd, name, &facts);
         if (error == ENOENT)
             continue;
 
         FindData data;
-        data.FileName = QFile::decodeName(found->d_name);
+        data.FileName = std::move(named.Name);
         if (error == 0) {
             data.Attributes = facts.Directory ? FindData::kDirectory
                               : facts.Link    ? FindData::kLink
@@ -177,22 +218,21 @@ int PosixFolderLister::List(const QString& path, const OpenedCallback& opened,
             data.LastWriteTime = facts.Written;
             data.Size = facts.Directory || facts.Link ? 0 : facts.Size;
             if (facts.Link)
-                data.Link = ReadLink(fd, found->d_name, facts.Size);
+                data.Link = ReadLink(fd, name, facts.Size);
         } else {
-#if defined(_DIRENT_HAVE_D_TYPE) || defined(__APPLE__)
-            data.Attributes = found->d_type == DT_DIR   ? FindData::kDirectory
-                              : found->d_type == DT_LNK ? FindData::kLink
+            data.Attributes = named.Type == kTypeFolder ? FindData::kDirectory
+                              : named.Type == kTypeLink ? FindData::kLink
                                                         : 0;
-#endif
         }
 
         if (data.IsDirectory()) {
-            const QByteArray name(found->d_name);
-            if (!exact || QFile::encodeName(data.FileName) != name)
+            const QByteArray nativeName(name);
+            if (!exact || QFile::encodeName(data.FileName) != nativeName)
                 m_nativePaths.insert(JoinPath(path, data.FileName),
-                                     JoinNativePath(nativePath, name));
+                                     JoinNativePath(nativePath, nativeName));
         }
         if (!entry(data))
             return 0;
     }
+    return readError;
 }

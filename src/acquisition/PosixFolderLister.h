@@ -6,11 +6,12 @@
 #include <QHash>
 #include <QString>
 
-// Lists a folder with opendir/readdir and reads each entry's facts relative to the
-// open folder: statx where the system has it (it also gives the birth time; one of
-// exactly 0 counts as none), fstatat elsewhere. The folder's own path is opened through
-// any links in it; a symbolic link among its entries is not followed but listed as
-// itself, with its text from readlinkat and size 0.
+// Lists a folder with opendir/readdir in name order: it reads all the folder's names
+// first (a few dozen bytes each, a large folder's too), sorts them, then reads each
+// entry's facts relative to the open folder as it hands the entry out: statx where the system has
+// it (it also gives the birth time; one of exactly 0 counts as none), fstatat elsewhere. The
+// folder's own path is opened through any links in it; a symbolic link among its entries is not
+// followed but listed as itself, with its text from readlinkat and size 0.
 //
 // An entry removed between readdir and the stat is left out. An entry that exists but
 // cannot be stat'ed (a folder that may be read but not searched) is listed with what

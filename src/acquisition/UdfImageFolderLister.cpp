@@ -7,6 +7,7 @@
 
 #include <cdio/udf.h>
 
+#include <algorithm>
 #include <climits>
 #include <map>
 #include <vector>
@@ -315,6 +316,12 @@ int UdfImageFolderLister::List(const QString& path, const OpenedCallback& opened
     identity.Known = true;
     if (!opened(identity))
         return 0;
+    // UDF keeps a folder's entries in the order they were written: list by name, as a
+    // folder on a disk is listed.
+    std::sort(directory.Entries.begin(), directory.Entries.end(),
+              [](const Directory::Entry& a, const Directory::Entry& b) {
+                  return FolderLister::NameLess(a.Data.FileName, b.Data.FileName);
+              });
     for (const Directory::Entry& item : directory.Entries) {
         if (item.Data.IsDirectory())
             m_folders.insert(JoinRelative(relative, item.Data.FileName), item.Location);

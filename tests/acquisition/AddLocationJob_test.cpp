@@ -6,17 +6,20 @@
 #include "TestCatalogue.h"
 
 #include "acquisition/AddLocationJob.h"
+#include "acquisition/DiscImageLister.h"
 #include "acquisition/Importer.h"
 #include "document/CatalogueCheck.h"
 #include "document/ShelfwiseDoc.h"
 #include "errorlog/ErrorLog.h"
 #include "sqlitewrapper/RowMappers.h"
+#include "sqlitewrapper/SqlText.h"
 
 #include <QDir>
 #include <QEventLoop>
 #include <QFile>
 #include <QImage>
 #include <QProcess>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTimer>
 
@@ -87,6 +90,7 @@ protected:
                                  const std::function<void(CImporter&)>& configure = {})
     {
         CAddLocationJob job(m_doc);
+        job.SetFolderLister(m_lister);
         if (configure)
             configure(job.Importer());
         QEventLoop loop;
@@ -158,9 +162,23 @@ protected:
         return units;
     }
 
+    // The names of a unit's children in the order of their ids, joined by "|".
+    std::string ChildrenByIdOf(const QString& parentName)
+    {
+        std::vector<QString> rows;
+        m_doc.Database().QueryRows(
+            SqlText::Format("SELECT c.UnitName FROM Units c JOIN Units p ON p.UnitID = "
+                            "c.ParentUnitID WHERE p.UnitName = %s AND p.StorageID = %d "
+                            "ORDER BY c.UnitID",
+                            {SqlText::QuoteSqlString(parentName), m_storage}),
+            rows, &RowMappers::Texts);
+        return QStringList(rows.begin(), rows.end()).join(QLatin1Char('|')).toStdString();
+    }
+
     FakePrompter m_prompter;
     CShelfwiseDoc m_doc;
     int m_storage = 0;
+    FolderLister* m_lister = nullptr; // the platform's when null
     std::vector<int> m_progress;
 };
 
@@ -228,6 +246,61 @@ TEST_F(AddLocation, GeneratedTreeMatchesFindAndProgressOnlyRises)
     for (size_t i = 1; i < m_progress.size(); ++i)
         EXPECT_GT(m_progress[i], m_progress[i - 1]);
     EXPECT_LE(m_progress.size(), 101u);
+}
+
+TEST_F(AddLocation, AFoldersEntriesGetTheirIdsInNameOrderFromTheFolderAndFromItsImage)
+{
+    // Names compared with each UTF-16 unit upper-cased, as NTFS lists them: digits one by
+    // one, a name before the names it begins, "_" after the letters, accented letters
+    // after Z, and names alike but for their case capitals first.
+    const QStringList inOrder = {
+        "10 ten.txt", "2.txt",      "9 nine.txt", "a.b",        "ab.txt",     "Apple",
+        "APPLE.TXT",  "apple.txt",  "Banana.TXT", "banana.txt", "eclair.txt", "zebra.txt",
+        "zz top",     "Zürich.txt", "_under.txt", "Ärger.txt",  "Éclair",     "émile.txt"};
+    QTemporaryDir dir;
+    const QString root = dir.filePath(QStringLiteral("order"));
+    // Made in neither order, so that no file system hands them over sorted by chance.
+    for (const int i : {7, 15, 0, 12, 3, 17, 9, 1, 14, 5, 11, 16, 2, 8, 13, 4, 10, 6}) {
+        if (inOrder[i] == QLatin1String("Apple") || inOrder[i] == QLatin1String("Éclair"))
+            QDir().mkpath(root + QLatin1Char('/') + inOrder[i]);
+        else
+            MakeFile(root + QLatin1Char('/') + inOrder[i], i);
+    }
+    for (const char* name : {"zed.txt", "Core", "core.txt", "CORE.txt"})
+        MakeFile(root + QStringLiteral("/Apple/") + QLatin1String(name), 1);
+    const QStringList appleInOrder = {"Core", "CORE.txt", "core.txt", "zed.txt"};
+
+    ASSERT_EQ(Add(CAddLocationJob::Mode::Folder, root), CAddLocationJob::Outcome::Succeeded);
+    EXPECT_EQ(ChildrenByIdOf(QStringLiteral("order")),
+              inOrder.join(QLatin1Char('|')).toStdString());
+    EXPECT_EQ(ChildrenByIdOf(QStringLiteral("Apple")),
+              appleInOrder.join(QLatin1Char('|')).toStdString());
+    // Breadth-first all the same: the folder's own entries before its subfolders'.
+    const QString lastOrFirstChild =
+        QStringLiteral("SELECT %1(c.UnitID) FROM Units c JOIN Units p ON p.UnitID = c.ParentUnitID "
+                       "WHERE p.UnitName = '%2'");
+    EXPECT_LT(Number(lastOrFirstChild.arg(QLatin1String("MAX"), QLatin1String("order"))),
+              Number(lastOrFirstChild.arg(QLatin1String("MIN"), QLatin1String("Apple"))));
+
+    // The image of the folder records its entries by their ISO 9660 names: the disc
+    // shows them in the same order as the folder.
+    if (QStandardPaths::findExecutable(QStringLiteral("xorriso")).isEmpty())
+        GTEST_SKIP() << "xorriso is not installed";
+    const QString image = dir.filePath(QStringLiteral("order.iso"));
+    QProcess xorriso;
+    xorriso.start(QStringLiteral("xorriso"),
+                  {"-as", "mkisofs", "-quiet", "-R", "-J", "-o", image, root});
+    ASSERT_TRUE(xorriso.waitForFinished(60000) && xorriso.exitCode() == 0);
+    const std::unique_ptr<FolderLister> lister = DiscImageLister::Open(image);
+    ASSERT_TRUE(lister);
+    m_lister = lister.get();
+    m_storage = m_doc.AddStorage(QStringLiteral("Discs"), QString());
+    ASSERT_EQ(Add(CAddLocationJob::Mode::Disc, image), CAddLocationJob::Outcome::Succeeded);
+    m_lister = nullptr;
+    EXPECT_EQ(ChildrenByIdOf(QStringLiteral("order.iso")),
+              inOrder.join(QLatin1Char('|')).toStdString());
+    EXPECT_EQ(ChildrenByIdOf(QStringLiteral("Apple")),
+              appleInOrder.join(QLatin1Char('|')).toStdString());
 }
 
 TEST_F(AddLocation, CancelLeavesNothingBehind)

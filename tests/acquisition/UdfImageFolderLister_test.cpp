@@ -234,6 +234,10 @@ protected:
 
 TEST_F(UdfImageFolderListerTest, AUdfOnlyImageListsTheSourceTreeWithSizesAndTimes)
 {
+    // The image records its entries in code point order: capitals first.
+    QFile capital(m_tree + QStringLiteral("/Zulu.txt"));
+    ASSERT_TRUE(capital.open(QIODevice::WriteOnly));
+    capital.close();
     const QString image = MakeUdfOnly(QStringLiteral("only.udf"));
     int status = -1;
     RunTool(QStringLiteral("isoinfo"), {"-d", "-i", image}, &status);
@@ -259,6 +263,12 @@ TEST_F(UdfImageFolderListerTest, AUdfOnlyImageListsTheSourceTreeWithSizesAndTime
     EXPECT_EQ(ListNames(fresh, image + QStringLiteral("/Deep/None"), &names), ENOENT);
     EXPECT_EQ(ListNames(fresh, m_dir.path(), &names), ENOENT);
     EXPECT_EQ(names.size(), 1);
+
+    // Whatever order the image records them in, a folder's entries come by name.
+    names.clear();
+    EXPECT_EQ(ListNames(fresh, image, &names), 0);
+    EXPECT_EQ(Lines(names), Lines({"Deep", "Empty", kLongName, "some.dat", "zero.bin", "Zulu.txt",
+                                   QStringLiteral("Çà et là"), QStringLiteral("日本語 Ωmega")}));
 }
 
 TEST_F(UdfImageFolderListerTest, TheChosenListerShowsUdfThenRockRidgeThenJolietNames)
