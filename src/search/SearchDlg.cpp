@@ -10,7 +10,9 @@
 #include "ui_SearchDlg.h"
 
 #include <QApplication>
+#include <QLabel>
 #include <QTimer>
+#include <QWindow>
 
 #include <algorithm>
 
@@ -29,12 +31,22 @@ public:
 } // namespace
 
 CSearchDlg::CSearchDlg(CShelfwiseDoc& doc, QWidget* parent)
-    : QDialog(parent), m_ui(new Ui::CSearchDlg), m_doc(doc), m_results(new CResultsCtrl(doc, this))
+    : QDialog(parent), m_ui(new Ui::CSearchDlg), m_doc(doc), m_results(new CResultsCtrl(doc, this)),
+      m_count(new QLabel(this))
 {
     m_ui->setupUi(this);
+    // A window of its own rather than a dialog kept above the main window, which must
+    // come to the front to show what "Browse to..." found.
+    setWindowFlags((windowFlags() & ~Qt::WindowType_Mask) | Qt::Window);
+    // Closing the main window still ends the program while this one is open.
+    setAttribute(Qt::WA_QuitOnClose, false);
     m_results->setObjectName(QStringLiteral("resultsList"));
     m_results->setAccessibleName(tr("Results"));
     m_ui->resultsLayout->addWidget(m_results);
+    m_count->setObjectName(QStringLiteral("countLabel"));
+    m_count->setAccessibleName(tr("Units found"));
+    m_count->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    m_ui->resultsLayout->addWidget(m_count);
     setTabOrder(m_ui->cancelButton, m_results);
 
     connect(m_ui->searchButton, &QPushButton::clicked, this, &CSearchDlg::Search);
@@ -70,6 +82,17 @@ QPushButton& CSearchDlg::SearchButton() const
     return *m_ui->searchButton;
 }
 
+QString CSearchDlg::CountText() const
+{
+    return m_count->text();
+}
+
+void CSearchDlg::ShowCount()
+{
+    // Before a search, an empty list says nothing about the catalogue: no count then.
+    m_count->setText(m_hasSearch ? tr("%Ln found", nullptr, m_results->RowCount()) : QString());
+}
+
 void CSearchDlg::Activate()
 {
     show();
@@ -90,12 +113,14 @@ void CSearchDlg::Search()
 {
     m_results->Clear();
     m_hasSearch = false;
+    ShowCount();
     m_ui->basicTab->OrderDateRange();
     const SearchCriteria criteria = GatherCriteria();
     if (!RunSearch(criteria, false))
         return;
     m_lastCriteria = criteria;
     m_hasSearch = true;
+    ShowCount();
     if (m_results->RowCount() == 0)
         UserPrompter::Current().ShowMessage(Strings::IDS_NO_MATCHES,
                                             UserPrompter::Icon::Information);
@@ -149,6 +174,7 @@ void CSearchDlg::OnCatalogueLoaded()
     // Another catalogue: nothing found in the old one applies.
     m_results->Clear();
     m_hasSearch = false;
+    ShowCount();
     m_refreshWhenShown = false;
     m_seenSelectedId = m_doc.SelectedId;
     m_seenSelectedIsStorage = m_doc.SelectedIsStorage;
@@ -185,10 +211,15 @@ void CSearchDlg::Refresh()
     ReloadLists();
     if (m_hasSearch && !RunSearch(m_lastCriteria, true))
         m_hasSearch = false;
+    ShowCount();
 }
 
 void CSearchDlg::showEvent(QShowEvent* event)
 {
+    // Qt makes a window with a parent transient for it, which keeps it above the parent;
+    // cleared before the window is mapped, the two are stacked like any two windows.
+    if (QWindow* window = windowHandle())
+        window->setTransientParent(nullptr);
     QDialog::showEvent(event);
     if (m_refreshWhenShown)
         Refresh();

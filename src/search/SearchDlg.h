@@ -11,6 +11,7 @@ class CAdvancedSearchTab;
 class CBasicSearchTab;
 class CResultsCtrl;
 class CShelfwiseDoc;
+class QLabel;
 class QPushButton;
 
 namespace Ui {
@@ -23,9 +24,12 @@ class CSearchDlg;
 /// Activate(); Cancel only hides it.
 ///
 /// A found unit's properties and its place in the tree are the window's to show, asked
-/// for through propertiesRequested and browseRequested. The results follow the
-/// document: another catalogue clears them, a change to the catalogue runs the same
-/// search again.
+/// for through propertiesRequested and browseRequested. The dialog is a window of its
+/// own, not one kept above the main window, so that the main window can come to the
+/// front with what "Browse to..." found. The results follow the document: another
+/// catalogue clears them, a change to the catalogue runs the same search again. Beside
+/// the list, how many units the last search found ("1,103 found"); nothing before the
+/// first search.
 class CSearchDlg final : public QDialog
 {
     Q_OBJECT
@@ -49,6 +53,8 @@ public:
     CAdvancedSearchTab& AdvancedTab() const;
     CResultsCtrl& Results() const { return *m_results; }
     QPushButton& SearchButton() const;
+    /// The number of units found, as the dialog shows it beside the list.
+    QString CountText() const;
 
     /// The "Properties" and "Browse to..." of the selected result.
     void ShowSelectedProperties();
@@ -70,6 +76,8 @@ private:
     // Runs the criteria; false when the catalogue refused them (reported).
     bool RunSearch(const SearchCriteria& criteria, bool replace);
     void ReloadLists();
+    // The count beside the list, after every change of the results.
+    void ShowCount();
     void OnCatalogueLoaded();
     void OnViewsNeedUpdate();
     void ScheduleRefresh();
@@ -81,6 +89,7 @@ private:
     std::unique_ptr<Ui::CSearchDlg> m_ui;
     CShelfwiseDoc& m_doc;
     CResultsCtrl* m_results;
+    QLabel* m_count;
     // The last search that ran, repeated when the catalogue changes.
     SearchCriteria m_lastCriteria;
     bool m_hasSearch = false;

@@ -528,7 +528,12 @@ CSearchDlg& CMainFrame::SearchDialog()
         m_search = new CSearchDlg(m_doc, this);
         connect(m_search, &CSearchDlg::propertiesRequested, this,
                 [this](int unitId) { ShowProperties(unitId, false); });
-        connect(m_search, &CSearchDlg::browseRequested, this, &CMainFrame::BrowseTo);
+        // The window shows what was found in front of the dialog.
+        connect(m_search, &CSearchDlg::browseRequested, this,
+                [this](const std::vector<int>& treePath, int listUnitId) {
+                    BrowseTo(treePath, listUnitId);
+                    BringToFront();
+                });
     }
     return *m_search;
 }

@@ -6,7 +6,11 @@
 #include "search/BasicSearchTab.h"
 #include "search/ResultsCtrl.h"
 #include "search/ResultsModel.h"
+#include "settings/Settings.h"
 #include "sqlitewrapper/RowMappers.h"
+#include "views/DetailsView.h"
+#include "views/MainFrame.h"
+#include "views/NavigationView.h"
 
 #include <QApplication>
 #include <QCheckBox>
@@ -14,11 +18,14 @@
 #include <QDir>
 #include <QHeaderView>
 #include <QLineEdit>
+#include <QLocale>
 #include <QMenu>
 #include <QSignalSpy>
 #include <QTabWidget>
 #include <QTest>
 #include <QTimer>
+#include <QTreeWidgetItem>
+#include <QWindow>
 
 #include <algorithm>
 
@@ -33,7 +40,10 @@ const QString kSep = QStringLiteral(" \u203A ");
 
 TEST_F(SearchDialog, ResultsShowWhereEachUnitLiesAndSayWhenNothingMatches)
 {
+    // No count before the first search.
+    EXPECT_EQ(m_dlg->CountText(), QString());
     m_dlg->Search();
+    EXPECT_EQ(m_dlg->CountText(), QStringLiteral("%1 found").arg(m_dlg->Results().RowCount()));
     EXPECT_EQ(Cell(kSummerPhoto, CResultsModel::Name), QStringLiteral("IMG_0412.JPG"));
     EXPECT_EQ(Cell(kSummerPhoto, CResultsModel::Category), QStringLiteral("Picture"));
     EXPECT_EQ(Cell(kSummerPhoto, CResultsModel::Size), QStringLiteral("2.34 MB"));
@@ -63,6 +73,26 @@ TEST_F(SearchDialog, ResultsShowWhereEachUnitLiesAndSayWhenNothingMatches)
     ASSERT_EQ(m_prompter.Messages().size(), 1u);
     EXPECT_EQ(m_prompter.LastMessage(), QStringLiteral("No matches found. Try another search."));
     EXPECT_EQ(m_prompter.Messages().back().MessageIcon, UserPrompter::Icon::Information);
+    EXPECT_EQ(m_dlg->CountText(), QStringLiteral("0 found"));
+}
+
+TEST_F(SearchDialog, TheCountBesideTheResultsUsesTheLocalesDigitGrouping)
+{
+    AddFillerFiles(1103);
+    const QLocale before;
+    Child<QLineEdit>("textEdit")->setText(QStringLiteral("filler"));
+    QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
+    m_dlg->Search();
+    EXPECT_EQ(m_dlg->CountText(), QStringLiteral("1,103 found"));
+    QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
+    m_dlg->Search();
+    EXPECT_EQ(m_dlg->CountText(), QStringLiteral("1.103 found"));
+    QLocale::setDefault(before);
+
+    Child<QLineEdit>("textEdit")->setText(QStringLiteral("filler 1103"));
+    m_dlg->Search();
+    EXPECT_EQ(m_dlg->CountText(), QStringLiteral("1 found"));
+    EXPECT_TRUE(m_prompter.Messages().empty());
 }
 
 TEST_F(SearchDialog, HeaderClicksSortEveryColumnBothWaysWithOneSharedDirection)
@@ -218,6 +248,43 @@ TEST_F(SearchDialog, TheResultsMenuAndDoubleClickAskTheWindowForPropertiesOrTheP
     EXPECT_EQ(properties.at(0).at(0).toInt(), kSummerPhoto);
     EXPECT_EQ(properties.at(1).at(0).toInt(), kSummerPhoto);
     EXPECT_TRUE(m_prompter.Messages().empty());
+}
+
+TEST_F(SearchDialog, BrowseToBringsTheMainWindowToTheFrontWithTheUnitInView)
+{
+    Settings::Instance().UnitsOrder = UnitsOrder::Chronological;
+    CMainFrame frame(m_doc);
+    ASSERT_TRUE(frame.OpenCatalogue(m_path));
+    // Far more files than the list shows at once; the last one lies at its end.
+    const int last = AddFillerFiles(300);
+    frame.resize(640, 420);
+    frame.show();
+    CSearchDlg& dialog = frame.SearchDialog();
+    dialog.Activate();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&dialog));
+    // A window of its own: nothing keeps it above the main window.
+    EXPECT_EQ(dialog.windowType(), Qt::Window);
+    ASSERT_TRUE(dialog.windowHandle());
+    EXPECT_EQ(dialog.windowHandle()->transientParent(), nullptr);
+
+    dialog.findChild<QLineEdit*>(QStringLiteral("textEdit"))->setText(QStringLiteral("filler 300"));
+    dialog.Search();
+    dialog.Results().SelectUnit(last);
+    dialog.BrowseToSelected();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&frame));
+    EXPECT_EQ(QApplication::activeWindow(), &frame);
+    EXPECT_TRUE(dialog.isVisible());
+    const QTreeWidgetItem* folder = frame.Navigation().currentItem();
+    ASSERT_NE(folder, nullptr);
+    EXPECT_EQ(CNavigationView::ItemId(folder), kNightAtTheOperaFolder);
+    EXPECT_EQ(frame.Details().SelectedUnitId(), last);
+    const QAbstractItemView* list = frame.Details().ActiveView();
+    EXPECT_TRUE(list->viewport()->rect().contains(list->visualRect(list->currentIndex())));
+
+    // Ctrl+F brings the dialog back in front, its results kept.
+    dialog.Activate();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&dialog));
+    EXPECT_EQ(dialog.Results().SelectedUnitId(), last);
 }
 
 // The dialog as a user sees it after a search, drawn to a picture: kept in

@@ -259,6 +259,7 @@ TEST_F(SearchDialog, ResultsFollowTheDocument)
     Child<QLineEdit>("textEdit")->setText(QStringLiteral("IMG_"));
     m_dlg->Search();
     ASSERT_NE(RowOf(kSummerPhoto), -1);
+    const int foundBefore = m_dlg->Results().RowCount();
     m_dlg->Results().SelectUnit(84);
 
     // A rename shows at once; a deleted unit goes.
@@ -269,10 +270,12 @@ TEST_F(SearchDialog, ResultsFollowTheDocument)
     EXPECT_EQ(Cell(kSummerPhoto, CResultsModel::Name), QStringLiteral("IMG_beach.JPG"));
     EXPECT_EQ(RowOf(106), -1);
     EXPECT_EQ(m_dlg->Results().SelectedUnitId(), 84);
+    EXPECT_EQ(m_dlg->CountText(), QStringLiteral("%1 found").arg(foundBefore - 1));
 
     // Another catalogue: the old results go, the storages are the new catalogue's.
     ASSERT_TRUE(m_doc.OnNewDocument());
     EXPECT_EQ(m_dlg->Results().RowCount(), 0);
+    EXPECT_EQ(m_dlg->CountText(), QString());
     EXPECT_EQ(Child<QComboBox>("storageCombo")->count(), 0);
     m_doc.AddStorage(QStringLiteral("Fresh shelf"), QString());
     m_dlg->hide();

@@ -3,6 +3,7 @@
 #include "search/ResultsCtrl.h"
 #include "search/ResultsModel.h"
 #include "sqlitewrapper/RowMappers.h"
+#include "sqlitewrapper/SqlText.h"
 
 #include <QFile>
 #include <QPushButton>
@@ -66,4 +67,17 @@ QString SearchDialog::Cell(int unitId, int column) const
 {
     const CResultsModel& model = m_dlg->Results().Model();
     return model.data(model.index(RowOf(unitId), column), Qt::DisplayRole).toString();
+}
+
+int SearchDialog::AddFillerFiles(int count)
+{
+    CSqliteWrapper& db = m_doc.Database();
+    db.Execute(SqlText::Format(
+        "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < %d) "
+        "INSERT INTO Units(UnitName, UnitType, StorageID, ParentUnitID, UnitSize) "
+        "SELECT 'filler ' || i || '.txt', 'F', %d, %d, i FROM n ORDER BY i",
+        {count, SampleIds::kLivingRoomShelf, SampleIds::kNightAtTheOperaFolder}));
+    std::vector<QString> rows;
+    db.QueryRows(QStringLiteral("SELECT MAX(UnitID) FROM Units"), rows, &RowMappers::Texts);
+    return rows.front().toInt();
 }

@@ -52,6 +52,9 @@ protected:
     // The row of a unit in the results, -1 when it is not there.
     int RowOf(int unitId) const;
     QString Cell(int unitId, int column) const;
+    // Adds count files named "filler 1.txt", "filler 2.txt"... to the folder "A Night at
+    // the Opera"; returns the id of the last.
+    int AddFillerFiles(int count);
 
     QTemporaryDir m_dir;
     QString m_path;
