@@ -67,10 +67,14 @@ QVariant CDetailsModel::data(const QModelIndex& index, int role) const
         return unit.UnitID;
     case kIconIndexRole:
         return static_cast<int>(CUnitIcons::BaseIndex(unit, style));
+    case kKindRole:
+        return static_cast<int>(unit.Kind);
     case Qt::DecorationRole:
         return index.column() == Name ? QVariant(m_icons.Icon(unit, style)) : QVariant();
     case Qt::TextAlignmentRole:
         return index.column() == Size ? QVariant(Qt::AlignRight | Qt::AlignVCenter) : QVariant();
+    case Qt::EditRole: // a rename in place starts from the name
+        return index.column() == Name ? QVariant(unit.UnitName) : QVariant();
     case Qt::DisplayRole:
     case kSortRole:
         break;
@@ -96,7 +100,13 @@ QVariant CDetailsModel::data(const QModelIndex& index, int role) const
 
 QVariant CDetailsModel::headerData(int section, Qt::Orientation orientation, int role) const
 {
-    if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
+    if (orientation != Qt::Horizontal)
+        return QVariant();
+    // A header clicked for the first time sorts from the smallest: names A to Z, sizes
+    // smallest first, dates oldest first, whatever order the last column had.
+    if (role == Qt::InitialSortOrderRole)
+        return Qt::AscendingOrder;
+    if (role != Qt::DisplayRole)
         return QVariant();
     switch (section) {
     case Name:

@@ -23,6 +23,7 @@ public:
     static constexpr int kUnitIdRole = Qt::UserRole;
     static constexpr int kSortRole = Qt::UserRole + 1;
     static constexpr int kIconIndexRole = Qt::UserRole + 2;
+    static constexpr int kKindRole = Qt::UserRole + 3; // UnitKind as an int
 
     CDetailsModel(CShelfwiseDoc& doc, CUnitIcons& icons, QObject* parent = nullptr);
 

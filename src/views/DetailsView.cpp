@@ -5,7 +5,10 @@
 #include "document/ShelfwiseDoc.h"
 #include "views/CommandIds.h"
 #include "views/Commands.h"
+#include "views/DetailsHeader.h"
 #include "views/DetailsModel.h"
+#include "views/DetailsSortModel.h"
+#include "views/IconGridDelegate.h"
 #include "views/UnitIcons.h"
 
 #include <QAction>
@@ -13,7 +16,6 @@
 #include <QHeaderView>
 #include <QListView>
 #include <QMenu>
-#include <QSortFilterProxyModel>
 #include <QTreeView>
 
 #include <algorithm>
@@ -22,17 +24,19 @@
 CDetailsView::CDetailsView(CShelfwiseDoc& doc, CUnitIcons& icons, const CCommands& commands,
                            QWidget* parent)
     : QStackedWidget(parent), m_doc(doc), m_commands(commands),
-      m_model(new CDetailsModel(doc, icons, this)), m_sorted(new QSortFilterProxyModel(this)),
-      m_list(new QListView(this)), m_table(new QTreeView(this))
+      m_model(new CDetailsModel(doc, icons, this)), m_sorted(new CDetailsSortModel(this)),
+      m_list(new QListView(this)), m_iconCells(new CIconGridDelegate(this)),
+      m_table(new QTreeView(this))
 {
     m_list->setModel(m_model);
+    m_list->setItemDelegate(m_iconCells);
     m_list->setSelectionMode(QAbstractItemView::SingleSelection);
     m_list->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_list->setUniformItemSizes(true);
     m_list->setAccessibleName(QStringLiteral("Contents"));
 
     m_sorted->setSourceModel(m_model);
-    m_sorted->setSortRole(CDetailsModel::kSortRole);
+    m_table->setHeader(new CDetailsHeader(m_table));
     m_table->setModel(m_sorted);
     m_table->setRootIsDecorated(false);
     m_table->setUniformRowHeights(true);
@@ -60,12 +64,23 @@ CDetailsView::CDetailsView(CShelfwiseDoc& doc, CUnitIcons& icons, const CCommand
         if (sender != this)
             Refill();
     });
+    // A name changed in the properties, in the tree or by the command line may be one
+    // of the rows, or their order: the rows are read again. This list's own editor has
+    // changed its row already.
+    connect(&m_doc, &CShelfwiseDoc::unitRenamed, this, [this](int, QObject* sender) {
+        if (sender != m_model)
+            Refill();
+    });
+    connect(&m_doc, &CShelfwiseDoc::storageRenamed, this, &CDetailsView::Refill);
     SetMode(Mode::Icons);
 }
 
 void CDetailsView::Refill()
 {
+    const int selected = SelectedUnitId();
     m_model->SetRows(m_doc.GetSelectionChildren(), m_doc.SelectedId, m_doc.SelectedIsStorage);
+    if (selected != -1)
+        ShowRow(selected, false);
 }
 
 void CDetailsView::SetMode(Mode mode)
@@ -84,8 +99,29 @@ void CDetailsView::SetMode(Mode mode)
     m_list->setMovement(QListView::Static); // (which also turns dragging off)
     m_list->setDragDropMode(QAbstractItemView::DragOnly);
     m_list->setIconSize(large ? QSize(32, 32) : QSize(16, 16));
-    m_list->setGridSize(large ? QSize(96, 72) : QSize());
+    // Icons mode lays the rows on a grid whose cells hold three lines of a name.
+    const QSize cell = large ? CIconGridDelegate::CellSize(fontMetrics(), QSize(32, 32)) : QSize();
+    m_iconCells->SetCellSize(cell);
+    m_list->setGridSize(cell);
     m_list->setWordWrap(large);
+    m_list->setTextElideMode(Qt::ElideRight);
+}
+
+int CDetailsView::SortColumn() const
+{
+    return m_table->header()->sortIndicatorSection() < CDetailsModel::ColumnCount
+               ? m_table->header()->sortIndicatorSection()
+               : -1;
+}
+
+Qt::SortOrder CDetailsView::SortOrder() const
+{
+    return m_table->header()->sortIndicatorOrder();
+}
+
+void CDetailsView::SetSort(int column, Qt::SortOrder order)
+{
+    m_table->sortByColumn(column >= 0 && column < CDetailsModel::ColumnCount ? column : -1, order);
 }
 
 QAbstractItemView* CDetailsView::ActiveView() const
@@ -108,6 +144,11 @@ int CDetailsView::SelectedUnitId() const
 
 void CDetailsView::SelectRowByUnitId(int unitId)
 {
+    ShowRow(unitId, true);
+}
+
+bool CDetailsView::ShowRow(int unitId, bool focus)
+{
     const auto& rows = m_model->Rows();
     for (size_t i = 0; i < rows.size(); ++i) {
         if (rows[i].UnitID != unitId)
@@ -115,11 +156,13 @@ void CDetailsView::SelectRowByUnitId(int unitId)
         QModelIndex index = m_model->index(static_cast<int>(i), 0);
         if (m_mode == Mode::Details)
             index = m_sorted->mapFromSource(index);
-        ActiveView()->setFocus();
+        if (focus)
+            ActiveView()->setFocus();
         ActiveView()->setCurrentIndex(index);
         ActiveView()->scrollTo(index);
-        return;
+        return true;
     }
+    return false;
 }
 
 void CDetailsView::Activate(const QModelIndex& index)
@@ -205,10 +248,9 @@ const UnitListItem* CDetailsView::SelectedRow() const
 
 void CDetailsView::RenameSelected()
 {
-    const UnitListItem* unit = SelectedRow();
-    if (!unit || unit->Kind != UnitKind::Disc)
-        return;
     const QModelIndex index = SelectedIndex();
+    if (!index.isValid())
+        return;
     ActiveView()->edit(index.sibling(index.row(), CDetailsModel::Name));
 }
 
@@ -251,7 +293,8 @@ void CDetailsView::FillContextMenu(QMenu& menu, bool onRow)
             view->addAction(m_commands.Get(id));
         return;
     }
-    // Only discs can take a new name in the list.
+    // The menu offers a new name for discs only; Rename in the Edit menu (F2) takes any
+    // row.
     QAction* rename = menu.addAction(m_commands.Get(Rename)->text());
     rename->setEnabled(unit->Kind == UnitKind::Disc);
     connect(rename, &QAction::triggered, this, &CDetailsView::RenameSelected);

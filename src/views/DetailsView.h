@@ -6,19 +6,21 @@
 
 class CCommands;
 class CDetailsModel;
+class CDetailsSortModel;
+class CIconGridDelegate;
 class CShelfwiseDoc;
 class CUnitIcons;
 class QAbstractItemView;
 class QListView;
 class QMenu;
 class QModelIndex;
-class QSortFilterProxyModel;
 class QTreeView;
 
 // The right pane: the children of the tree's selection, files included, as large
 // icons, small icons, a list, or (Details) a table of name, size, category and type
-// that sorts by a click on a column header. Activating a disc or folder browses into
-// it; activating a file asks for its properties.
+// that sorts by a click on a column header, discs and folders first. Activating a disc
+// or folder browses into it; activating a file asks for its properties. A rename made
+// anywhere but in this list's own editor reads the rows again.
 class CDetailsView final : public QStackedWidget
 {
     Q_OBJECT
@@ -29,9 +31,14 @@ public:
     CDetailsView(CShelfwiseDoc& doc, CUnitIcons& icons, const CCommands& commands,
                  QWidget* parent = nullptr);
 
+    // Reads the rows again; the selected row stays selected while it is listed.
     void Refill();
     void SetMode(Mode mode);
     Mode CurrentMode() const { return m_mode; }
+    // The Details mode's sort column (-1: the catalogue's order) and direction.
+    int SortColumn() const;
+    Qt::SortOrder SortOrder() const;
+    void SetSort(int column, Qt::SortOrder order);
     // Focuses the list and selects the row of unitId, when it is there.
     void SelectRowByUnitId(int unitId);
     // The UnitID of the selected row, -1 when none.
@@ -39,7 +46,7 @@ public:
     // Deletes the selected row after asking and selects its neighbour; the name of what
     // was deleted, empty when nothing was.
     QString DeleteSelected();
-    // Renames the selected row in place; only discs take a new name in the list.
+    // Renames the selected row in place, whatever its kind.
     void RenameSelected();
     // Moves the selected file to a category: with Yes to the question, every file
     // with its extension too.
@@ -63,14 +70,18 @@ protected:
 private:
     void Activate(const QModelIndex& index);
     QModelIndex SelectedIndex() const;
+    // Selects the row of unitId and scrolls to it, giving the list the focus with
+    // focus; false when it is not listed.
+    bool ShowRow(int unitId, bool focus);
     const UnitListItem* SelectedRow() const;
     int SourceRow(const QModelIndex& index) const;
 
     CShelfwiseDoc& m_doc;
     const CCommands& m_commands;
     CDetailsModel* m_model;
-    QSortFilterProxyModel* m_sorted;
+    CDetailsSortModel* m_sorted;
     QListView* m_list;
+    CIconGridDelegate* m_iconCells;
     QTreeView* m_table;
     Mode m_mode = Mode::Icons;
     bool m_mouseDown = false;

@@ -14,7 +14,10 @@
 #include <QDrag>
 #include <QDragEnterEvent>
 #include <QMenu>
+#include <QMouseEvent>
 #include <QPainter>
+#include <QStyleOptionViewItem>
+#include <QTreeWidgetItemIterator>
 
 #include <algorithm>
 
@@ -44,16 +47,40 @@ CNavigationView::CNavigationView(CShelfwiseDoc& doc, CUnitIcons& icons, const CC
     connect(this, &QTreeWidget::currentItemChanged, this,
             [this](QTreeWidgetItem* current) { OnCurrentItemChanged(current); });
     connect(this, &QTreeWidget::itemChanged, this, &CNavigationView::OnItemChanged);
-    // A disc renamed in the list is a child of the selected item here.
+    // Renamed in the list or the properties: the item's text follows. (This view's own
+    // editor has set it already.)
     connect(&m_doc, &CShelfwiseDoc::unitRenamed, this, [this](int unitId, QObject* sender) {
-        QTreeWidgetItem* selected = currentItem();
-        if (sender == this || !selected)
+        if (sender == this)
             return;
-        for (int c = 0; c < selected->childCount(); ++c) {
-            if (ItemId(selected->child(c)) == unitId)
-                PopulateChildren(selected);
+        QTreeWidgetItem* item = FindUnitItem(unitId);
+        UnitListItem unit;
+        if (item && m_doc.Guard([&] { unit = m_doc.Database().GetUnit(unitId); }))
+            ShowName(item, unit.UnitName);
+    });
+    connect(&m_doc, &CShelfwiseDoc::storageRenamed, this, [this](int storageId) {
+        for (const StorageRecord& storage : m_doc.Storages()) {
+            if (storage.StorageID == storageId)
+                ShowName(FindRootItem(storageId), storage.StorageName);
         }
     });
+}
+
+void CNavigationView::ShowName(QTreeWidgetItem* item, const QString& name)
+{
+    if (!item || item->text(0) == name)
+        return;
+    const QSignalBlocker blocker(this); // no rename of this view's own
+    item->setText(0, name);
+}
+
+QTreeWidgetItem* CNavigationView::FindUnitItem(int unitId) const
+{
+    // Units are the items below the root; a storage may have the same number.
+    for (QTreeWidgetItemIterator it(const_cast<CNavigationView*>(this)); *it; ++it) {
+        if ((*it)->parent() && ItemId(*it) == unitId)
+            return *it;
+    }
+    return nullptr;
 }
 
 int CNavigationView::ItemId(const QTreeWidgetItem* item)
@@ -391,25 +418,72 @@ QString CNavigationView::DeleteSelected()
     return name;
 }
 
+QTreeWidgetItem* CNavigationView::ItemAtLabel(const QPoint& point) const
+{
+    QTreeWidgetItem* item = itemAt(point);
+    if (!item)
+        return nullptr;
+    // The row's rectangle starts after the indentation and the expand button and runs to
+    // the pane's right edge; the name ends where its text does.
+    QStyleOptionViewItem option;
+    initViewItemOption(&option);
+    option.rect = visualItemRect(item);
+    option.text = item->text(0);
+    option.icon = item->icon(0);
+    option.features |= QStyleOptionViewItem::HasDisplay;
+    if (!option.icon.isNull())
+        option.features |= QStyleOptionViewItem::HasDecoration;
+    const QRect text = style()->subElementRect(QStyle::SE_ItemViewItemText, &option, this);
+    const int margin = style()->pixelMetric(QStyle::PM_FocusFrameHMargin, &option, this) + 1;
+    const int end = text.left() + option.fontMetrics.horizontalAdvance(option.text) + 2 * margin;
+    const bool onLabel = point.x() >= option.rect.left() && point.x() < end;
+    return onLabel ? item : nullptr;
+}
+
+void CNavigationView::mousePressEvent(QMouseEvent* event)
+{
+    if (event->button() == Qt::RightButton && !ItemAtLabel(event->position().toPoint())) {
+        event->accept();
+        return;
+    }
+    QTreeWidget::mousePressEvent(event);
+}
+
 void CNavigationView::contextMenuEvent(QContextMenuEvent* event)
 {
-    QTreeWidgetItem* item = itemAt(viewport()->mapFromGlobal(event->globalPos()));
+    // On an item's icon or name: its menu. Anywhere else: the "Navigation Menu". From
+    // the keyboard: the selected item's menu, below its name.
+    QTreeWidgetItem* item = nullptr;
+    QPoint at = event->globalPos();
+    if (event->reason() == QContextMenuEvent::Keyboard) {
+        item = currentItem();
+        if (item)
+            at = viewport()->mapToGlobal(visualItemRect(item).bottomLeft());
+    } else {
+        item = ItemAtLabel(viewport()->mapFromGlobal(event->globalPos()));
+    }
     if (item)
         setCurrentItem(item);
     QMenu menu(this);
     FillContextMenu(menu, item);
-    menu.exec(event->globalPos());
+    menu.exec(at);
 }
 
 void CNavigationView::FillContextMenu(QMenu& menu, QTreeWidgetItem* item)
 {
-    menu.setAccessibleName(QStringLiteral("Tree menu"));
     if (!item) {
-        for (int id : {CommandIds::AddStorage, CommandIds::AddDisc, CommandIds::AddFolder,
-                       CommandIds::AddFile})
-            menu.addAction(m_commands.Get(id));
+        // The "Navigation Menu": its own texts for the main menu's commands.
+        menu.setAccessibleName(QStringLiteral("Navigation Menu"));
+        for (const auto& [id, text] : {std::pair{CommandIds::AddStorage, tr("Add Storage")},
+                                       std::pair{CommandIds::AddDisc, tr("Add Disc")},
+                                       std::pair{CommandIds::AddFolder, tr("Add Folder")},
+                                       std::pair{CommandIds::AddFile, tr("Add File")}}) {
+            QAction* entry = menu.addAction(text);
+            connect(entry, &QAction::triggered, m_commands.Get(id), &QAction::trigger);
+        }
         return;
     }
+    menu.setAccessibleName(QStringLiteral("Item menu"));
     const bool isUnit = item->parent() != nullptr;
     bool isFolder = false;
     if (isUnit)

@@ -15,6 +15,7 @@ class QMenu;
 // folders (never files). Filled lazily: an item that may have children carries one
 // empty placeholder until it is expanded, so the tree never holds more than its
 // expanded part. Selecting an item selects it in the document, which refills the list.
+// A storage or unit renamed anywhere else (the list, the properties) shows its new name.
 class CNavigationView final : public QTreeWidget
 {
     Q_OBJECT
@@ -65,8 +66,14 @@ public:
     bool CanDrag(const QTreeWidgetItem* item) const;
     // The storage highlighted under a unit being dragged, -1 when none.
     int DropStorageId() const { return m_dropStorageId; }
-    // The item menu for item, or the menu of the empty area when item is null.
+    // The item menu for item, or the "Navigation Menu" when item is null.
     void FillContextMenu(QMenu& menu, QTreeWidgetItem* item);
+    // The item whose icon or name lies at point (viewport co-ordinates); null beside
+    // them, on the row's empty part, the expand button or below the last item.
+    QTreeWidgetItem* ItemAtLabel(const QPoint& point) const;
+    // The unit's item wherever it is in the tree (not below a collapsed item that was
+    // never read); null when the tree does not show it.
+    QTreeWidgetItem* FindUnitItem(int unitId) const;
 
     void MoveUp();
     void RenameSelected();
@@ -79,6 +86,9 @@ signals:
 
 protected:
     void contextMenuEvent(QContextMenuEvent* event) override;
+    // A right-click beside an item's name leaves the selection alone: it opens the
+    // "Navigation Menu".
+    void mousePressEvent(QMouseEvent* event) override;
     void startDrag(Qt::DropActions supportedActions) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dragMoveEvent(QDragMoveEvent* event) override;
@@ -90,6 +100,8 @@ private:
     void OnDocumentUpdate(QObject* sender);
     void OnCurrentItemChanged(QTreeWidgetItem* current);
     void OnItemChanged(QTreeWidgetItem* item);
+    // An item's text after its storage or unit was renamed elsewhere.
+    void ShowName(QTreeWidgetItem* item, const QString& name);
     static void AddPlaceholder(QTreeWidgetItem* item);
     // The item at the end of an id path; with expand, expanding on the way and stopping
     // at the last one that exists, otherwise null unless all exist.

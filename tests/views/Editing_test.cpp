@@ -1,6 +1,7 @@
-// Editing in the window: renaming and deleting from the tree and the list, the
-// context menus' greyed entries, moving a disc to another storage by drag and drop,
-// the Details mode's dates, and saving by the autosave timer and after each update.
+// Editing in the window: renaming and deleting from the tree, the list and the
+// properties, the context menus (their greyed entries, and which menu a right-click
+// gives), moving a disc to another storage by drag and drop, the Details mode's dates,
+// and saving by the autosave timer and after each update.
 #include "FakePrompter.h"
 
 #include "app/ShelfwiseApp.h"
@@ -14,17 +15,29 @@
 #include "views/DetailsView.h"
 #include "views/MainFrame.h"
 #include "views/NavigationView.h"
+#include "views/PropertiesDlg.h"
 #include "views/UnitDrag.h"
 
 #include <QAbstractItemView>
+#include <QApplication>
+#include <QContextMenuEvent>
 #include <QDropEvent>
 #include <QFile>
+#include <QLineEdit>
 #include <QMenu>
 #include <QMimeData>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QtTest/QTest>
+
+#include <ostream>
+
+// Readable failures: GoogleTest prints a QString as its text.
+static void PrintTo(const QString& text, std::ostream* os)
+{
+    *os << '"' << text.toStdString() << '"';
+}
 
 #include <gtest/gtest.h>
 
@@ -85,6 +98,38 @@ protected:
             }
         }
         return nullptr;
+    }
+
+    // The texts and name of the menu that a right-click at point of the tree opens.
+    std::pair<QString, QStringList> MenuOfRightClick(QPoint point)
+    {
+        std::pair<QString, QStringList> seen;
+        QTimer::singleShot(0, [&] {
+            auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+            if (!menu)
+                return;
+            seen.first = menu->accessibleName();
+            for (const QAction* action : menu->actions())
+                seen.second << action->text();
+            menu->close();
+        });
+        // The press (which may select), then the menu's event as the platform sends it.
+        QWidget* viewport = Tree().viewport();
+        QTest::mousePress(viewport, Qt::RightButton, Qt::NoModifier, point);
+        QContextMenuEvent event(QContextMenuEvent::Mouse, point, viewport->mapToGlobal(point));
+        QApplication::sendEvent(viewport, &event);
+        QTest::mouseRelease(viewport, Qt::RightButton, Qt::NoModifier, point);
+        QApplication::processEvents(); // no menu: the timer goes now, not in a later one
+        return seen;
+    }
+
+    QString ListName(int unitId)
+    {
+        for (const UnitListItem& row : List().Model().Rows()) {
+            if (row.UnitID == unitId)
+                return row.UnitName;
+        }
+        return QString();
     }
 
     QTemporaryDir m_dir;
@@ -151,6 +196,66 @@ TEST_F(Editing, RenamesInBothPanesAreCheckedAndStored)
     EXPECT_TRUE(Doc().IsModified());
 }
 
+TEST_F(Editing, RenamesByKeyInTheListAndInThePropertiesShowInBothPanes)
+{
+    m_app->MainFrame()->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(m_app->MainFrame()));
+    QTreeWidgetItem* living = Tree().FindRootItem(kLivingRoom);
+    QTreeWidgetItem* disc = Child(living, kHolidayFilms);
+    ASSERT_NE(disc, nullptr);
+
+    // F2 renames whatever row of the list is selected: a folder, then a file.
+    Tree().setCurrentItem(disc);
+    std::vector<UnitListItem> rows = List().Model().Rows();
+    for (UnitKind kind : {UnitKind::Folder, UnitKind::File}) {
+        const auto row = std::find_if(rows.begin(), rows.end(),
+                                      [&](const UnitListItem& r) { return r.Kind == kind; });
+        ASSERT_NE(row, rows.end());
+        List().SelectRowByUnitId(row->UnitID);
+        QTest::keyClick(List().ActiveView(), Qt::Key_F2);
+        auto* editor = qobject_cast<QLineEdit*>(QApplication::focusWidget());
+        ASSERT_NE(editor, nullptr) << UnitKindText(kind).toStdString();
+        EXPECT_EQ(editor->text(), row->UnitName); // the editor starts from the name
+        editor->setText(QStringLiteral("Renamed ") + UnitKindText(kind));
+        QTest::keyClick(editor, Qt::Key_Return);
+        QApplication::processEvents(); // the editor hands its text over when it can
+        EXPECT_EQ(Doc().Database().GetUnit(row->UnitID).UnitName,
+                  QStringLiteral("Renamed ") + UnitKindText(kind));
+    }
+    // The folder's item in the tree follows.
+    const int folder = std::find_if(rows.begin(), rows.end(), [](const UnitListItem& r) {
+                           return r.Kind == UnitKind::Folder;
+                       })->UnitID;
+    EXPECT_EQ(Child(disc, folder)->text(0), QStringLiteral("Renamed Folder"));
+
+    // The properties rename the disc shown in the list: the row and the tree's item
+    // show the new name, and the row stays selected.
+    Tree().setCurrentItem(living);
+    List().SelectRowByUnitId(kHolidayFilms);
+    CPropertiesDlg discProperties(kHolidayFilms, false, Doc());
+    discProperties.NameEdit()->setText(QStringLiteral("Summer 2019"));
+    discProperties.accept();
+    EXPECT_EQ(ListName(kHolidayFilms), QStringLiteral("Summer 2019"));
+    EXPECT_EQ(List().SelectedUnitId(), kHolidayFilms);
+    EXPECT_EQ(Child(living, kHolidayFilms)->text(0), QStringLiteral("Summer 2019"));
+    // A storage renamed there: its item in the tree.
+    CPropertiesDlg storageProperties(kAttic, true, Doc());
+    storageProperties.NameEdit()->setText(QStringLiteral("Loft"));
+    storageProperties.accept();
+    EXPECT_EQ(Tree().FindRootItem(kAttic)->text(0), QStringLiteral("Loft"));
+
+    // Undone, both panes show the old names again.
+    if (!CSqliteWrapper::CanRecordChanges())
+        return;
+    QAction* undo = m_app->MainFrame()->Commands().Get(CommandIds::EditUndo);
+    undo->trigger();
+    EXPECT_EQ(Tree().FindRootItem(kAttic)->text(0), QStringLiteral("Box 1 (attic)"));
+    undo->trigger();
+    living = Tree().FindRootItem(kLivingRoom);
+    EXPECT_EQ(Child(living, kHolidayFilms)->text(0), QStringLiteral("Holiday Films 2019"));
+    EXPECT_EQ(ListName(kHolidayFilms), QStringLiteral("Holiday Films 2019"));
+}
+
 TEST_F(Editing, DeletingAsksAndRemovesFromBothPanes)
 {
     QTreeWidgetItem* attic = Tree().FindRootItem(kAttic);
@@ -206,9 +311,37 @@ TEST_F(Editing, ContextMenusGreyWhatTheItemCannotDo)
         ASSERT_NE(Entry(menu, QStringLiteral("Disc")), nullptr);
         EXPECT_EQ(Entry(menu, QStringLiteral("Disc"))->isEnabled(), c.adds);
     }
+    // Beside the items, the "Navigation Menu" with its own texts.
+    const QStringList navigation{QStringLiteral("Add Storage"), QStringLiteral("Add Disc"),
+                                 QStringLiteral("Add Folder"), QStringLiteral("Add File")};
     QMenu empty;
     Tree().FillContextMenu(empty, nullptr);
-    EXPECT_EQ(empty.actions().size(), 4);
+    QStringList texts;
+    for (const QAction* action : empty.actions())
+        texts << action->text();
+    EXPECT_EQ(texts, navigation);
+
+    // A right-click on a name gives its item's menu and selects it; on the same row far
+    // right of a short name, or below the last item, the Navigation Menu, and the
+    // selection stays.
+    m_app->MainFrame()->resize(900, 600);
+    Tree().setFixedWidth(400);
+    QTreeWidgetItem* car = Tree().FindRootItem(3);
+    Tree().setCurrentItem(living);
+    Tree().scrollToItem(car);
+    const QRect carRow = Tree().visualItemRect(car);
+    const auto onName = MenuOfRightClick(carRow.topLeft() + QPoint(24, carRow.height() / 2));
+    EXPECT_EQ(onName.first, QStringLiteral("Item menu"));
+    EXPECT_TRUE(onName.second.contains(rename));
+    EXPECT_EQ(Tree().currentItem(), car);
+    Tree().setCurrentItem(living);
+    const auto beside = MenuOfRightClick(QPoint(carRow.right() - 10, carRow.center().y()));
+    EXPECT_EQ(beside, std::make_pair(QStringLiteral("Navigation Menu"), navigation));
+    EXPECT_EQ(Tree().currentItem(), living);
+    const QRect last = Tree().visualItemRect(Tree().topLevelItem(Tree().topLevelItemCount() - 1));
+    EXPECT_EQ(MenuOfRightClick(QPoint(40, last.bottom() + 8)).first,
+              QStringLiteral("Navigation Menu"));
+    EXPECT_EQ(Tree().currentItem(), living);
 
     // The list: a disc may be renamed, a file not; a file's menu offers every other
     // category; the empty area offers the view modes.

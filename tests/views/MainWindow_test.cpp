@@ -1,5 +1,6 @@
 // The desktop program on the offscreen platform: start-up paths, the lazily filled
-// tree, the list following the tree's selection, and closing with unsaved changes.
+// tree, the list following the tree's selection, sorting, and closing with unsaved
+// changes.
 #include "FakePrompter.h"
 
 #include "app/ShelfwiseApp.h"
@@ -7,6 +8,7 @@
 #include "settings/Settings.h"
 #include "sqlitewrapper/RowMappers.h"
 #include "views/CommandIds.h"
+#include "views/DetailsHeader.h"
 #include "views/DetailsModel.h"
 #include "views/DetailsView.h"
 #include "views/MainFrame.h"
@@ -16,16 +18,19 @@
 #include <QApplication>
 #include <QDir>
 #include <QFile>
+#include <QHeaderView>
 #include <QLabel>
 #include <QMessageBox>
+#include <QStyleFactory>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QToolBar>
+#include <QTreeView>
+#include <QtTest/QTest>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <limits>
 
 namespace {
 
@@ -139,25 +144,70 @@ TEST_F(MainWindow, TheTreeFillsLazilyAndTheListFollowsTheSelection)
     EXPECT_EQ(tree.currentItem(), storage);
 }
 
-TEST_F(MainWindow, DetailsModeSortsByAClickedColumn)
+TEST_F(MainWindow, DetailsModeSortsByAClickedColumnWithFoldersFirst)
 {
     CShelfwiseApp app(&m_prompter);
     ASSERT_TRUE(app.InitInstance({QStringLiteral("Shelfwise"), Sample()}));
     CNavigationView& tree = app.MainFrame()->Navigation();
-    tree.setCurrentItem(tree.topLevelItem(0));
+    // The car holds a disc and two files; the disc is the smallest, and sorts between
+    // them by name.
+    tree.setCurrentItem(tree.FindRootItem(3));
     CDetailsView& list = app.MainFrame()->Details();
     list.SetMode(CDetailsView::Mode::Details);
-    auto* view = list.ActiveView();
-    ASSERT_GE(view->model()->rowCount(), 2);
-    view->model()->sort(CDetailsModel::Size, Qt::DescendingOrder);
-    qint64 previous = std::numeric_limits<qint64>::max();
-    for (int r = 0; r < view->model()->rowCount(); ++r) {
-        const qint64 size = view->model()
-                                ->index(r, CDetailsModel::Size)
-                                .data(CDetailsModel::kSortRole)
-                                .toLongLong();
-        EXPECT_LE(size, previous);
-        previous = size;
+    QApplication::processEvents();
+    auto* table = qobject_cast<QTreeView*>(list.ActiveView());
+    ASSERT_NE(table, nullptr);
+    QHeaderView* header = table->header();
+    auto click = [&](int column) {
+        const int x = header->sectionViewportPosition(column) + header->sectionSize(column) / 2;
+        QTest::mouseClick(header->viewport(), Qt::LeftButton, Qt::NoModifier,
+                          QPoint(x, header->height() / 2));
+    };
+    // The shown rows as "kind name" texts, and whether no disc or folder follows a file.
+    auto shown = [&] {
+        QStringList rows;
+        for (int r = 0; r < table->model()->rowCount(); ++r) {
+            const QModelIndex index = table->model()->index(r, 0);
+            rows << QString::number(index.data(CDetailsModel::kKindRole).toInt()) +
+                        QLatin1Char(' ') + index.data().toString();
+        }
+        return rows;
+    };
+    const QString disc = QStringLiteral("1 Road Trip Mix");
+    const QString atlas = QStringLiteral("3 Road atlas Europe 2020.pdf"); // 84 MB
+    const QString dashcam = QStringLiteral("3 Dashcam 2021-07-14.mp4");   // 4.5 GB
+
+    // A first click sorts from the smallest, a second the other way; the disc stays first.
+    click(CDetailsModel::Name);
+    EXPECT_EQ(header->sortIndicatorOrder(), Qt::AscendingOrder);
+    EXPECT_EQ(shown(), (QStringList{disc, dashcam, atlas}));
+    click(CDetailsModel::Name);
+    EXPECT_EQ(header->sortIndicatorOrder(), Qt::DescendingOrder);
+    EXPECT_EQ(shown(), (QStringList{disc, atlas, dashcam}));
+    // Another column starts from the smallest again, whatever the last one did.
+    click(CDetailsModel::Size);
+    EXPECT_EQ(header->sortIndicatorOrder(), Qt::AscendingOrder);
+    EXPECT_EQ(shown(), (QStringList{disc, atlas, dashcam}));
+    click(CDetailsModel::Size);
+    EXPECT_EQ(shown(), (QStringList{disc, dashcam, atlas}));
+    click(CDetailsModel::Modified); // oldest first
+    EXPECT_EQ(shown(), (QStringList{disc, atlas, dashcam}));
+
+    // The arrow of an ascending column points up: the header knows which styles draw
+    // Qt's ascending arrow the other way (Fusion does on Linux; Qt's plain Windows style
+    // never does).
+    auto* details = qobject_cast<CDetailsHeader*>(header);
+    ASSERT_NE(details, nullptr);
+    for (const char* name : {"Fusion", "Windows"}) {
+        header->setStyle(QStyleFactory::create(QLatin1String(name)));
+#ifdef Q_OS_LINUX
+        const bool fusionTurnsRound = true;
+#else
+        const bool fusionTurnsRound = false;
+#endif
+        EXPECT_EQ(details->AscendingArrowPointsUp(),
+                  !(fusionTurnsRound && QLatin1String(name) == QLatin1String("Fusion")))
+            << name;
     }
 }
 
