@@ -19,6 +19,7 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QPushButton>
+#include <QStandardItemModel>
 #include <QUrl>
 
 namespace {
@@ -46,7 +47,8 @@ CAddLocationDlg::CAddLocationDlg(Mode mode, CShelfwiseDoc& doc, std::shared_ptr<
     SetUpMode();
     FillStorages(preselectedStorageId);
     FillCategories();
-    m_ui->autoEjectCheck->setChecked(Settings::Instance().AutoEject);
+    m_ejectChoice = Settings::Instance().AutoEject;
+    m_ui->autoEjectCheck->setChecked(m_ejectChoice);
 
     connect(m_ui->browseButton, &QToolButton::clicked, this, &CAddLocationDlg::OnBrowse);
     connect(m_ui->discImageButton, &QPushButton::clicked, this,
@@ -59,8 +61,8 @@ CAddLocationDlg::CAddLocationDlg(Mode mode, CShelfwiseDoc& doc, std::shared_ptr<
     if (m_mode == Mode::Disc) {
         FillDrives();
         connect(m_ui->driveCombo, qOverload<int>(&QComboBox::currentIndexChanged), this,
-                &CAddLocationDlg::ProposeDiscNames);
-        ProposeDiscNames();
+                &CAddLocationDlg::OnDriveChanged);
+        OnDriveChanged();
     }
 }
 
@@ -89,8 +91,16 @@ void CAddLocationDlg::FillDrives()
         m_ui->driveCombo->addItem(QDir::toNativeSeparators(drive.Root()), drive.Root());
         m_ui->driveCombo->setItemData(m_ui->driveCombo->count() - 1, drive.Device, Qt::ToolTipRole);
     }
-    if (m_ui->driveCombo->count() > 0)
-        m_ui->driveCombo->setCurrentIndex(0);
+    if (m_ui->driveCombo->count() == 0) {
+        // Nothing to choose: the list says so, and where a disc can come from instead,
+        // in an entry that cannot be chosen, wide enough to be read whole.
+        const QString none = tr("No disc drive found: choose a disc image with \"Disc image...\"");
+        m_ui->driveCombo->addItem(none);
+        if (auto* model = qobject_cast<QStandardItemModel*>(m_ui->driveCombo->model()))
+            model->item(0)->setEnabled(false);
+        m_ui->driveCombo->setMinimumContentsLength(static_cast<int>(none.size()));
+    }
+    m_ui->driveCombo->setCurrentIndex(0);
 }
 
 void CAddLocationDlg::FillStorages(int preselectedStorageId)
@@ -114,6 +124,31 @@ void CAddLocationDlg::FillCategories()
 QString CAddLocationDlg::SelectedDrive() const
 {
     return m_ui->driveCombo->currentData().toString();
+}
+
+void CAddLocationDlg::OnDriveChanged()
+{
+    ProposeDiscNames();
+    const QString drive = SelectedDrive();
+    // Nothing to add until a drive or an image is chosen; until then the list's text is
+    // greyed like the entry it shows.
+    m_ui->buttonBox->button(QDialogButtonBox::Ok)->setEnabled(!drive.isEmpty());
+    QPalette palette;
+    if (drive.isEmpty() && m_ui->driveCombo->count() > 0) {
+        palette = m_ui->driveCombo->palette();
+        palette.setColor(QPalette::ButtonText, palette.color(QPalette::Disabled, QPalette::Text));
+    }
+    m_ui->driveCombo->setPalette(palette);
+    // An image file has no tray to open: the box is greyed and unchecked while one is
+    // chosen, and a drive shows the choice the box had before.
+    const bool image = QFileInfo(drive).isFile();
+    if (image == m_ejectGreyed)
+        return;
+    if (image)
+        m_ejectChoice = m_ui->autoEjectCheck->isChecked();
+    m_ejectGreyed = image;
+    m_ui->autoEjectCheck->setEnabled(!image);
+    m_ui->autoEjectCheck->setChecked(!image && m_ejectChoice);
 }
 
 void CAddLocationDlg::ProposeDiscNames()
@@ -143,7 +178,7 @@ void CAddLocationDlg::AddDiscImage(const QString& imagePath)
     if (index == m_ui->driveCombo->currentIndex())
         ProposeDiscNames();
     else
-        m_ui->driveCombo->setCurrentIndex(index); // proposes the names
+        m_ui->driveCombo->setCurrentIndex(index); // proposes the names, enables OK
 }
 
 void CAddLocationDlg::OnChooseDiscImage()
@@ -289,7 +324,9 @@ bool CAddLocationDlg::PrepareDisc(CAddLocationJob::Request& request)
     request.discSerial = volume.SerialNumber;
     request.discSize = volume.Size;
     request.autoEject = m_ui->autoEjectCheck->isChecked();
-    Settings::Instance().AutoEject = request.autoEject;
+    // The greyed box of an image says nothing of what the user wants for a drive.
+    if (!m_ejectGreyed)
+        Settings::Instance().AutoEject = request.autoEject;
     // The job's scanner is made anew for this lister; the old one (if any) is unused.
     m_job->SetFolderLister(imageLister ? imageLister.get() : m_folderLister);
     m_imageLister = std::move(imageLister);

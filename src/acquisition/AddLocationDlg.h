@@ -31,7 +31,9 @@ class CAddLocationDlg;
 ///
 /// While the scanner or the importer runs the dialog cannot be closed: Cancel, Escape
 /// and the close box ask the job to stop, and the dialog closes when the job has ended.
-/// A disc "drive" may also be a disc image file, chosen with "Disc image...".
+/// A disc "drive" may also be a disc image file, chosen with "Disc image..."; a machine
+/// without drives says so in the drive list, whose only entry then points to that
+/// button. OK waits for a drive or an image; auto eject is greyed for an image.
 class CAddLocationDlg final : public QDialog
 {
     Q_OBJECT
@@ -78,6 +80,7 @@ private:
     void FillStorages(int preselectedStorageId);
     void FillCategories();
     QString SelectedDrive() const;
+    void OnDriveChanged();
     void ProposeDiscNames();
 
     void OnBrowse();
@@ -108,4 +111,7 @@ private:
     bool m_ended = false;
     CAddLocationJob::Outcome m_outcome = CAddLocationJob::Outcome::Failed;
     int m_revealUnitId = 0;
+    // What auto eject says for a drive, kept while an image greys it.
+    bool m_ejectChoice = false;
+    bool m_ejectGreyed = false;
 };

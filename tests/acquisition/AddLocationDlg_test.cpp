@@ -289,13 +289,61 @@ TEST_F(AddLocationDialog, OkRefusesMissingInputAndStaysOpen)
     EXPECT_TRUE(disc.isVisible());
     EXPECT_TRUE(drives->Calls().isEmpty()) << "nothing was locked";
 
-    // A machine without optical drives opens the dialog with an empty list.
+    // A machine without optical drives: the list says so in a greyed entry, and OK waits
+    // for a disc image.
     m_prompter.ClearRecords();
+    Settings::Instance().AutoEject = true;
     CAddLocationDlg noDrives(Mode::Disc, m_doc, std::make_shared<FakeDriveSystem>(), m_shelf);
-    EXPECT_EQ(Child<QComboBox>(noDrives, "driveCombo")->count(), 0);
+    auto* none = Child<QComboBox>(noDrives, "driveCombo");
+    ASSERT_EQ(none->count(), 1);
+    EXPECT_EQ(none->itemText(0),
+              QStringLiteral("No disc drive found: choose a disc image with \"Disc image...\""));
+    EXPECT_FALSE(none->model()->flags(none->model()->index(0, 0)) & Qt::ItemIsEnabled);
+    QPushButton* ok = Child<QDialogButtonBox>(noDrives, "buttonBox")->button(QDialogButtonBox::Ok);
+    EXPECT_FALSE(ok->isEnabled());
     noDrives.accept();
     EXPECT_EQ(m_prompter.LastMessage(), QStringLiteral("Disc is absent or invalid"));
+    // An image file chosen: OK can be pressed, and auto eject, which an image has no
+    // use for, is greyed and unchecked.
+    auto* eject = Child<QCheckBox>(noDrives, "autoEjectCheck");
+    EXPECT_TRUE(eject->isEnabled() && eject->isChecked());
+    noDrives.AddDiscImage(file);
+    EXPECT_EQ(none->currentIndex(), 1);
+    EXPECT_TRUE(ok->isEnabled());
+    EXPECT_FALSE(eject->isEnabled());
+    EXPECT_FALSE(eject->isChecked());
     EXPECT_EQ(Number(QStringLiteral("SELECT COUNT(*) FROM Units")), 0);
+}
+
+TEST_F(AddLocationDialog, AutoEjectIsGreyedWhileADiscImageIsTheChosenDrive)
+{
+    auto drives = std::make_shared<FakeDriveSystem>();
+    const QString mounted = m_dir.filePath(QStringLiteral("mnt"));
+    QDir().mkpath(mounted);
+    drives->AddDrive({QString(), mounted, true, {QStringLiteral("DISC"), 77, 1000}, false});
+    const QString image = m_dir.filePath(QStringLiteral("disc.iso"));
+    MakeFile(image, 4096);
+    Settings::Instance().AutoEject = false;
+
+    CAddLocationDlg dialog(Mode::Disc, m_doc, drives, m_shelf);
+    auto* driveList = Child<QComboBox>(dialog, "driveCombo");
+    auto* eject = Child<QCheckBox>(dialog, "autoEjectCheck");
+    ASSERT_EQ(driveList->count(), 1);
+    EXPECT_TRUE(eject->isEnabled());
+    EXPECT_FALSE(eject->isChecked());
+    eject->setChecked(true); // the user's choice for the drive
+    dialog.AddDiscImage(image);
+    EXPECT_FALSE(eject->isEnabled());
+    EXPECT_FALSE(eject->isChecked());
+    // Back on the drive, the box is as the user left it, and back on the image greyed.
+    driveList->setCurrentIndex(0);
+    EXPECT_TRUE(eject->isEnabled());
+    EXPECT_TRUE(eject->isChecked());
+    driveList->setCurrentIndex(1);
+    EXPECT_FALSE(eject->isEnabled());
+    EXPECT_FALSE(eject->isChecked());
+    EXPECT_TRUE(
+        Child<QDialogButtonBox>(dialog, "buttonBox")->button(QDialogButtonBox::Ok)->isEnabled());
 }
 
 TEST_F(AddLocationDialog, DiscModeAddsTheMountedDiscAndEjectsIt)
@@ -361,6 +409,7 @@ TEST_F(AddLocationDialog, DiscImageFileIsCataloguedFromInsideIt)
         d.accept();
     });
     // The machine's own drive system: it reads an image file as a disc.
+    Settings::Instance().AutoEject = true;
     CAddLocationDlg dialog(Mode::Disc, m_doc, DriveSystem::Create(), m_shelf);
     auto* driveList = Child<QComboBox>(dialog, "driveCombo");
     const int drivesBefore = driveList->count();
@@ -373,9 +422,11 @@ TEST_F(AddLocationDialog, DiscImageFileIsCataloguedFromInsideIt)
     EXPECT_EQ(driveList->currentData().toString(), image);
     EXPECT_EQ(Child<QComboBox>(dialog, "discNameCombo")->currentText(),
               QStringLiteral("BACKUP_2024"));
+    EXPECT_FALSE(Child<QCheckBox>(dialog, "autoEjectCheck")->isChecked());
     Finish(dialog);
     ASSERT_TRUE(dialog.Succeeded());
     EXPECT_EQ(m_prompter.Messages().size(), 1U);
+    EXPECT_TRUE(Settings::Instance().AutoEject) << "an image leaves the drives' choice alone";
     const int disc = m_doc.LastAddedUnitId();
     EXPECT_EQ(Texts(QStringLiteral("SELECT UnitName || '|' || Label || '|' || SubfilesNumber || "
                                    "'|' || SubfoldersNumber || '|' || UnitSize FROM Units JOIN "
