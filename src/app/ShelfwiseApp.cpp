@@ -15,7 +15,6 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QGuiApplication>
-#include <QScreen>
 #include <QTimer>
 
 namespace {
@@ -96,10 +95,7 @@ bool CShelfwiseApp::InitInstance(const QStringList& arguments)
         m_frame->OpenCatalogue(given);
     else
         m_frame->NewCatalogue();
-    // Where no window manager maximises it, the window still gets a useful size.
-    if (const QScreen* screen = QGuiApplication::primaryScreen())
-        m_frame->resize(screen->availableSize() * 4 / 5);
-    m_frame->showMaximized();
+    m_frame->ShowAsLeft();
 
     StartupBackup::Run(Settings::Instance(), m_frame->RecentFiles(), *m_prompter,
                        QDateTime::currentDateTimeUtc());

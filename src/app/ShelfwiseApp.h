@@ -14,9 +14,9 @@ class CShelfwiseDoc;
 
 // The desktop program: one instance per settings folder (a later start hands its
 // catalogue to the running window, which comes to the front and opens it, and ends),
-// the main window shown maximised, the start-up backup, and the catalogue to begin
-// with: the one on the command line, else the most recent one, else (on a first start)
-// the sample catalogue if the user wants it.
+// the main window shown as the last run left it (maximised the first time), the
+// start-up backup, and the catalogue to begin with: the one on the command line, else
+// the most recent one, else (on a first start) the sample catalogue if the user wants it.
 class CShelfwiseApp final : public QObject
 {
     Q_OBJECT

@@ -3,7 +3,6 @@
 #include "acquisition/AddLocationDlg.h"
 #include "acquisition/AddStorageDlg.h"
 #include "acquisition/DriveSystem.h"
-#include "common/FormatSize.h"
 #include "common/Strings.h"
 #include "common/UserPrompter.h"
 #include "document/DataFiles.h"
@@ -14,11 +13,15 @@
 #include "search/SearchDlg.h"
 #include "settings/Settings.h"
 #include "sqlitewrapper/SqlText.h"
+#include "views/BrowseHistory.h"
 #include "views/CommandIds.h"
 #include "views/DetailsView.h"
 #include "views/NavigationView.h"
 #include "views/PropertiesDlg.h"
+#include "views/RecentFiles.h"
 #include "views/UndoCommands.h"
+#include "views/WindowState.h"
+#include "views/WindowStatus.h"
 
 #include <QAction>
 #include <QActionGroup>
@@ -28,11 +31,10 @@
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
-#include <QLabel>
-#include <QLocale>
+#include <QGuiApplication>
 #include <QMenuBar>
 #include <QMessageBox>
-#include <QSettings>
+#include <QScreen>
 #include <QSplitter>
 #include <QStatusBar>
 #include <QToolBar>
@@ -43,37 +45,27 @@
 
 namespace {
 
-constexpr int kRecentCount = 4;
-// How long a line such as "Deleted ..." stays in the status bar.
-constexpr int kStatusMessageMs = 10000;
-const char kRecentKey[] = "RecentFiles";
-
-// Where the recent-file list is kept: beside the settings when the settings folder was
-// moved (SHELFWISE_SETTINGS_DIR), so that a portable settings folder is whole; else
-// where the desktop keeps programs' settings.
-std::unique_ptr<QSettings> RecentStore()
-{
-    if (!qEnvironmentVariableIsEmpty("SHELFWISE_SETTINGS_DIR"))
-        return std::make_unique<QSettings>(SettingsFolder() + QStringLiteral("RecentFiles.ini"),
-                                           QSettings::IniFormat);
-    return std::make_unique<QSettings>(QStringLiteral("Korvalt"), QStringLiteral("Shelfwise"));
-}
-
 const char kFilter[] = "Database Files (*.db3);;All files (*)";
 
 } // namespace
 
 CMainFrame::CMainFrame(CShelfwiseDoc& doc, QWidget* parent)
     : QMainWindow(parent), m_doc(doc), m_splitter(new QSplitter(this)),
-      m_pathLabel(new QLabel(this)), m_selectionLabel(new QLabel(this))
+      m_status(new CWindowStatus(doc, *statusBar(), this)),
+      m_recent(new CRecentFiles(m_commands, this))
 {
     setMinimumSize(400, 300);
     setAccessibleName(QStringLiteral("Shelfwise"));
+    connect(m_recent, &CRecentFiles::openRequested, this, [this](const QString& path) {
+        if (MaybeSave())
+            OpenCatalogue(path);
+    });
     CreateActions();
     m_tree = new CNavigationView(doc, m_icons, m_commands, m_splitter);
     m_list = new CDetailsView(doc, m_icons, m_commands, m_splitter);
     // Owned by the frame, as its actions are.
-    new CUndoCommands(doc, m_commands, *m_tree, *m_list, *statusBar(), this);
+    new CUndoCommands(doc, m_commands, *m_tree, *m_list, *m_status, this);
+    m_history = new CBrowseHistory(doc, m_commands, *m_tree, *this);
     m_splitter->addWidget(m_tree);
     m_splitter->addWidget(m_list);
     m_splitter->setStretchFactor(1, 1);
@@ -82,24 +74,25 @@ CMainFrame::CMainFrame(CShelfwiseDoc& doc, QWidget* parent)
     setCentralWidget(m_splitter);
     CreateMenus();
     CreateToolBar();
-    m_pathLabel->setAccessibleName(QStringLiteral("Catalogue path"));
-    m_selectionLabel->setAccessibleName(QStringLiteral("Selection summary"));
-    statusBar()->addWidget(m_pathLabel, 1);
-    statusBar()->addPermanentWidget(m_selectionLabel);
+    // The list as the last run left it; the mode's action is checked with it.
+    const WindowState::View view = WindowState::LoadView();
+    m_list->SetSort(view.SortColumn, view.SortOrder);
+    for (QAction* mode : m_commands.Get(CommandIds::ViewIcons)->actionGroup()->actions()) {
+        if (mode->property("mode").toInt() == static_cast<int>(view.Mode))
+            mode->trigger();
+    }
 
     connect(m_tree, &CNavigationView::propertiesRequested, this, &CMainFrame::ShowProperties);
     connect(m_list, &CDetailsView::propertiesRequested, this, &CMainFrame::ShowProperties);
     connect(m_list, &CDetailsView::browseRequested, m_tree, &CNavigationView::BrowseToChild);
     connect(&m_doc, &CShelfwiseDoc::modifiedChanged, this, &CMainFrame::UpdateTitle);
     connect(&m_doc, &CShelfwiseDoc::cataloguePathChanged, this, [this](const QString& path) {
-        m_pathLabel->setText(QDir::toNativeSeparators(path));
         UpdateTitle();
         // However the catalogue got its file (Open, Save As, an autosave that asked for
         // a name), it leads the recent-file list.
         if (!path.isEmpty())
-            AddRecent(QFileInfo(path).absoluteFilePath());
+            m_recent->Add(QFileInfo(path).absoluteFilePath());
     });
-    connect(&m_doc, &CShelfwiseDoc::viewsNeedUpdate, this, &CMainFrame::UpdateStatus);
     m_autosave.setParent(this);
     m_autosave.setObjectName(QStringLiteral("autosaveTimer"));
     connect(&m_autosave, &QTimer::timeout, this, [this] {
@@ -109,7 +102,6 @@ CMainFrame::CMainFrame(CShelfwiseDoc& doc, QWidget* parent)
             Save();
     });
     RestartAutosave();
-    UpdateRecentMenu();
     UpdateTitle();
 }
 
@@ -138,7 +130,9 @@ void CMainFrame::CreateActions()
     add(AddFile, tr("Add &File..."), QKeySequence(tr("Ctrl+Shift+F")),
         [this] { OnAddLocation(CAddLocationJob::Mode::File); });
     add(Search, tr("Search..."), QKeySequence(tr("Ctrl+F")), [this] { OnSearch(); });
-    add(MoveUp, tr("Move up"), QKeySequence(), [this] { m_tree->MoveUp(); });
+    add(MoveUp, tr("Move up"), QKeySequence(), [this] {
+        m_tree->MoveUp();
+    })->setShortcuts({QKeySequence(Qt::Key_Backspace), QKeySequence(Qt::ALT | Qt::Key_Up)});
     add(Compress, tr("Compress database"), QKeySequence(), [this] { OnCompress(); });
     add(Options, tr("Options..."), QKeySequence(), [this] { OnOptions(); });
     add(Report, tr("Create report"), QKeySequence(), [this] { OnReport(); });
@@ -151,9 +145,11 @@ void CMainFrame::CreateActions()
     add(Delete, tr("Delete"), QKeySequence::Delete, [this] {
         const QString deleted = FocusInList() ? m_list->DeleteSelected() : m_tree->DeleteSelected();
         if (!deleted.isEmpty())
-            statusBar()->showMessage(tr("Deleted \"%1\"").arg(deleted), kStatusMessageMs);
+            m_status->ShowMessage(tr("Deleted \"%1\"").arg(deleted));
     });
     add(Properties, tr("Properties"), QKeySequence(), [this] {
+        // The list's selected row; with none, what the list shows, as a file manager
+        // shows the open folder's properties; from the tree, its selected item.
         if (FocusInList() && m_list->SelectedUnitId() != -1)
             ShowProperties(m_list->SelectedUnitId(), false);
         else if (m_tree->currentItem())
@@ -186,15 +182,8 @@ void CMainFrame::CreateActions()
                               [this, mode = modes[i].second] { m_list->SetMode(mode); });
         action->setCheckable(true);
         action->setChecked(i == 0);
+        action->setProperty("mode", static_cast<int>(modes[i].second));
         group->addAction(action);
-    }
-    for (int i = 0; i < kRecentCount; ++i) {
-        QAction* action = m_commands.Add(FileRecent1 + i, QString(), this);
-        connect(action, &QAction::triggered, this, [this, i] {
-            const QString path = RecentFiles().value(i);
-            if (!path.isEmpty() && MaybeSave())
-                OpenCatalogue(path);
-        });
     }
 }
 
@@ -205,9 +194,7 @@ void CMainFrame::CreateMenus()
     for (int id : {FileNew, FileOpen, FileSave, FileSaveAs})
         file->addAction(m_commands.Get(id));
     file->addSeparator();
-    m_recentMenu = file->addMenu(tr("Recent catalogues"));
-    for (int i = 0; i < kRecentCount; ++i)
-        m_recentMenu->addAction(m_commands.Get(FileRecent1 + i));
+    m_recent->FillMenu(*file->addMenu(tr("Recent catalogues")));
     file->addSeparator();
     file->addAction(m_commands.Get(AppExit));
     QMenu* edit = menuBar()->addMenu(tr("&Edit"));
@@ -220,7 +207,8 @@ void CMainFrame::CreateMenus()
     for (int id : {ViewIcons, ViewSmallIcons, ViewList, ViewDetails})
         view->addAction(m_commands.Get(id));
     view->addSeparator();
-    view->addAction(m_commands.Get(MoveUp));
+    for (int id : {GoBack, GoForward, MoveUp})
+        view->addAction(m_commands.Get(id));
     QMenu* tools = menuBar()->addMenu(tr("&Tools"));
     for (int id : {AddStorage, AddDisc, AddFolder, AddFile, Search})
         tools->addAction(m_commands.Get(id));
@@ -248,6 +236,8 @@ void CMainFrame::CreateToolBar()
         {AddFolder, "folder-new"},
         {AddFile, "document-new"},
         {Search, "edit-find"},
+        {GoBack, "go-previous"},
+        {GoForward, "go-next"},
         {MoveUp, "go-up"},
     };
     for (const auto& [command, iconName] : buttons) {
@@ -271,80 +261,9 @@ void CMainFrame::UpdateTitle()
     setWindowModified(m_doc.IsModified());
 }
 
-void CMainFrame::UpdateStatus()
-{
-    const QLocale locale;
-    qint64 discs = 0, folders = 0, files = 0, size = 0;
-    if (m_doc.SelectedId == -1) {
-        m_selectionLabel->clear();
-        return;
-    }
-    if (m_doc.SelectedIsStorage) {
-        for (const StorageRecord& storage : m_doc.Storages()) {
-            if (storage.StorageID == m_doc.SelectedId) {
-                discs = storage.DiscsNumber;
-                folders = storage.FoldersNumber;
-                files = storage.FilesNumber;
-                size = storage.StorageSize;
-            }
-        }
-    } else {
-        m_doc.Guard([&] {
-            const FolderDetails details = m_doc.Database().GetFolderProperties(m_doc.SelectedId);
-            folders = details.SubfoldersNumber;
-            files = details.SubfilesNumber;
-            size = details.UnitSize;
-        });
-    }
-    QString text =
-        m_doc.SelectedIsStorage ? tr("%1 discs, ").arg(locale.toString(discs)) : QString();
-    text += tr("%1 folders, %2 files, %3")
-                .arg(locale.toString(folders), locale.toString(files), FormatSize(size));
-    m_selectionLabel->setText(text);
-}
-
 QStringList CMainFrame::RecentFiles() const
 {
-    return RecentStore()->value(QLatin1String(kRecentKey)).toStringList();
-}
-
-void CMainFrame::AddRecent(const QString& path)
-{
-    QStringList files = RecentFiles();
-    files.removeAll(path);
-    files.prepend(path);
-    StoreRecent(files);
-}
-
-void CMainFrame::RemoveRecent(const QString& path)
-{
-    QStringList files = RecentFiles();
-    if (files.removeAll(path) > 0)
-        StoreRecent(files);
-}
-
-void CMainFrame::StoreRecent(QStringList files)
-{
-    while (files.size() > kRecentCount)
-        files.removeLast();
-    RecentStore()->setValue(QLatin1String(kRecentKey), files);
-    UpdateRecentMenu();
-}
-
-void CMainFrame::UpdateRecentMenu()
-{
-    const QStringList files = RecentFiles();
-    for (int i = 0; i < kRecentCount; ++i) {
-        QAction* action = m_commands.Get(CommandIds::FileRecent1 + i);
-        const bool used = i < files.size();
-        action->setVisible(used);
-        if (used) {
-            action->setText(
-                QStringLiteral("&%1 %2").arg(i + 1).arg(QDir::toNativeSeparators(files.at(i))));
-        }
-    }
-    if (m_recentMenu)
-        m_recentMenu->setEnabled(!files.isEmpty());
+    return m_recent->Files();
 }
 
 void CMainFrame::ShowLoadedCatalogue()
@@ -358,6 +277,7 @@ bool CMainFrame::NewCatalogue()
 {
     const bool made = m_doc.OnNewDocument();
     ShowLoadedCatalogue();
+    m_history->Clear();
     return made;
 }
 
@@ -368,13 +288,14 @@ bool CMainFrame::OpenCatalogue(const QString& path)
         // The document has reported why and kept the catalogue it had, unsaved changes
         // and all; at start-up, with none yet, a new one stands in. The list no longer
         // offers the file.
-        RemoveRecent(absolute);
+        m_recent->Remove(absolute);
         if (!m_doc.IsLoaded())
             NewCatalogue();
         return false;
     }
-    AddRecent(absolute);
+    m_recent->Add(absolute);
     ShowLoadedCatalogue();
+    m_history->Clear();
     return true;
 }
 
@@ -422,7 +343,7 @@ bool CMainFrame::SaveAs()
     const bool reopens = path != m_doc.CataloguePath();
     m_doc.OnSaveDocument(path);
     if (m_doc.LastSaveReachedFile()) {
-        AddRecent(QFileInfo(path).absoluteFilePath());
+        m_recent->Add(QFileInfo(path).absoluteFilePath());
         if (reopens)
             ShowLoadedCatalogue();
     }
@@ -452,7 +373,22 @@ void CMainFrame::closeEvent(QCloseEvent* event)
         return;
     }
     Settings::Instance().SplitterPosition = m_splitter->sizes().value(0);
+    WindowState::SaveView({m_list->CurrentMode(), m_list->SortColumn(), m_list->SortOrder()});
+    WindowState::SaveGeometry(saveGeometry());
     event->accept();
+}
+
+void CMainFrame::ShowAsLeft()
+{
+    const QByteArray geometry = WindowState::LoadGeometry();
+    if (!geometry.isEmpty() && restoreGeometry(geometry)) {
+        show();
+        return;
+    }
+    // Where no window manager maximises it, the window still gets a useful size.
+    if (const QScreen* screen = QGuiApplication::primaryScreen())
+        resize(screen->availableSize() * 4 / 5);
+    showMaximized();
 }
 
 void CMainFrame::RestartAutosave()
@@ -501,7 +437,23 @@ void CMainFrame::OnAddLocation(CAddLocationJob::Mode mode)
     dialog.exec();
     RestartAutosave();
     if (dialog.Succeeded())
-        m_tree->ShowAddedUnit(m_doc.LastAddedStorageId(), m_doc.LastAddedUnitId());
+        ShowAddition();
+}
+
+void CMainFrame::ShowAddition()
+{
+    const int storageId = m_doc.LastAddedStorageId();
+    const int unitId = m_doc.LastAddedUnitId();
+    m_tree->ShowAddedUnit(storageId, unitId);
+    UnitListItem unit;
+    if (!m_doc.Guard([&] { unit = m_doc.Database().GetUnit(unitId); }))
+        return;
+    if (unit.Kind == UnitKind::File) {
+        BrowseTo({storageId}, unitId);
+        return;
+    }
+    BrowseTo({storageId, unitId}, 0);
+    m_tree->setFocus();
 }
 
 void CMainFrame::RevealTopUnit(int unitId)

@@ -11,18 +11,20 @@
 #include <memory>
 #include <vector>
 
+class CBrowseHistory;
 class CDetailsView;
 class CSearchDlg;
+class CWindowStatus;
 class DriveSystem;
 class CNavigationView;
+class CRecentFiles;
 class CShelfwiseDoc;
-class QLabel;
-class QMenu;
 class QSplitter;
 
 // The main window: menus, toolbar and status bar, the tree on the left and the list on
 // the right in a splitter, the autosave timer, and File New/Open/Save/Save As with the
-// recent-file list and the save-changes question.
+// recent-file list and the save-changes question. Its size and place, the splitter and
+// the list's view mode and sort are as the last run left them.
 class CMainFrame final : public QMainWindow
 {
     Q_OBJECT
@@ -32,7 +34,13 @@ public:
 
     CNavigationView& Navigation() { return *m_tree; }
     CDetailsView& Details() { return *m_list; }
+    CWindowStatus& Status() { return *m_status; }
+    CBrowseHistory& History() { return *m_history; }
     const CCommands& Commands() const { return m_commands; }
+
+    // Shows the window where and as large as the last run left it, maximised or not;
+    // maximised the first time.
+    void ShowAsLeft();
 
     // Opens a catalogue and puts it first in the recent-file list; false when it could
     // not be opened (the document has said why and kept what was open; at start-up a
@@ -61,6 +69,9 @@ public:
     // Selects treePath ([StorageID, UnitID, ...]) in the tree and then listUnitId (when
     // not 0) in the list.
     void BrowseTo(const std::vector<int>& treePath, int listUnitId);
+    // Selects what the last addition made, scrolled into view: a disc or folder in the
+    // tree, a file in the list.
+    void ShowAddition();
     bool AutosaveRunning() const { return m_autosave.isActive(); }
     int AutosaveInterval() const { return m_autosave.interval(); }
 
@@ -73,11 +84,6 @@ private:
     void CreateToolBar();
     void UpdateTitle();
     void ShowLoadedCatalogue();
-    void UpdateStatus();
-    void UpdateRecentMenu();
-    void AddRecent(const QString& path);
-    void RemoveRecent(const QString& path);
-    void StoreRecent(QStringList files);
     void Open();
     bool SaveAs();
     void OnAddStorage();
@@ -100,9 +106,9 @@ private:
     CNavigationView* m_tree;
     CDetailsView* m_list;
     QSplitter* m_splitter;
-    QLabel* m_pathLabel;
-    QLabel* m_selectionLabel;
-    QMenu* m_recentMenu = nullptr;
+    CWindowStatus* m_status;
+    CRecentFiles* m_recent;
+    CBrowseHistory* m_history;
     QTimer m_autosave;
     std::shared_ptr<DriveSystem> m_drives;
     CSearchDlg* m_search = nullptr;

@@ -5,14 +5,12 @@
 #include "views/Commands.h"
 #include "views/DetailsView.h"
 #include "views/NavigationView.h"
+#include "views/WindowStatus.h"
 
 #include <QAction>
 #include <QKeySequence>
-#include <QStatusBar>
 
 namespace {
-
-constexpr int kStatusMessageMs = 10000;
 
 // A description in a menu text: an ampersand in a name is shown, not a mnemonic.
 QString MenuText(const QString& verb, const QString& description)
@@ -27,7 +25,7 @@ QString MenuText(const QString& verb, const QString& description)
 } // namespace
 
 CUndoCommands::CUndoCommands(CShelfwiseDoc& doc, CCommands& commands, CNavigationView& tree,
-                             CDetailsView& list, QStatusBar& status, QObject* parent)
+                             CDetailsView& list, CWindowStatus& status, QObject* parent)
     : QObject(parent), m_doc(doc), m_tree(tree), m_list(list), m_status(status),
       m_undo(commands.Add(CommandIds::EditUndo, tr("Undo"), parent,
                           QKeySequence(Qt::CTRL | Qt::Key_Z))),
@@ -78,7 +76,6 @@ void CUndoCommands::Apply(bool redo)
     m_tree.RestoreState(state, shown.TreePath, shown.ListUnitId > 0);
     if (shown.ListUnitId > 0)
         m_list.SelectRowByUnitId(shown.ListUnitId);
-    m_status.showMessage(redo ? tr("Redone: %1").arg(description)
-                              : tr("Undone: %1").arg(description),
-                         kStatusMessageMs);
+    m_status.ShowMessage(redo ? tr("Redone: %1").arg(description)
+                              : tr("Undone: %1").arg(description));
 }

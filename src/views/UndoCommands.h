@@ -7,8 +7,8 @@ class CCommands;
 class CDetailsView;
 class CNavigationView;
 class CShelfwiseDoc;
+class CWindowStatus;
 class QAction;
-class QStatusBar;
 
 // Edit > Undo and Redo in the window: the two actions, whose texts say what they would
 // undo or redo (greyed "Undo" and "Redo" when nothing), and what follows a step taken
@@ -23,7 +23,7 @@ public:
     // Adds the actions to commands, with Ctrl+Z for Undo and Ctrl+Shift+Z and Ctrl+Y
     // for Redo.
     CUndoCommands(CShelfwiseDoc& doc, CCommands& commands, CNavigationView& tree,
-                  CDetailsView& list, QStatusBar& status, QObject* parent);
+                  CDetailsView& list, CWindowStatus& status, QObject* parent);
 
     void Undo();
     void Redo();
@@ -36,7 +36,7 @@ private:
     CShelfwiseDoc& m_doc;
     CNavigationView& m_tree;
     CDetailsView& m_list;
-    QStatusBar& m_status;
+    CWindowStatus& m_status;
     QAction* m_undo;
     QAction* m_redo;
 };

@@ -1,26 +1,34 @@
 // The desktop program on the offscreen platform: start-up paths, the lazily filled
-// tree, the list following the tree's selection, sorting, and closing with unsaved
-// changes.
+// tree, the list following the tree's selection, sorting, Back and Forward, the status
+// bar's counts, what an addition selects, what the window keeps from one run to the
+// next, and closing with unsaved changes.
+#include "FakeDriveSystem.h"
 #include "FakePrompter.h"
 
 #include "app/ShelfwiseApp.h"
 #include "document/ShelfwiseDoc.h"
 #include "settings/Settings.h"
 #include "sqlitewrapper/RowMappers.h"
+#include "views/BrowseHistory.h"
 #include "views/CommandIds.h"
+#include "views/Commands.h"
 #include "views/DetailsHeader.h"
 #include "views/DetailsModel.h"
 #include "views/DetailsView.h"
 #include "views/MainFrame.h"
 #include "views/NavigationView.h"
+#include "views/WindowStatus.h"
 
 #include <QAction>
 #include <QApplication>
+#include <QDialog>
 #include <QDir>
 #include <QFile>
 #include <QHeaderView>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMessageBox>
+#include <QSplitter>
 #include <QStyleFactory>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -31,6 +39,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <memory>
 
 namespace {
 
@@ -47,6 +56,12 @@ protected:
         QFile::copy(QStringLiteral(SHELFWISE_DATA_DIR "/test.db3"), path);
         QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
         return path;
+    }
+
+    static QString ReadSettingsFile()
+    {
+        QFile file(SettingsFolder() + QStringLiteral("Shelfwise.ini"));
+        return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
     }
 
     QTemporaryDir m_dir;
@@ -211,6 +226,139 @@ TEST_F(MainWindow, DetailsModeSortsByAClickedColumnWithFoldersFirst)
     }
 }
 
+TEST_F(MainWindow, TheViewSortSplitterAndWindowAreAsTheLastRunLeftThem)
+{
+    const QString path = Sample();
+    {
+        CShelfwiseApp first(&m_prompter);
+        ASSERT_TRUE(first.InitInstance({QStringLiteral("Shelfwise"), path}));
+        CMainFrame& frame = *first.MainFrame();
+        // Maximised the first time.
+        EXPECT_TRUE(frame.isMaximized());
+        frame.Commands().Get(CommandIds::ViewDetails)->trigger();
+        frame.Details().SetSort(CDetailsModel::Size, Qt::DescendingOrder);
+        frame.showNormal();
+        frame.setGeometry(40, 50, 820, 540);
+        frame.findChild<QSplitter*>()->setSizes({230, 590});
+        ASSERT_TRUE(frame.close());
+    }
+    EXPECT_NE(ReadSettingsFile().indexOf(QStringLiteral("SplitterPosition = 230")), -1);
+    {
+        CShelfwiseApp second(&m_prompter);
+        ASSERT_TRUE(second.InitInstance({QStringLiteral("Shelfwise"), path}));
+        CMainFrame& frame = *second.MainFrame();
+        EXPECT_EQ(frame.Details().CurrentMode(), CDetailsView::Mode::Details);
+        EXPECT_TRUE(frame.Commands().Get(CommandIds::ViewDetails)->isChecked());
+        EXPECT_FALSE(frame.Commands().Get(CommandIds::ViewIcons)->isChecked());
+        EXPECT_EQ(frame.Details().SortColumn(), CDetailsModel::Size);
+        EXPECT_EQ(frame.Details().SortOrder(), Qt::DescendingOrder);
+        EXPECT_FALSE(frame.isMaximized());
+        EXPECT_EQ(frame.size(), QSize(820, 540));
+        EXPECT_EQ(frame.findChild<QSplitter*>()->sizes().value(0), 230);
+        // Left maximised, in icons mode, without a sort.
+        frame.Commands().Get(CommandIds::ViewIcons)->trigger();
+        frame.Details().SetSort(-1, Qt::AscendingOrder);
+        frame.showMaximized();
+        ASSERT_TRUE(frame.close());
+    }
+    CShelfwiseApp third(&m_prompter);
+    ASSERT_TRUE(third.InitInstance({QStringLiteral("Shelfwise"), path}));
+    EXPECT_TRUE(third.MainFrame()->isMaximized());
+    EXPECT_EQ(third.MainFrame()->Details().CurrentMode(), CDetailsView::Mode::Icons);
+    EXPECT_EQ(third.MainFrame()->Details().SortColumn(), -1);
+    third.MainFrame()->showNormal();
+    EXPECT_EQ(third.MainFrame()->size(), QSize(820, 540));
+    Settings::Instance().SplitterPosition = 200;
+}
+
+TEST_F(MainWindow, TheStatusBarCountsTheSelectionInWords)
+{
+    EXPECT_EQ(CWindowStatus::SummaryText(0, 0, 0, 0), QStringLiteral("Empty"));
+    EXPECT_EQ(CWindowStatus::SummaryText(1, 0, 1, 700),
+              QStringLiteral("1 disc, 1 file, 700 bytes"));
+    EXPECT_EQ(CWindowStatus::SummaryText(3, 120, 1, 26790000000LL),
+              QStringLiteral("3 discs, 120 folders, 1 file, 24.95 GB"));
+    EXPECT_EQ(CWindowStatus::SummaryText(0, 1, 2, 2048),
+              QStringLiteral("1 folder, 2 files, 2.00 KB"));
+    EXPECT_EQ(CWindowStatus::SummaryText(0, 0, 5, 0), QStringLiteral("5 files, 0 bytes"));
+
+    // What the window shows for a storage, a folder and an empty storage.
+    CShelfwiseApp app(&m_prompter);
+    ASSERT_TRUE(app.InitInstance({QStringLiteral("Shelfwise"), Sample()}));
+    CNavigationView& tree = app.MainFrame()->Navigation();
+    tree.setCurrentItem(tree.FindRootItem(1));
+    EXPECT_EQ(app.MainFrame()->Status().Summary(),
+              QStringLiteral("3 discs, 17 folders, 24 files, 24.95 GB"));
+    tree.setCurrentItem(tree.FindRootItem(3));
+    EXPECT_EQ(app.MainFrame()->Status().Summary(),
+              QStringLiteral("1 disc, 1 folder, 8 files, 4.61 GB"));
+    tree.setCurrentItem(tree.FindRootItem(4));
+    EXPECT_EQ(app.MainFrame()->Status().Summary(), QStringLiteral("Empty"));
+}
+
+TEST_F(MainWindow, BackAndForwardGoThroughTheTreesSelectionsAndPassOverWhatIsGone)
+{
+    const QString path = Sample();
+    CShelfwiseApp app(&m_prompter);
+    ASSERT_TRUE(app.InitInstance({QStringLiteral("Shelfwise"), path}));
+    CMainFrame& frame = *app.MainFrame();
+    frame.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&frame));
+    CNavigationView& tree = frame.Navigation();
+    QAction* back = frame.Commands().Get(CommandIds::GoBack);
+    QAction* forward = frame.Commands().Get(CommandIds::GoForward);
+    auto selected = [&] { return CNavigationView::PathOf(tree.currentItem()); };
+    auto key = [&](Qt::Key k, Qt::KeyboardModifiers modifiers) {
+        QTest::keyClick(QApplication::focusWidget(), k, modifiers);
+    };
+    constexpr int kLiving = 1, kAttic = 2, kHoliday = 1, kBlade = 20, kBackup = 70;
+
+    tree.setFocus();
+    tree.SelectPath({kLiving});
+    tree.SelectPath({kLiving, kHoliday});
+    tree.SelectPath({kAttic, kBackup});
+    tree.SelectPath({kLiving, kBlade});
+    EXPECT_FALSE(forward->isEnabled());
+    key(Qt::Key_Left, Qt::AltModifier);
+    EXPECT_EQ(selected(), (std::vector<int>{kAttic, kBackup}));
+    // The mouse's back button anywhere in the window.
+    QTest::mouseClick(frame.Details().ActiveView()->viewport(), Qt::BackButton);
+    EXPECT_EQ(selected(), (std::vector<int>{kLiving, kHoliday}));
+    key(Qt::Key_Right, Qt::AltModifier);
+    EXPECT_EQ(selected(), (std::vector<int>{kAttic, kBackup}));
+    QTest::mouseClick(tree.viewport(), Qt::ForwardButton);
+    EXPECT_EQ(selected(), (std::vector<int>{kLiving, kBlade}));
+    EXPECT_FALSE(forward->isEnabled());
+
+    // Move up on Backspace and Alt+Up; a new selection after going back drops what lay
+    // ahead.
+    key(Qt::Key_Backspace, Qt::NoModifier);
+    EXPECT_EQ(selected(), (std::vector<int>{kLiving}));
+    tree.SelectPath({kAttic, kBackup});
+    key(Qt::Key_Up, Qt::AltModifier);
+    EXPECT_EQ(selected(), (std::vector<int>{kAttic}));
+    back->trigger();
+    back->trigger();
+    EXPECT_EQ(selected(), (std::vector<int>{kLiving}));
+    tree.SelectPath({kLiving, kHoliday});
+    EXPECT_FALSE(forward->isEnabled());
+
+    // A disc deleted meanwhile is passed over, both ways.
+    tree.SelectPath({kAttic});
+    m_prompter.QueueYesNo(true);
+    ASSERT_TRUE(
+        app.Document()->DeleteItem(nullptr, QStringLiteral("Holiday Films 2019"), kHoliday, false));
+    back->trigger();
+    EXPECT_EQ(selected(), (std::vector<int>{kLiving}));
+    forward->trigger();
+    EXPECT_EQ(selected(), (std::vector<int>{kAttic}));
+
+    // Another catalogue starts afresh.
+    ASSERT_TRUE(frame.OpenCatalogue(Sample()));
+    EXPECT_FALSE(back->isEnabled());
+    EXPECT_FALSE(forward->isEnabled());
+}
+
 TEST_F(MainWindow, ClosingWithChangesAsksAndAutosaveFollowsTheSetting)
 {
     const QString path = Sample();
@@ -373,4 +521,57 @@ TEST_F(MainWindow, AboutNamesTheVersionTheMakerAndLinksItsPage)
     EXPECT_TRUE(text.contains(QStringLiteral("Korvalt")));
     EXPECT_TRUE(text.contains(QStringLiteral("<a href=\"https://korvalt.org/shelfwise\">")));
     EXPECT_TRUE(linksOpen);
+}
+
+TEST_F(MainWindow, AnAdditionIsSelectedAndScrolledIntoView)
+{
+    CShelfwiseApp app(&m_prompter);
+    ASSERT_TRUE(app.InitInstance({QStringLiteral("Shelfwise"), Sample()}));
+    CMainFrame& frame = *app.MainFrame();
+    CNavigationView& tree = frame.Navigation();
+    frame.SetDriveSystem(std::make_shared<FakeDriveSystem>());
+    QDir(m_dir.path()).mkpath(QStringLiteral("Camera/2012"));
+    QFile(m_dir.filePath(QStringLiteral("Camera/2012/beach.jpg"))).open(QIODevice::WriteOnly);
+    QFile(m_dir.filePath(QStringLiteral("map.pdf"))).open(QIODevice::WriteOnly);
+    // Runs an Add command; its dialog is given path and OK.
+    auto add = [&](int command, const QString& path) {
+        QTimer::singleShot(0, [path] {
+            if (auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget())) {
+                dialog->findChild<QLineEdit*>(QStringLiteral("pathEdit"))->setText(path);
+                dialog->accept();
+            }
+        });
+        frame.Commands().Get(command)->trigger();
+    };
+    auto inSight = [](QAbstractItemView& view, const QRect& rect) {
+        return view.viewport()->rect().intersects(rect);
+    };
+    // A short tree with the storages above the car's expanded: the car is out of sight.
+    constexpr int kCar = 3;
+    frame.resize(900, 600);
+    tree.setFixedHeight(90);
+    for (int storage : {1, 2})
+        tree.FindRootItem(storage)->setExpanded(true);
+    tree.setCurrentItem(tree.FindRootItem(kCar));
+    tree.scrollToTop();
+
+    // A folder: selected in the tree below its storage, which opens; the list shows it.
+    add(CommandIds::AddFolder, m_dir.filePath(QStringLiteral("Camera")));
+    const int folder = app.Document()->LastAddedUnitId();
+    ASSERT_EQ(app.Document()->LastAddedStorageId(), kCar);
+    QTreeWidgetItem* added = tree.currentItem();
+    ASSERT_NE(added, nullptr);
+    EXPECT_EQ(CNavigationView::ItemId(added), folder);
+    EXPECT_EQ(added->parent(), tree.FindRootItem(kCar));
+    EXPECT_TRUE(inSight(tree, tree.visualItemRect(added)));
+    EXPECT_EQ(app.Document()->SelectedId, folder);
+    EXPECT_EQ(frame.Details().Model().rowCount(), 1); // the folder 2012
+
+    // A file: its storage selected in the tree, the file in the list.
+    add(CommandIds::AddFile, m_dir.filePath(QStringLiteral("map.pdf")));
+    const int file = app.Document()->LastAddedUnitId();
+    EXPECT_EQ(tree.currentItem(), tree.FindRootItem(kCar));
+    EXPECT_EQ(frame.Details().SelectedUnitId(), file);
+    QAbstractItemView& shown = *frame.Details().ActiveView();
+    EXPECT_TRUE(inSight(shown, shown.visualRect(shown.currentIndex())));
 }
