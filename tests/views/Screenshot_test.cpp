@@ -1,7 +1,7 @@
 // The window as a user sees it, drawn to pictures: the sample catalogue with a storage
-// expanded and the list in Details mode, the list's menu on a file, and the properties
-// of a song. With SHELFWISE_SCREENSHOT_DIR set (and QT_QPA_PLATFORM=xcb under Xvfb) the
-// pictures are kept there; they are the README's screenshots.
+// expanded and the list in Details mode, the list's menu on a file, Icons mode with
+// long names, and the properties of a song. With SHELFWISE_SCREENSHOT_DIR set (and
+// QT_QPA_PLATFORM=xcb under Xvfb) the pictures are kept there; they are the README's screenshots.
 #include "FakePrompter.h"
 
 #include "app/ShelfwiseApp.h"
@@ -76,6 +76,7 @@ TEST(Screenshot, TheSampleCatalogueInDetailsModeAndTheListMenu)
     tree.setCurrentItem(disc->childCount() > 0 ? disc->child(0) : disc);
     CDetailsView& list = frame.Details();
     list.SetMode(CDetailsView::Mode::Details);
+    list.SetSort(CDetailsModel::Name, Qt::AscendingOrder);
     ASSERT_GT(list.Model().rowCount(), 0);
     list.ActiveView()->setCurrentIndex(list.ActiveView()->model()->index(0, 0));
     QApplication::processEvents();
@@ -109,6 +110,43 @@ TEST(Screenshot, TheSampleCatalogueInDetailsModeAndTheListMenu)
     QContextMenuEvent event(QContextMenuEvent::Mouse, point, viewport->mapToGlobal(point));
     QApplication::sendEvent(&list, &event);
     Keep(menuPicture, QStringLiteral("list-menu.png"));
+    frame.close();
+}
+
+TEST(Screenshot, IconsModeShowsLongNamesWholeOnAGrid)
+{
+    QFile::remove(SettingsFolder() + QStringLiteral("RecentFiles.ini"));
+    QTemporaryDir dir;
+    const QString sample = dir.filePath(QStringLiteral("Sample catalogue.db3"));
+    ASSERT_TRUE(QFile::copy(QStringLiteral(SHELFWISE_DATA_DIR "/test.db3"), sample));
+    FakePrompter prompter;
+    CShelfwiseApp app(&prompter);
+    ASSERT_TRUE(app.InitInstance({QStringLiteral("Shelfwise"), sample}));
+    CMainFrame& frame = *app.MainFrame();
+    frame.showNormal();
+    frame.setGeometry(0, 0, 1000, 500);
+
+    // "Road Trip Mix" in the car: a folder and songs named by track, artist and title.
+    frame.Navigation().SelectPath({3, 120});
+    CDetailsView& list = frame.Details();
+    list.SetMode(CDetailsView::Mode::Icons);
+    ASSERT_EQ(list.Model().rowCount(), 5);
+    QApplication::processEvents();
+
+    // The cells line up: one size for all, side by side on one line here.
+    QAbstractItemView& view = *list.ActiveView();
+    const QRect first = view.visualRect(view.model()->index(0, 0));
+    for (int r = 1; r < view.model()->rowCount(); ++r) {
+        const QRect cell = view.visualRect(view.model()->index(r, 0));
+        EXPECT_EQ(cell.size(), first.size()) << r;
+        EXPECT_EQ(cell.top(), first.top()) << r;
+        EXPECT_GT(cell.left(), first.left()) << r;
+    }
+    // Room under the icon for three lines of a name.
+    EXPECT_GE(first.height(), view.iconSize().height() + 3 * view.fontMetrics().lineSpacing());
+    view.setCurrentIndex(view.model()->index(2, 0));
+    QApplication::processEvents();
+    Keep(Grab(frame), QStringLiteral("icons-mode.png"));
     frame.close();
 }
 
