@@ -11,6 +11,7 @@
 namespace {
 
 constexpr int kColumnWidth = 150;
+constexpr int kStorageColumn = 3;
 
 } // namespace
 
@@ -29,13 +30,20 @@ CDuplicateDiscDlg::CDuplicateDiscDlg(CShelfwiseDoc& doc, const std::vector<int>&
     m_cancel->setAccessibleName(m_cancel->text());
 
     QTreeWidget* list = m_ui->discList;
-    for (int column = 0; column < list->columnCount(); ++column)
+    // Name, label and size; the storage, where the disc is to be found, takes the rest.
+    for (int column = 0; column < kStorageColumn; ++column)
         list->setColumnWidth(column, kColumnWidth);
     for (int unitId : unitIds) {
         DiscDetails disc;
-        if (!doc.Guard([&] { disc = doc.Database().GetDiscProperties(unitId); }))
+        QString storage;
+        if (!doc.Guard([&] {
+                CSqliteWrapper& db = doc.Database();
+                disc = db.GetDiscProperties(unitId);
+                storage = db.GetStorage(db.GetUnitStorageId(unitId)).StorageName;
+            }))
             continue;
-        auto* item = new QTreeWidgetItem(list, {disc.UnitName, disc.Label, FormatSize(disc.Size)});
+        auto* item =
+            new QTreeWidgetItem(list, {disc.UnitName, disc.Label, FormatSize(disc.Size), storage});
         item->setData(0, Qt::UserRole, unitId);
         item->setTextAlignment(2, Qt::AlignRight | Qt::AlignVCenter);
     }

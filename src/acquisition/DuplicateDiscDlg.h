@@ -14,9 +14,9 @@ class CDuplicateDiscDlg;
 }
 
 /// "Duplicate disc": the discs of the catalogue that look like the one being added
-/// (name, label, size). exec() returns Accepted for "Add Anyway", Rejected for Cancel,
-/// and Reveal when a disc was double-clicked: the caller then shows that disc
-/// (RevealUnitId()) instead of adding.
+/// (name, label, size), and the storage each is kept in, so the user knows where to look. exec()
+/// returns Accepted for "Add Anyway", Rejected for Cancel, and Reveal when a disc was
+/// double-clicked: the caller then shows that disc (RevealUnitId()) instead of adding.
 class CDuplicateDiscDlg final : public QDialog
 {
     Q_OBJECT

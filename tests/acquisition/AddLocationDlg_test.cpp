@@ -531,9 +531,11 @@ TEST_F(AddLocationDialog, DuplicateDiscAnswersCancelRevealAndAddAnyway)
     auto drives = std::make_shared<FakeDriveSystem>();
     drives->AddDrive({QString(), mounted, true, {QStringLiteral("BACKUP"), 1234, 5000}, false});
     int revealed = 0;
+    // The first disc goes on the shelf, the others are meant for the box.
+    int storage = m_shelf;
     const auto addDisc = [&](const std::function<void(CDuplicateDiscDlg&)>& answer, int& shown) {
         Answerer<CDuplicateDiscDlg> answerer(answer);
-        auto dialog = std::make_unique<CAddLocationDlg>(Mode::Disc, m_doc, drives, m_shelf);
+        auto dialog = std::make_unique<CAddLocationDlg>(Mode::Disc, m_doc, drives, storage);
         QObject::connect(dialog.get(), &CAddLocationDlg::revealRequested,
                          [&](int unitId) { revealed = unitId; });
         Finish(*dialog);
@@ -545,6 +547,7 @@ TEST_F(AddLocationDialog, DuplicateDiscAnswersCancelRevealAndAddAnyway)
     ASSERT_TRUE(first->Succeeded());
     EXPECT_EQ(shown, 0) << "nothing to compare with yet";
     const int original = m_doc.LastAddedUnitId();
+    storage = m_box;
 
     // Cancel: the dialog closes and nothing is added or locked.
     const int callsBefore = drives->Calls().size();
@@ -558,16 +561,18 @@ TEST_F(AddLocationDialog, DuplicateDiscAnswersCancelRevealAndAddAnyway)
             EXPECT_EQ(list->headerItem()->text(0), QStringLiteral("Name"));
             EXPECT_EQ(list->headerItem()->text(1), QStringLiteral("Label"));
             EXPECT_EQ(list->headerItem()->text(2), QStringLiteral("Size"));
+            EXPECT_EQ(list->headerItem()->text(3), QStringLiteral("Storage"));
             EXPECT_EQ(list->header()->sectionSize(1), 150);
             EXPECT_EQ(d.AddAnywayButton()->text(), QStringLiteral("Add Anyway"));
-            for (int c = 0; c < 3 && list->topLevelItemCount() == 1; ++c)
+            for (int c = 0; c < 4 && list->topLevelItemCount() == 1; ++c)
                 row << list->topLevelItem(0)->text(c);
             QTest::mouseClick(d.CancelButton(), Qt::LeftButton);
         },
         shown);
     EXPECT_EQ(shown, 1);
+    // The storage is the one the disc lies in, not the one chosen for the new disc.
     EXPECT_EQ(row, (QStringList{QStringLiteral("BACKUP"), QStringLiteral("BACKUP"),
-                                QStringLiteral("4.88 KB")}));
+                                QStringLiteral("4.88 KB"), QStringLiteral("Shelf")}));
     EXPECT_EQ(cancelled->result(), QDialog::Rejected);
     EXPECT_EQ(cancelled->RevealUnitId(), 0);
     EXPECT_EQ(drives->Calls().size(), callsBefore);
