@@ -9,6 +9,7 @@
 
 #include <QComboBox>
 #include <QDesktopServices>
+#include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QPushButton>
@@ -22,6 +23,9 @@ namespace {
 constexpr int kLevels[] = {1, 2, 3};
 constexpr int kWholeTree = -1;
 constexpr int kAllStorages = -1;
+
+// Where the last report of this run went: the next untitled one starts there.
+QString g_lastReportFolder;
 
 // Hidden widgets keep their room, so the dialog does not change size when a report
 // starts or ends.
@@ -96,13 +100,17 @@ bool CReportDialog::SelectNestingLevel(int level)
     return SelectByData(m_ui->levelCombo, level);
 }
 
-QString CReportDialog::ChooseFileWithDialog(QWidget* parent)
+QString CReportDialog::ChooseFileWithDialog(QWidget* parent, const QString& proposedPath)
 {
     QFileDialog dialog(parent, tr("Save As"));
     dialog.setAcceptMode(QFileDialog::AcceptSave);
     dialog.setFileMode(QFileDialog::AnyFile);
     dialog.setNameFilter(tr("HTML Files (*.html)"));
     dialog.setDefaultSuffix(QStringLiteral("html"));
+    if (!proposedPath.isEmpty()) {
+        dialog.setDirectory(QFileInfo(proposedPath).absolutePath());
+        dialog.selectFile(QFileInfo(proposedPath).fileName());
+    }
     // Overwriting an existing page is confirmed by the dialog itself.
     if (dialog.exec() != QDialog::Accepted)
         return {};
@@ -129,6 +137,19 @@ void CReportDialog::FillNestingLevels()
     combo->setCurrentIndex(0);
 }
 
+QString CReportDialog::ProposedPath() const
+{
+    const QString& catalogue = m_doc.CataloguePath();
+    const QFileInfo info(catalogue);
+    const QString name =
+        (catalogue.isEmpty() ? tr("Untitled") : info.completeBaseName()) + QStringLiteral(".html");
+    if (!catalogue.isEmpty() && QFileInfo(info.absolutePath()).isWritable())
+        return QDir(info.absolutePath()).filePath(name);
+    const bool lastStillThere =
+        !g_lastReportFolder.isEmpty() && QFileInfo(g_lastReportFolder).isDir();
+    return QDir(lastStillThere ? g_lastReportFolder : QDir::homePath()).filePath(name);
+}
+
 QString CReportDialog::DocumentTitle() const
 {
     const QString& path = m_doc.CataloguePath();
@@ -139,9 +160,10 @@ void CReportDialog::StartReport()
 {
     if (m_running)
         return;
-    const QString chosen = m_chooseFile ? m_chooseFile(this) : QString();
+    const QString chosen = m_chooseFile ? m_chooseFile(this, ProposedPath()) : QString();
     if (chosen.isEmpty())
         return;
+    g_lastReportFolder = QFileInfo(chosen).absolutePath();
 
     m_job.Receiver = this;
     m_job.Title = DocumentTitle();

@@ -32,8 +32,9 @@ class CReportDialog final : public QDialog
     Q_OBJECT
 
 public:
-    /// Asks where the page goes; an empty text stands for Cancel.
-    using SaveFileChooser = std::function<QString(QWidget* parent)>;
+    /// Asks where the page goes, starting from proposedPath; an empty text stands for
+    /// Cancel.
+    using SaveFileChooser = std::function<QString(QWidget* parent, const QString& proposedPath)>;
     /// Opens a finished page with the desktop's handler for it.
     using UrlOpener = std::function<bool(const QUrl& url)>;
 
@@ -61,9 +62,14 @@ public:
     bool IsRunning() const { return m_running; }
     /// The path of the last report started; empty before the first one.
     const QString& ReportPath() const { return m_job.Path; }
+    /// Where the save dialog starts: "<catalogue name>.html" beside the catalogue. A
+    /// catalogue without a file (or in a folder that cannot be written) is given
+    /// "Untitled.html" (or its own name) in the folder of the last report of this run,
+    /// else in the home folder.
+    QString ProposedPath() const;
 
     /// The save dialog used unless another chooser is set.
-    static QString ChooseFileWithDialog(QWidget* parent);
+    static QString ChooseFileWithDialog(QWidget* parent, const QString& proposedPath);
 
 signals:
     /// A report started (true) or ended (false). The catalogue is in the worker's hands

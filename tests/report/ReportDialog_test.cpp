@@ -86,8 +86,9 @@ protected:
     std::unique_ptr<CReportDialog> MakeDialog(int preselectedStorageId = -1)
     {
         auto dialog = std::make_unique<CReportDialog>(m_doc, preselectedStorageId);
-        dialog->SetSaveFileChooser([this](QWidget*) {
+        dialog->SetSaveFileChooser([this](QWidget*, const QString& proposed) {
             ++m_chooserCalls;
+            m_proposed = proposed;
             return m_nextPath;
         });
         dialog->SetUrlOpener([this](const QUrl& url) {
@@ -181,6 +182,7 @@ protected:
     FakePrompter m_prompter;
     CShelfwiseDoc m_doc{true};
     QString m_nextPath;
+    QString m_proposed; // what the save dialog was last asked to start from
     int m_chooserCalls = 0;
     std::vector<QUrl> m_opened;
 };
@@ -298,6 +300,32 @@ TEST_F(ReportDialogTest, OneStorageAtEachNestingLevel)
     }
     EXPECT_EQ(m_opened.size(), 5u);
     EXPECT_EQ(m_opened.back(), QUrl::fromLocalFile(OutPath(QStringLiteral("level -1.html"))));
+}
+
+TEST_F(ReportDialogTest, TheSaveDialogProposesThePageBesideTheCatalogueOrWhereTheLastWent)
+{
+    // A catalogue with a file: its name, as a page, in its folder.
+    auto titled = MakeDialog();
+    m_nextPath.clear();
+    QTest::mouseClick(Button(*titled, "okButton"), Qt::LeftButton);
+    EXPECT_EQ(m_proposed, m_dir.filePath(QStringLiteral("sample.html")));
+    const QString elsewhere = OutPath(QStringLiteral("kept/discs.report.html"));
+    ASSERT_TRUE(QDir().mkpath(QFileInfo(elsewhere).path()));
+    ASSERT_TRUE(RunReport(*titled, elsewhere));
+    EXPECT_EQ(titled->ReportPath(), elsewhere);
+
+    // A catalogue without a file: "Untitled.html" where the last report went.
+    ASSERT_TRUE(m_doc.OnNewDocument());
+    auto untitled = MakeDialog();
+    ASSERT_TRUE(RunReport(*untitled, OutPath(QStringLiteral("untitled.html"))));
+    EXPECT_EQ(m_proposed, QFileInfo(elsewhere).dir().filePath(QStringLiteral("Untitled.html")));
+    // That folder gone, the home folder.
+    ASSERT_TRUE(QDir(QFileInfo(elsewhere).path()).removeRecursively());
+    ASSERT_TRUE(QDir(m_out.path()).removeRecursively());
+    auto homeless = MakeDialog();
+    m_nextPath.clear();
+    QTest::mouseClick(Button(*homeless, "okButton"), Qt::LeftButton);
+    EXPECT_EQ(m_proposed, QDir::home().filePath(QStringLiteral("Untitled.html")));
 }
 
 TEST_F(ReportDialogTest, FailureKeepsTheDialogOpenForAnotherTry)
