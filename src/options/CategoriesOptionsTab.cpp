@@ -8,6 +8,7 @@
 #include "ui_CategoriesOptionsTab.h"
 
 #include <QAbstractItemDelegate>
+#include <QLineEdit>
 
 using SqlText::Format;
 
@@ -20,8 +21,10 @@ int ItemId(const QTreeWidgetItem* item)
     return item ? item->data(0, kIdRole).toInt() : 0;
 }
 
-// A row for the user to name in place.
-QTreeWidgetItem* StartNewRow(QTreeWidget* list)
+// A row for the user to name in place: its editor is open and has the keyboard, so
+// typing names it at once. The editor has no frame and starts empty, so the hint in it
+// shows where the name goes.
+QTreeWidgetItem* StartNewRow(QTreeWidget* list, const QString& hint)
 {
     auto* item = new QTreeWidgetItem(list);
     item->setFlags(item->flags() | Qt::ItemIsEditable);
@@ -29,6 +32,10 @@ QTreeWidgetItem* StartNewRow(QTreeWidget* list)
     list->scrollToItem(item);
     list->setFocus();
     list->editItem(item, 0);
+    if (auto* editor = qobject_cast<QLineEdit*>(list->itemWidget(item, 0))) {
+        editor->setPlaceholderText(hint);
+        editor->setFocus();
+    }
     return item;
 }
 
@@ -138,7 +145,9 @@ void CCategoriesOptionsTab::AddExtension()
     if (m_newExtension || m_shownCategoryId == 0 || m_shownCategoryId == m_doc.FallbackCategoryId())
         return;
     m_newExtensionCategoryId = m_shownCategoryId;
-    m_newExtension = StartNewRow(m_ui->extensionsList);
+    m_newExtension = StartNewRow(m_ui->extensionsList, tr("New extension, e.g. pdf"));
+    // The new row is selected, but not yet an extension that Remove could take.
+    UpdateButtons();
 }
 
 void CCategoriesOptionsTab::FinishExtensionEdit()
@@ -199,7 +208,7 @@ void CCategoriesOptionsTab::AddCategory()
 {
     if (m_newCategory)
         return;
-    m_newCategory = StartNewRow(m_ui->categoriesList);
+    m_newCategory = StartNewRow(m_ui->categoriesList, tr("New category name"));
 }
 
 void CCategoriesOptionsTab::FinishCategoryEdit()
