@@ -315,37 +315,6 @@ TEST_F(AddLocationDialog, OkRefusesMissingInputAndStaysOpen)
     EXPECT_EQ(Number(QStringLiteral("SELECT COUNT(*) FROM Units")), 0);
 }
 
-TEST_F(AddLocationDialog, AutoEjectIsGreyedWhileADiscImageIsTheChosenDrive)
-{
-    auto drives = std::make_shared<FakeDriveSystem>();
-    const QString mounted = m_dir.filePath(QStringLiteral("mnt"));
-    QDir().mkpath(mounted);
-    drives->AddDrive({QString(), mounted, true, {QStringLiteral("DISC"), 77, 1000}, false});
-    const QString image = m_dir.filePath(QStringLiteral("disc.iso"));
-    MakeFile(image, 4096);
-    Settings::Instance().AutoEject = false;
-
-    CAddLocationDlg dialog(Mode::Disc, m_doc, drives, m_shelf);
-    auto* driveList = Child<QComboBox>(dialog, "driveCombo");
-    auto* eject = Child<QCheckBox>(dialog, "autoEjectCheck");
-    ASSERT_EQ(driveList->count(), 1);
-    EXPECT_TRUE(eject->isEnabled());
-    EXPECT_FALSE(eject->isChecked());
-    eject->setChecked(true); // the user's choice for the drive
-    dialog.AddDiscImage(image);
-    EXPECT_FALSE(eject->isEnabled());
-    EXPECT_FALSE(eject->isChecked());
-    // Back on the drive, the box is as the user left it, and back on the image greyed.
-    driveList->setCurrentIndex(0);
-    EXPECT_TRUE(eject->isEnabled());
-    EXPECT_TRUE(eject->isChecked());
-    driveList->setCurrentIndex(1);
-    EXPECT_FALSE(eject->isEnabled());
-    EXPECT_FALSE(eject->isChecked());
-    EXPECT_TRUE(
-        Child<QDialogButtonBox>(dialog, "buttonBox")->button(QDialogButtonBox::Ok)->isEnabled());
-}
-
 TEST_F(AddLocationDialog, DiscModeAddsTheMountedDiscAndEjectsIt)
 {
     auto drives = std::make_shared<FakeDriveSystem>();
@@ -365,10 +334,18 @@ TEST_F(AddLocationDialog, DiscModeAddsTheMountedDiscAndEjectsIt)
     ASSERT_EQ(names->count(), 2);
     EXPECT_EQ(names->itemText(0), QStringLiteral("HOLIDAY"));
     EXPECT_EQ(names->itemText(1), QStringLiteral("Film"));
-    names->setCurrentIndex(1);
     auto* eject = Child<QCheckBox>(dialog, "autoEjectCheck");
     EXPECT_FALSE(eject->isChecked());
     eject->setChecked(true);
+    // An image file has no tray: the box is greyed and unchecked while it is chosen, and
+    // back on the drive it says what it said.
+    const QString image = m_dir.filePath(QStringLiteral("disc.iso"));
+    MakeFile(image, 4096);
+    dialog.AddDiscImage(image);
+    EXPECT_FALSE(eject->isEnabled() || eject->isChecked());
+    Child<QComboBox>(dialog, "driveCombo")->setCurrentIndex(1);
+    EXPECT_TRUE(eject->isEnabled() && eject->isChecked());
+    names->setCurrentIndex(1);
     Finish(dialog);
     ASSERT_TRUE(dialog.Succeeded());
     EXPECT_EQ(dialog.result(), QDialog::Accepted);
