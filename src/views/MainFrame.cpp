@@ -56,10 +56,7 @@ CMainFrame::CMainFrame(CShelfwiseDoc& doc, QWidget* parent)
 {
     setMinimumSize(400, 300);
     setAccessibleName(QStringLiteral("Shelfwise"));
-    connect(m_recent, &CRecentFiles::openRequested, this, [this](const QString& path) {
-        if (MaybeSave())
-            OpenCatalogue(path);
-    });
+    connect(m_recent, &CRecentFiles::openRequested, this, &CMainFrame::OpenChosen);
     CreateActions();
     m_tree = new CNavigationView(doc, m_icons, m_commands, m_splitter);
     m_list = new CDetailsView(doc, m_icons, m_commands, m_splitter);
