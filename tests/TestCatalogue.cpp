@@ -11,6 +11,15 @@ QString TemplateCataloguePath()
     return QStringLiteral(SHELFWISE_DATA_DIR "/empty.db3");
 }
 
+QString CopySampleCatalogue(const QString& path)
+{
+    QFile::remove(path);
+    if (!QFile::copy(QStringLiteral(SHELFWISE_DATA_DIR "/test.db3"), path))
+        throw std::runtime_error("cannot copy the sample catalogue");
+    QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
+    return path;
+}
+
 QString QueryText(const QString& path, const QString& sql)
 {
     CSqliteWrapper db;

@@ -33,6 +33,10 @@ private:
 // The path of the built template catalogue.
 QString TemplateCataloguePath();
 
+// Copies the built sample catalogue to path, replacing a file there, and makes the copy
+// writable (an installed data file may be read-only); returns path. Throws when it cannot.
+QString CopySampleCatalogue(const QString& path);
+
 // The first column of the first row of sql, read from the catalogue file at path (empty
 // when there is no row): for checking what a run of the program left in a file.
 QString QueryText(const QString& path, const QString& sql);

@@ -1,8 +1,9 @@
 // Two real window processes on one settings folder: a later start hands its catalogue
 // to the running window, as a file manager's double-click does, and ends.
+#include "TestCatalogue.h"
+
 #include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QProcess>
 #include <QSettings>
 #include <QTemporaryDir>
@@ -33,13 +34,7 @@ protected:
         }
     }
 
-    QString Catalogue(const QString& name)
-    {
-        const QString path = m_dir.filePath(name);
-        QFile::copy(QStringLiteral(SHELFWISE_DATA_DIR "/test.db3"), path);
-        QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
-        return path;
-    }
+    QString Catalogue(const QString& name) { return CopySampleCatalogue(m_dir.filePath(name)); }
 
     // The first entry of the recent-file list the windows keep in the settings folder:
     // a window puts a catalogue there once it has opened it.

@@ -1,8 +1,9 @@
 // shelfwise-cli and the catalogue file: a save that cannot replace the file keeps the
 // changes elsewhere, working copies of killed runs are cleared away, Ctrl+C never
 // undoes a save that has begun, and a damaged catalogue ends a command with a message.
-#include "cli/CliProcess.h"
+#include "TestCatalogue.h"
 
+#include "cli/CliProcess.h"
 #include "sqlitewrapper/RowMappers.h"
 #include "sqlitewrapper/SqliteWrapper.h"
 
@@ -276,11 +277,8 @@ TEST_F(CatalogueSafety, CommandsOnDamagedRowsEndWithAStatus)
               QStringList{"move", copy, "--unit", unit, "--to-storage", "Car"},
               QStringList{"delete", copy, "--unit", unit, "--yes"}, QStringList{"check", copy},
               QStringList{"report", copy, page, "--level", "all"}}) {
-            QFile::remove(copy);
-            ASSERT_TRUE(QFile::copy(QStringLiteral(SHELFWISE_DATA_DIR "/test.db3"), copy));
-            QFile::setPermissions(copy, QFile::ReadOwner | QFile::WriteOwner);
             CSqliteWrapper db;
-            db.Open(copy, false);
+            db.Open(CopySampleCatalogue(copy), false);
             db.Execute(QString::fromLatin1(sql));
             db.Close();
             const CliResult result = Run(command);

@@ -28,15 +28,7 @@ protected:
 
     QString Path(const char* name) const { return m_dir.filePath(QString::fromLatin1(name)); }
 
-    // A copy of the built sample catalogue.
-    QString Sample()
-    {
-        const QString path = Path("sample.db3");
-        QFile::remove(path);
-        QFile::copy(QStringLiteral(SHELFWISE_DATA_DIR "/test.db3"), path);
-        QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
-        return path;
-    }
+    QString Sample() { return CopySampleCatalogue(Path("sample.db3")); }
 
     static QString Query(const QString& catalogue, const QString& sql)
     {

@@ -44,14 +44,6 @@ protected:
 
     QString Path(const QString& name) const { return m_dir.filePath(name); }
 
-    QString CopyOfSample(const QString& name)
-    {
-        const QString path = Path(name);
-        QFile::copy(QStringLiteral(SHELFWISE_DATA_DIR "/test.db3"), path);
-        QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
-        return path;
-    }
-
     // A folder holding the given files; their parent folders are made as needed.
     QString MakeFolder(const QString& name, const QStringList& files)
     {
@@ -126,8 +118,8 @@ const QString kDeleteAll = QStringLiteral("x'; DELETE FROM Units; --");
 
 TEST_F(HostileInput, SearchTextCannotRunASecondStatement)
 {
-    const QString cat = CopyOfSample(QStringLiteral("sample.db3"));
-    const QString other = CopyOfSample(QStringLiteral("other.db3"));
+    const QString cat = CopySampleCatalogue(Path("sample.db3"));
+    const QString other = CopySampleCatalogue(Path("other.db3"));
     const QString count = QStringLiteral("SELECT COUNT(*) FROM Units");
     const qint64 units = Number(cat, count);
     ASSERT_GT(units, 0);

@@ -51,14 +51,7 @@ protected:
 
     QString Path(const QString& name) const { return m_dir.filePath(name); }
 
-    QString Sample()
-    {
-        const QString path = Path("sample.db3");
-        QFile::remove(path);
-        QFile::copy(QStringLiteral(SHELFWISE_DATA_DIR "/test.db3"), path);
-        QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
-        return path;
-    }
+    QString Sample() { return CopySampleCatalogue(Path("sample.db3")); }
 
     static QString ReadPage(const QString& path)
     {

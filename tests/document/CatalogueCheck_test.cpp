@@ -119,11 +119,8 @@ struct Shelf
 TEST(CatalogueCheck, TheSampleCatalogueIsConsistentAndCoversEveryKindOfRow)
 {
     QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("test.db3"));
-    ASSERT_TRUE(QFile::copy(QStringLiteral(SHELFWISE_DATA_DIR "/test.db3"), path));
-    QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
     CSqliteWrapper db;
-    db.Open(path, false);
+    db.Open(CopySampleCatalogue(dir.filePath("test.db3")), false);
 
     const List found = CCatalogueCheck(db).Run();
     EXPECT_TRUE(found.empty()) << testing::PrintToString(found);

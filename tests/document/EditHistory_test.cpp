@@ -4,6 +4,7 @@
 // many levels; additions undo without having been recorded; the history's life with
 // New, Open, Save and Compress; and a step that no longer fits changes nothing.
 #include "FakePrompter.h"
+#include "TestCatalogue.h"
 
 #include "acquisition/AddLocationJob.h"
 #include "document/CatalogueCheck.h"
@@ -60,9 +61,7 @@ protected:
     {
         if (!CSqliteWrapper::CanRecordChanges())
             GTEST_SKIP() << "this SQLite has no session extension";
-        m_path = m_dir.filePath(QStringLiteral("sample.db3"));
-        QFile::copy(QStringLiteral(SHELFWISE_DATA_DIR "/test.db3"), m_path);
-        QFile::setPermissions(m_path, QFile::ReadOwner | QFile::WriteOwner);
+        m_path = CopySampleCatalogue(m_dir.filePath("sample.db3"));
         ASSERT_TRUE(m_doc.OnOpenDocument(m_path));
         ASSERT_EQ(Disagreements(m_doc.Database()), QString());
     }

@@ -1,11 +1,11 @@
 // The catalogue's own queries given texts that could read as SQL: the search the
 // window runs on the working copy, and the duplicate check of an added disc.
 #include "FakePrompter.h"
+#include "TestCatalogue.h"
 
 #include "document/ShelfwiseDoc.h"
 #include "sqlitewrapper/RowMappers.h"
 
-#include <QFile>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -25,9 +25,7 @@ TEST(HostileText, SearchTextCannotChangeTheWorkingCopy)
 {
     FakePrompter prompter;
     QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("sample.db3"));
-    ASSERT_TRUE(QFile::copy(QStringLiteral(SHELFWISE_DATA_DIR "/test.db3"), path));
-    QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
+    const QString path = CopySampleCatalogue(dir.filePath("sample.db3"));
     CShelfwiseDoc doc;
     ASSERT_TRUE(doc.OnOpenDocument(path));
     const qint64 units = UnitCount(doc.Database());

@@ -1,8 +1,9 @@
 #include "OptionsTestSupport.h"
 
+#include "TestCatalogue.h"
+
 #include "settings/Settings.h"
 
-#include <QFile>
 #include <QLineEdit>
 #include <QTreeWidget>
 
@@ -24,10 +25,7 @@ void OptionsTest::SetUp()
     for (const auto& [key, value] : Settings(QString()).KeyValues())
         settings.SetValue(key, value);
     settings.SaveSettings();
-    const QString path = m_dir.filePath(QStringLiteral("sample.db3"));
-    ASSERT_TRUE(QFile::copy(QStringLiteral(SHELFWISE_DATA_DIR "/test.db3"), path));
-    QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
-    ASSERT_TRUE(m_doc.OnOpenDocument(path));
+    ASSERT_TRUE(m_doc.OnOpenDocument(CopySampleCatalogue(m_dir.filePath("sample.db3"))));
 }
 
 QStringList ItemTexts(const QTreeWidget& list)

@@ -3,6 +3,7 @@
 // to the desktop, and what a failure, a path that cannot be created and Cancel while
 // the page is being written leave behind.
 #include "FakePrompter.h"
+#include "TestCatalogue.h"
 
 #include "common/WorkerEvent.h"
 #include "document/ShelfwiseDoc.h"
@@ -75,10 +76,7 @@ class ReportDialogTest : public ::testing::Test
 protected:
     void SetUp() override
     {
-        const QString path = m_dir.filePath(QStringLiteral("sample.db3"));
-        ASSERT_TRUE(QFile::copy(QStringLiteral(SHELFWISE_DATA_DIR "/test.db3"), path));
-        QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
-        ASSERT_TRUE(m_doc.OnOpenDocument(path));
+        ASSERT_TRUE(m_doc.OnOpenDocument(CopySampleCatalogue(m_dir.filePath("sample.db3"))));
     }
 
     // A dialog whose save dialog answers with m_nextPath and whose pages go to m_opened

@@ -1,19 +1,18 @@
 #include "search/SearchTestSupport.h"
 
+#include "TestCatalogue.h"
+
 #include "search/ResultsCtrl.h"
 #include "search/ResultsModel.h"
 #include "sqlitewrapper/RowMappers.h"
 #include "sqlitewrapper/SqlText.h"
 
-#include <QFile>
 #include <QPushButton>
 #include <QTest>
 
 void SearchDialog::SetUp()
 {
-    m_path = m_dir.filePath(QStringLiteral("sample.db3"));
-    ASSERT_TRUE(QFile::copy(QStringLiteral(SHELFWISE_DATA_DIR "/test.db3"), m_path));
-    QFile::setPermissions(m_path, QFile::ReadOwner | QFile::WriteOwner);
+    m_path = CopySampleCatalogue(m_dir.filePath("sample.db3"));
     ASSERT_TRUE(m_doc.OnOpenDocument(m_path));
     m_dlg = std::make_unique<CSearchDlg>(m_doc);
 }

@@ -3,6 +3,7 @@
 // gives), moving a disc to another storage by drag and drop, the Details mode's dates,
 // and saving by the autosave timer and after each update.
 #include "FakePrompter.h"
+#include "TestCatalogue.h"
 
 #include "app/ShelfwiseApp.h"
 #include "common/Strings.h"
@@ -58,9 +59,7 @@ protected:
     void SetUp() override
     {
         QFile::remove(SettingsFolder() + QStringLiteral("RecentFiles.ini"));
-        m_path = m_dir.filePath(QStringLiteral("sample.db3"));
-        QFile::copy(QStringLiteral(SHELFWISE_DATA_DIR "/test.db3"), m_path);
-        QFile::setPermissions(m_path, QFile::ReadOwner | QFile::WriteOwner);
+        m_path = CopySampleCatalogue(m_dir.filePath("sample.db3"));
         m_app = std::make_unique<CShelfwiseApp>(&m_prompter);
         ASSERT_TRUE(m_app->InitInstance({QStringLiteral("Shelfwise"), m_path}));
     }

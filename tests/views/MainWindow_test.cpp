@@ -4,6 +4,7 @@
 // next, and closing with unsaved changes.
 #include "FakeDriveSystem.h"
 #include "FakePrompter.h"
+#include "TestCatalogue.h"
 
 #include "app/ShelfwiseApp.h"
 #include "document/ShelfwiseDoc.h"
@@ -49,14 +50,7 @@ protected:
     void SetUp() override { QFile::remove(SettingsFolder() + QStringLiteral("RecentFiles.ini")); }
 
     // A copy of the sample catalogue the test may change.
-    QString Sample()
-    {
-        const QString path = m_dir.filePath(QStringLiteral("sample.db3"));
-        QFile::remove(path);
-        QFile::copy(QStringLiteral(SHELFWISE_DATA_DIR "/test.db3"), path);
-        QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
-        return path;
-    }
+    QString Sample() { return CopySampleCatalogue(m_dir.filePath("sample.db3")); }
 
     static QString ReadSettingsFile()
     {

@@ -1,6 +1,7 @@
 // The properties dialog on a copy of the sample catalogue: which tabs each kind of item
 // gets, the texts of its fields, and what OK and Cancel write back.
 #include "FakePrompter.h"
+#include "TestCatalogue.h"
 
 #include "common/FormatSize.h"
 #include "document/ShelfwiseDoc.h"
@@ -8,7 +9,6 @@
 #include "views/PropertiesDlg.h"
 
 #include <QDateTime>
-#include <QFile>
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QTabWidget>
@@ -39,10 +39,7 @@ class Properties : public ::testing::Test
 protected:
     void SetUp() override
     {
-        const QString path = m_dir.filePath(QStringLiteral("sample.db3"));
-        ASSERT_TRUE(QFile::copy(QStringLiteral(SHELFWISE_DATA_DIR "/test.db3"), path));
-        QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
-        ASSERT_TRUE(m_doc.OnOpenDocument(path));
+        ASSERT_TRUE(m_doc.OnOpenDocument(CopySampleCatalogue(m_dir.filePath("sample.db3"))));
     }
 
     // Every widget a keyboard reaches on every tab has a name a screen reader can say.

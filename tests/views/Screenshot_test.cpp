@@ -3,6 +3,7 @@
 // long names, and the properties of a song. With SHELFWISE_SCREENSHOT_DIR set (and
 // QT_QPA_PLATFORM=xcb under Xvfb) the pictures are kept there; they are the README's screenshots.
 #include "FakePrompter.h"
+#include "TestCatalogue.h"
 
 #include "app/ShelfwiseApp.h"
 #include "document/ShelfwiseDoc.h"
@@ -57,8 +58,7 @@ TEST(Screenshot, TheSampleCatalogueInDetailsModeAndTheListMenu)
 {
     QFile::remove(SettingsFolder() + QStringLiteral("RecentFiles.ini"));
     QTemporaryDir dir;
-    const QString sample = dir.filePath(QStringLiteral("Sample catalogue.db3"));
-    ASSERT_TRUE(QFile::copy(QStringLiteral(SHELFWISE_DATA_DIR "/test.db3"), sample));
+    const QString sample = CopySampleCatalogue(dir.filePath("Sample catalogue.db3"));
     FakePrompter prompter;
     CShelfwiseApp app(&prompter);
     ASSERT_TRUE(app.InitInstance({QStringLiteral("Shelfwise"), sample}));
@@ -117,8 +117,7 @@ TEST(Screenshot, IconsModeShowsLongNamesWholeOnAGrid)
 {
     QFile::remove(SettingsFolder() + QStringLiteral("RecentFiles.ini"));
     QTemporaryDir dir;
-    const QString sample = dir.filePath(QStringLiteral("Sample catalogue.db3"));
-    ASSERT_TRUE(QFile::copy(QStringLiteral(SHELFWISE_DATA_DIR "/test.db3"), sample));
+    const QString sample = CopySampleCatalogue(dir.filePath("Sample catalogue.db3"));
     FakePrompter prompter;
     CShelfwiseApp app(&prompter);
     ASSERT_TRUE(app.InitInstance({QStringLiteral("Shelfwise"), sample}));
@@ -153,9 +152,7 @@ TEST(Screenshot, IconsModeShowsLongNamesWholeOnAGrid)
 TEST(Screenshot, ThePropertiesOfASong)
 {
     QTemporaryDir dir;
-    const QString sample = dir.filePath(QStringLiteral("Sample catalogue.db3"));
-    ASSERT_TRUE(QFile::copy(QStringLiteral(SHELFWISE_DATA_DIR "/test.db3"), sample));
-    QFile::setPermissions(sample, QFile::ReadOwner | QFile::WriteOwner);
+    const QString sample = CopySampleCatalogue(dir.filePath("Sample catalogue.db3"));
     FakePrompter prompter;
     CShelfwiseDoc doc(true);
     ASSERT_TRUE(doc.OnOpenDocument(sample));

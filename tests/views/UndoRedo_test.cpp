@@ -3,6 +3,7 @@
 // browsing into a folder, and the neighbour selected in the pane where Delete was
 // pressed only.
 #include "FakePrompter.h"
+#include "TestCatalogue.h"
 
 #include "app/ShelfwiseApp.h"
 #include "document/ShelfwiseDoc.h"
@@ -41,9 +42,7 @@ protected:
         if (!CSqliteWrapper::CanRecordChanges())
             GTEST_SKIP() << "this SQLite has no session extension";
         QFile::remove(SettingsFolder() + QStringLiteral("RecentFiles.ini"));
-        m_path = m_dir.filePath(QStringLiteral("sample.db3"));
-        QFile::copy(QStringLiteral(SHELFWISE_DATA_DIR "/test.db3"), m_path);
-        QFile::setPermissions(m_path, QFile::ReadOwner | QFile::WriteOwner);
+        m_path = CopySampleCatalogue(m_dir.filePath("sample.db3"));
         m_app = std::make_unique<CShelfwiseApp>(&m_prompter);
         ASSERT_TRUE(m_app->InitInstance({QStringLiteral("Shelfwise"), m_path}));
         Frame().activateWindow();
