@@ -200,6 +200,10 @@ void CNavigationView::OnDocumentUpdate(QObject* sender)
 
 void CNavigationView::OnCurrentItemChanged(QTreeWidgetItem* current)
 {
+    // The view makes the first storage current by itself when the tree is filled, without
+    // selecting it: the list shows what it holds, so the item is highlighted too.
+    if (current && !current->isSelected())
+        current->setSelected(true);
     m_doc.SetSelection(current ? ItemId(current) : -1, current && !current->parent(), this);
 }
 
