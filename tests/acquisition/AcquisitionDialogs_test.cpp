@@ -3,6 +3,7 @@
 // of the add-disc dialog for the README.
 #include "FakeDriveSystem.h"
 #include "FakePrompter.h"
+#include "Gate.h"
 
 #include "acquisition/AddLocationDlg.h"
 #include "acquisition/AddStorageDlg.h"
@@ -19,11 +20,8 @@
 #include <QScreen>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QThread>
 
 #include <gtest/gtest.h>
-
-#include <atomic>
 
 namespace {
 
@@ -31,15 +29,12 @@ namespace {
 class GatedDrives final : public DriveSystem
 {
 public:
-    std::atomic<bool> Asked{false};
-    std::atomic<bool> Open{false};
+    Gate Volume;
 
     std::vector<OpticalDrive> ListOpticalDrives() override { return {}; }
     VolumeInfo ReadVolumeInfo(const QString&) override
     {
-        Asked = true;
-        while (!Open)
-            QThread::msleep(2);
+        Volume.Pass();
         return {QStringLiteral("SLOWDISC"), 42, 2048};
     }
     qint64 ReadVolumeLength(const QString&) override { return 2048; }
@@ -52,8 +47,8 @@ public:
 // Opens the gate when the test leaves early, so that the worker can be joined.
 struct GateOpener
 {
-    GatedDrives& Drives;
-    ~GateOpener() { Drives.Open = true; }
+    Gate& Held;
+    ~GateOpener() { Held.Open(); }
 };
 
 } // namespace
@@ -62,22 +57,22 @@ TEST(GetDiscInformationDialog, CannotBeClosedUntilTheVolumeAnswers)
 {
     auto drives = std::make_shared<GatedDrives>();
     CGetDiscInformationDlg wait(drives, QStringLiteral("/dev/sr0"));
-    const GateOpener opener{*drives};
+    const GateOpener opener{drives->Volume};
     EXPECT_EQ(wait.windowTitle(), QStringLiteral("Shelfwise"));
     EXPECT_EQ(wait.findChild<QLabel*>()->text(),
               QStringLiteral("Getting information about the disc..."));
     wait.show();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return drives->Asked.load(); }, 10000));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return drives->Volume.Arrived() > 0; }, 10000));
 
     wait.reject();
     QTest::keyClick(&wait, Qt::Key_Escape);
     EXPECT_FALSE(wait.close());
-    QTest::qWait(50);
+    QCoreApplication::processEvents(); // whatever the refusals left for later
     EXPECT_TRUE(wait.isVisible());
     EXPECT_FALSE(wait.IsFinished());
     EXPECT_TRUE(wait.Result().IsEmpty());
 
-    drives->Open = true;
+    drives->Volume.Open();
     ASSERT_TRUE(QTest::qWaitFor([&] { return !wait.isVisible(); }, 10000));
     EXPECT_TRUE(wait.IsFinished());
     EXPECT_EQ(wait.result(), QDialog::Accepted);
@@ -176,7 +171,7 @@ TEST(AddLocationDialogDisc, Screenshot)
     dialog.show();
     dialog.move(40, 40);
     ASSERT_TRUE(QTest::qWaitForWindowExposed(&dialog));
-    QTest::qWait(200);
+    QCoreApplication::processEvents();
 
     QPixmap picture = dialog.grab();
     if (QGuiApplication::platformName() == QLatin1String("xcb")) {

@@ -5,6 +5,7 @@
 #include "FakeDriveSystem.h"
 #include "FakeFolderLister.h"
 #include "FakePrompter.h"
+#include "Gate.h"
 
 #include "acquisition/AddLocationDlg.h"
 #include "acquisition/DuplicateDiscDlg.h"
@@ -36,7 +37,6 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cerrno>
 #include <functional>
 #include <memory>
@@ -426,14 +426,10 @@ TEST_F(AddLocationDialog, CancelDuringADiscScanRollsBackWithOneMessage)
     lister.AddFolder(mounted, 1, {QStringLiteral("A/"), QStringLiteral("B/")});
     lister.AddFolder(mounted + QStringLiteral("/A"), 2, many);
     lister.AddFolder(mounted + QStringLiteral("/B"), 3, many);
-    std::atomic<bool> reached{false};
-    std::atomic<bool> released{false};
+    Gate gate;
     lister.SetHook([&](const QString& folder, int index) {
-        if (folder.endsWith(QLatin1String("/B")) && index == 20) {
-            reached = true;
-            while (!released)
-                QThread::msleep(2);
-        }
+        if (folder.endsWith(QLatin1String("/B")) && index == 20)
+            gate.Pass();
     });
     auto drives = std::make_shared<FakeDriveSystem>();
     drives->AddDrive({QString(), mounted, true, {QStringLiteral("SLOW"), 5, 1 << 20}, false});
@@ -442,7 +438,7 @@ TEST_F(AddLocationDialog, CancelDuringADiscScanRollsBackWithOneMessage)
     dialog.SetFolderLister(&lister);
     dialog.show();
     dialog.accept();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return reached.load(); }, 30000));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return gate.Arrived() > 0; }, 30000));
     EXPECT_TRUE(dialog.IsBusy());
     EXPECT_FALSE(dialog.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok)->isEnabled());
     EXPECT_FALSE(Child<QWidget>(dialog, "inputArea")->isEnabled());
@@ -453,7 +449,7 @@ TEST_F(AddLocationDialog, CancelDuringADiscScanRollsBackWithOneMessage)
     QTest::keyClick(&dialog, Qt::Key_Escape);
     EXPECT_FALSE(dialog.close());
     EXPECT_TRUE(dialog.isVisible());
-    released = true;
+    gate.Open();
     ASSERT_TRUE(QTest::qWaitFor([&] { return !dialog.isVisible(); }, 30000));
 
     EXPECT_EQ(dialog.result(), QDialog::Rejected);
@@ -476,24 +472,20 @@ TEST_F(AddLocationDialog, CancelWhileAFolderIsCountedAddsNothing)
     QDir().mkpath(root);
     FakeFolderLister lister;
     lister.AddFolder(root, 1, {QStringLiteral("a.txt"), QStringLiteral("b.txt")});
-    std::atomic<bool> reached{false};
-    std::atomic<bool> released{false};
+    Gate gate;
     lister.SetHook([&](const QString&, int index) {
-        if (index == 1) {
-            reached = true;
-            while (!released)
-                QThread::msleep(2);
-        }
+        if (index == 1)
+            gate.Pass();
     });
     CAddLocationDlg dialog(Mode::Folder, m_doc, std::make_shared<FakeDriveSystem>(), m_shelf);
     dialog.SetFolderLister(&lister);
     dialog.show();
     Child<QLineEdit>(dialog, "pathEdit")->setText(root);
     dialog.accept();
-    ASSERT_TRUE(QTest::qWaitFor([&] { return reached.load(); }, 30000));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return gate.Arrived() > 0; }, 30000));
     dialog.reject();
     EXPECT_TRUE(dialog.isVisible());
-    released = true;
+    gate.Open();
     ASSERT_TRUE(QTest::qWaitFor([&] { return !dialog.isVisible(); }, 30000));
     EXPECT_EQ(dialog.result(), QDialog::Rejected);
     EXPECT_EQ(MessageTexts(), std::vector<QString>{QStringLiteral("Operation has been cancelled")});

@@ -1,5 +1,6 @@
 // Worker threads are owned by whoever started them: joined, then deleted, never deleted
 // behind the owner's back by the event loop.
+#include "Gate.h"
 #include "TestCatalogue.h"
 
 #include "acquisition/Importer.h"
@@ -8,11 +9,14 @@
 #include "common/WorkerThread.h"
 
 #include <QCoreApplication>
-#include <QThread>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <functional>
+#include <memory>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -47,45 +51,57 @@ TEST(WorkerThread, AFinishedThreadCanBeJoinedAndStartedAgainAfterTheEventLoopRan
     worker.Join(); // nothing started: nothing to wait for
 
     std::atomic<int> runs{0};
-    std::atomic<bool> release{false};
+    Gate gate;
     worker.Start([&] {
-        while (!release.load())
-            QThread::msleep(1);
+        gate.Pass();
         ++runs;
     });
     EXPECT_TRUE(worker.IsRunning());
-    release.store(true);
-    for (int i = 0; i < 60000 && worker.IsRunning(); ++i)
-        QThread::msleep(1);
+    gate.Open();
+    // The event loop runs, deferred deletes included, while the thread ends.
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !worker.IsRunning(); }, 60000));
     RunEventLoop();
     EXPECT_FALSE(worker.IsRunning());
     worker.Join();
     worker.Join();
     EXPECT_EQ(runs.load(), 1);
-
-    // Start joins the run before it: the second work sees the first one's end.
-    std::atomic<bool> firstEnded{false};
-    bool secondSawFirst = false;
-    worker.Start([&] {
-        QThread::msleep(50);
-        firstEnded.store(true);
-    });
-    worker.Start([&] { secondSawFirst = firstEnded.load(); });
-    worker.Join();
-    EXPECT_TRUE(secondSawFirst);
-    EXPECT_FALSE(worker.IsRunning());
 }
 
-TEST(WorkerThread, ADestroyedWorkerWaitsForItsWork)
+TEST(WorkerThread, StartAndTheDestructorWaitForTheRunningWork)
 {
-    std::atomic<bool> done{false};
-    {
-        CWorkerThread worker;
-        worker.Start([&] {
-            QThread::msleep(100);
-            done.store(true);
+    // A run held until its owner is waiting for it; one that did not wait would delete a
+    // running thread or start the next work beside it.
+    const auto heldUntil = [](Gate& held, const std::function<void()>& waitingCall) {
+        Gate calling;
+        std::thread opener([&] {
+            calling.Pass();
+            held.Open();
         });
-    }
+        calling.Open();
+        waitingCall();
+        opener.join();
+    };
+
+    std::atomic<bool> firstEnded{false};
+    bool secondSawFirst = false;
+    auto worker = std::make_unique<CWorkerThread>();
+    Gate first;
+    worker->Start([&] {
+        first.Pass();
+        firstEnded = true;
+    });
+    heldUntil(first, [&] { worker->Start([&] { secondSawFirst = firstEnded.load(); }); });
+    worker->Join();
+    EXPECT_TRUE(secondSawFirst);
+    EXPECT_FALSE(worker->IsRunning());
+
+    std::atomic<bool> done{false};
+    Gate last;
+    worker->Start([&] {
+        last.Pass();
+        done = true;
+    });
+    heldUntil(last, [&] { worker.reset(); });
     EXPECT_TRUE(done.load());
 }
 
@@ -102,9 +118,8 @@ TEST(WorkerThread, AnImporterThatHasFinishedIsWaitedForAndRunsAgain)
         SubunitQueue::Instance().Clear();
         SubunitQueue::Instance().SetFinished();
         importer.StartImport(&events, true, 1, storage, disc, 0);
-        for (int i = 0; i < 60000 && importer.IsRunning(); ++i)
-            QThread::msleep(1);
         // The thread has ended and the event loop has run before anyone waits.
+        ASSERT_TRUE(QTest::qWaitFor([&] { return !importer.IsRunning(); }, 60000));
         RunEventLoop();
         EXPECT_FALSE(importer.IsRunning());
         importer.Wait();

@@ -296,7 +296,7 @@ TEST_F(SearchDialog, Screenshot)
         m_dlg->Results().SortByColumn(CResultsModel::Size);
     m_dlg->Results().SortByColumn(CResultsModel::Size);
     m_dlg->Results().SelectUnit(kBohemianRhapsody);
-    QTest::qWait(100);
+    QApplication::processEvents();
     EXPECT_EQ(header->sortIndicatorSection(), static_cast<int>(CResultsModel::Size));
     const QPixmap picture = m_dlg->grab();
     ASSERT_FALSE(picture.isNull());
@@ -305,7 +305,7 @@ TEST_F(SearchDialog, Screenshot)
     Child<QTabWidget>("tabs")->setCurrentIndex(1);
     Child<QCheckBox>("artistCheck")->setChecked(true);
     Child<QLineEdit>("artistEdit")->setText(QStringLiteral("Queen"));
-    QTest::qWait(50);
+    QApplication::processEvents();
     const QPixmap advanced = m_dlg->grab();
     ASSERT_FALSE(advanced.isNull());
     if (!folder.isEmpty()) {

@@ -97,11 +97,14 @@ TEST(Screenshot, TheSampleCatalogueInDetailsModeAndTheListMenu)
     list.SelectRowByUnitId(list.Model().Rows().at(static_cast<size_t>(firstFile())).UnitID);
     QApplication::processEvents();
 
-    // The menu blocks while it is open: take its picture from a timer, then close it.
+    // The menu blocks while it is open: its own event loop takes the picture once the
+    // menu is on the screen, then closes it.
     QPixmap menuPicture;
-    QTimer::singleShot(300, [&] {
-        QWidget* menu = QApplication::activePopupWidget();
-        menuPicture = menu ? Grab(frame) : QPixmap();
+    QTimer::singleShot(0, [&] {
+        QWidget* menu = nullptr;
+        const auto open = [&] { return (menu = QApplication::activePopupWidget()) != nullptr; };
+        if (QTest::qWaitFor(open, 10000) && QTest::qWaitForWindowExposed(menu))
+            menuPicture = Grab(frame);
         if (menu)
             menu->close();
     });

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <condition_variable>
+#include <mutex>
+
+// Holds worker threads at a point of the test's choosing: a thread that passes the gate
+// waits there until the test opens it, and the test can see how many have come.
+class Gate final
+{
+public:
+    Gate() = default;
+    Gate(const Gate&) = delete;
+    Gate& operator=(const Gate&) = delete;
+
+    // Counts the caller in, then blocks until the gate is open.
+    void Pass();
+    // Lets every waiting and every later caller through.
+    void Open();
+    int Arrived() const;
+
+private:
+    mutable std::mutex m_mutex;
+    std::condition_variable m_opened;
+    int m_arrived = 0;
+    bool m_open = false;
+};
