@@ -4,8 +4,53 @@
 #include "FakeDriveSystem.h"
 
 #include "cli/CliMain.h"
+#include "cli/Interrupt.h"
 
+#include <QCoreApplication>
+#include <QEvent>
+#include <QFile>
 #include <QtGlobal>
+
+namespace {
+
+// A command passes Ctrl+C on to its worker from a timer of its main thread, which
+// nothing outside the process can see. With SHELFWISE_INTERRUPT_SEEN set, the file it
+// names is made once a timer has run after the interrupt, so that a test can wait for it.
+class InterruptSeen final : public QObject
+{
+public:
+    explicit InterruptSeen(const QString& marker)
+        : QObject(QCoreApplication::instance()), m_marker(marker)
+    {
+    }
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == QEvent::Timer && !m_seen && InterruptGuard::Interrupted()) {
+            m_seen = true;
+            // Queued, so that it runs after the timer's own handler.
+            QMetaObject::invokeMethod(
+                this, [this] { QFile(m_marker).open(QIODevice::WriteOnly); }, Qt::QueuedConnection);
+        }
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    QString m_marker;
+    bool m_seen = false;
+};
+
+void WatchForInterrupts()
+{
+    if (qEnvironmentVariableIsSet("SHELFWISE_INTERRUPT_SEEN"))
+        QCoreApplication::instance()->installEventFilter(
+            new InterruptSeen(qEnvironmentVariable("SHELFWISE_INTERRUPT_SEEN")));
+}
+
+} // namespace
+
+Q_COREAPP_STARTUP_FUNCTION(WatchForInterrupts)
 
 int main(int argc, char** argv)
 {

@@ -7,11 +7,9 @@
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QTest>
 
 #include <gtest/gtest.h>
-
-#include <chrono>
-#include <thread>
 
 #ifdef Q_OS_UNIX
 #include <csignal>
@@ -142,6 +140,10 @@ TEST_F(ReportCommand, CtrlCStopsTheReportWithStatus130)
     // The page goes into a pipe, so the command cannot finish while the test holds back.
     const QString fifo = Path("pipe.html");
     ASSERT_EQ(mkfifo(QFile::encodeName(fifo).constData(), 0600), 0);
+    // The test build of the command line tells when it has passed the interrupt on.
+    const QString seen = Path("interrupt seen");
+    m_extraEnv.insert("SHELFWISE_FAKE_DRIVES", QString());
+    m_extraEnv.insert("SHELFWISE_INTERRUPT_SEEN", seen);
     QProcess process;
     Prepare(process, {"report", catalogue.Path(), fifo, "--level", "all"});
     const int pipe = ::open(QFile::encodeName(fifo).constData(), O_RDONLY | O_NONBLOCK);
@@ -156,8 +158,8 @@ TEST_F(ReportCommand, CtrlCStopsTheReportWithStatus130)
     ASSERT_GT(got, 0);
     bytes.append(chunk, static_cast<int>(got));
     ::kill(static_cast<pid_t>(process.processId()), SIGINT);
-    // Let the command see the interrupt while its worker waits on the full pipe.
-    std::this_thread::sleep_for(std::chrono::milliseconds(500));
+    // Meanwhile the worker waits on the full pipe.
+    ASSERT_TRUE(QTest::qWaitFor([&] { return QFile::exists(seen); }, 60000));
     while ((got = ::read(pipe, chunk, sizeof chunk)) > 0)
         bytes.append(chunk, static_cast<int>(got));
     ::close(pipe);
@@ -192,8 +194,7 @@ TEST_F(ReportCommand, OpenHandsTheFinishedPageToTheDesktop)
     const QString cat = Sample();
     ASSERT_EQ(Run({"report", cat, Path("plain.html")}).status, 0);
     ASSERT_EQ(Run({"report", cat, Path("opened.html"), "--open"}).status, 0);
-    for (int i = 0; i < 200 && !QFile::exists(marker); ++i)
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return QFile::exists(marker); }, 60000));
     QFile opened(marker);
     ASSERT_TRUE(opened.open(QIODevice::ReadOnly));
     EXPECT_EQ(QString::fromUtf8(opened.readAll()), Path("opened.html"));
