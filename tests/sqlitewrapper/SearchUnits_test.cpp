@@ -4,52 +4,109 @@
 
 #include <algorithm>
 
-TEST(SearchUnits, QueryTextForRepresentativeCriteria)
+namespace {
+
+// The names a search finds, sorted.
+std::vector<QString> Names(CSqliteWrapper& db, const SearchCriteria& criteria)
 {
-    SearchCriteria c;
-    EXPECT_EQ(CSqliteWrapper::BuildSearchQuery(c),
-              QStringLiteral("SELECT UnitID, UnitName, SubfoldersNumber, UnitSize,        "
-                             "CategoryID, UnitType FROM Units WHERE UnitName LIKE '%%' "));
+    std::vector<UnitListItem> found;
+    db.SearchUnits(criteria, found);
+    std::vector<QString> names;
+    for (const UnitListItem& item : found)
+        names.push_back(item.UnitName);
+    std::sort(names.begin(), names.end());
+    return names;
+}
 
-    c.CategoryID = CategoryIds::Music;
-    c.Artist = QStringLiteral("Praigut");
-    EXPECT_EQ(CSqliteWrapper::BuildSearchQuery(c),
-              QStringLiteral("SELECT UnitID, UnitName, SubfoldersNumber, UnitSize,        "
-                             "CategoryID, UnitType FROM Units INNER JOIN MusicInfo ON UnitInfoID "
-                             "= MusicInfoID WHERE UnitName LIKE '%%'  AND CategoryID = 3 AND "
-                             "Artist LIKE '%Praigut%'"));
+} // namespace
 
-    SearchCriteria all;
-    all.Text = QStringLiteral("holiday");
-    all.SearchNotes = true;
-    all.UseSize = true;
-    all.SizeOperator = '>';
-    all.Size = 5LL * 1024 * 1024 * 1024;
-    all.StorageID = 3;
-    all.UseDate = true;
-    all.DateField = SearchCriteria::DateModified;
-    all.DateFrom = QDateTime(QDate(2010, 1, 1), QTime(0, 0, 0));
-    all.DateTo = QDateTime(QDate(2011, 12, 31), QTime(23, 59, 59));
-    all.CategoryID = CategoryIds::Picture;
-    all.UseWidth = true;
-    all.WidthOperator = '<';
-    all.Width = 800;
-    all.UseHeight = true;
-    all.HeightOperator = '=';
-    all.Height = 600;
-    all.Title = QStringLiteral("t");
-    all.Album = QStringLiteral("al");
-    all.Year = 2011;
-    all.Genre = QStringLiteral("g");
-    EXPECT_EQ(CSqliteWrapper::BuildSearchQuery(all),
-              QStringLiteral(
-                  "SELECT UnitID, UnitName, SubfoldersNumber, UnitSize,        CategoryID, "
-                  "UnitType FROM Units INNER JOIN PictureInfo ON UnitInfoID = PictureInfoID "
-                  "WHERE (UnitName LIKE '%holiday%' OR UnitNotes LIKE '%holiday%')  AND "
-                  "UnitSize > 5368709120 AND StorageID = 3 AND DateModified BETWEEN "
-                  "'2010-01-01 00:00:00' AND '2011-12-31 23:59:59' AND CategoryID = 4 AND "
-                  "Width < 800 AND Height = 600 AND Title LIKE '%t%' AND Album LIKE '%al%' AND "
-                  "Year = 2011 AND Genre LIKE '%g%'"));
+TEST(SearchUnits, MediaDetailsSizesAndDatesNarrowTheSearchTogether)
+{
+    TestCatalogue cat;
+    CSqliteWrapper& db = cat.Db();
+    const int shelf = db.AddStorage(QStringLiteral("Shelf"), QString());
+    const auto song = [&](const char* name, const char* title, const char* album, int year,
+                          const char* genre) {
+        MusicInfo m;
+        m.Title = QString::fromUtf8(title);
+        m.Album = QString::fromUtf8(album);
+        m.Year = year;
+        m.Genre = QString::fromUtf8(genre);
+        cat.AddFile(shelf, 0, QString::fromUtf8(name), 5000, CategoryIds::Music,
+                    db.AddMusicInfo(m));
+    };
+    song("rhapsody.mp3", "Bohemian Rhapsody", "A Night at the Opera", 1975, "Rock");
+    song("love.mp3", "Love of My Life", "A Night at the Opera", 1975, "Ballad");
+    song("flash.mp3", "Flash", "Flash Gordon", 1980, "Rock");
+    const auto picture = [&](const char* name, int width, int height) {
+        PictureInfo p;
+        p.Width = width;
+        p.Height = height;
+        cat.AddFile(shelf, 0, QString::fromUtf8(name), 100, CategoryIds::Picture,
+                    db.AddPictureInfo(p));
+    };
+    picture("beach.jpg", 800, 600);
+    picture("poster.jpg", 4000, 3000);
+    FilmInfo f;
+    f.Width = 1920;
+    cat.AddFile(shelf, 0, QStringLiteral("film.mkv"), 1LL << 32, CategoryIds::Film,
+                db.AddFilmInfo(f));
+    db.Execute("UPDATE Units SET DateModified = '2010-06-01 12:00:00' WHERE UnitName = "
+               "'flash.mp3'");
+    using Found = std::vector<QString>;
+
+    SearchCriteria music;
+    music.CategoryID = CategoryIds::Music;
+    music.Album = QStringLiteral("opera");
+    EXPECT_EQ(Names(db, music), (Found{"love.mp3", "rhapsody.mp3"}));
+    music.Genre = QStringLiteral("rock");
+    EXPECT_EQ(Names(db, music), Found{"rhapsody.mp3"});
+    music = SearchCriteria();
+    music.CategoryID = CategoryIds::Music;
+    music.Year = 1980;
+    EXPECT_EQ(Names(db, music), Found{"flash.mp3"});
+    music.Year = CNullable<int>();
+    music.Title = QStringLiteral("of my");
+    EXPECT_EQ(Names(db, music), Found{"love.mp3"});
+
+    // Width and height are the picture's, or the film's.
+    SearchCriteria pictures;
+    pictures.CategoryID = CategoryIds::Picture;
+    pictures.UseWidth = true;
+    pictures.WidthOperator = '<';
+    pictures.Width = 1000;
+    EXPECT_EQ(Names(db, pictures), Found{"beach.jpg"});
+    pictures.UseWidth = false;
+    pictures.UseHeight = true;
+    pictures.HeightOperator = '=';
+    pictures.Height = 3000;
+    EXPECT_EQ(Names(db, pictures), Found{"poster.jpg"});
+    SearchCriteria films;
+    films.CategoryID = CategoryIds::Film;
+    films.UseWidth = true;
+    films.WidthOperator = '>';
+    films.Width = 1000;
+    EXPECT_EQ(Names(db, films), Found{"film.mkv"});
+    films.CategoryID = CategoryIds::All;
+    films.UseWidth = false;
+    films.UseSize = true;
+    films.SizeOperator = '>';
+    films.Size = 1LL << 31; // beyond 32 bits
+    EXPECT_EQ(Names(db, films), Found{"film.mkv"});
+
+    // The date chosen is the one compared: only one file was modified in 2010.
+    SearchCriteria dated;
+    dated.UseDate = true;
+    dated.DateFrom = QDateTime(QDate(2010, 1, 1), QTime(0, 0));
+    dated.DateTo = QDateTime(QDate(2010, 12, 31), QTime(23, 59, 59));
+    dated.DateField = SearchCriteria::DateModified;
+    EXPECT_EQ(Names(db, dated), Found{"flash.mp3"});
+    dated.DateField = SearchCriteria::DateCreated;
+    EXPECT_TRUE(Names(db, dated).empty());
+    dated.DateField = SearchCriteria::DateAdded;
+    dated.DateFrom = QDateTime::currentDateTime().addDays(-1);
+    dated.DateTo = QDateTime::currentDateTime().addDays(1);
+    EXPECT_EQ(Names(db, dated).size(), 6u);
 }
 
 TEST(SearchUnits, RunsAgainstACatalogue)
@@ -105,24 +162,9 @@ TEST(SearchUnits, RunsAgainstACatalogue)
     ASSERT_EQ(found.size(), 1u);
     EXPECT_EQ(found[0].Kind, UnitKind::File);
 
-    c = SearchCriteria();
-    c.UseDate = true;
-    c.DateField = SearchCriteria::DateCreated;
-    c.DateFrom = QDateTime(QDate(2012, 3, 7), QTime(0, 0));
-    c.DateTo = QDateTime(QDate(2012, 3, 7), QTime(23, 59, 59));
-    db.SearchUnits(c, found);
-    EXPECT_EQ(found.size(), 3u);
-
     // Quotes are text, in the name and in every tag; '*' and '?' are wildcards too.
     cat.AddFile(box, 0, QStringLiteral("Anna's it's.txt"), 30);
-    const auto names = [&](const SearchCriteria& criteria) {
-        db.SearchUnits(criteria, found);
-        std::vector<QString> result;
-        for (const UnitListItem& item : found)
-            result.push_back(item.UnitName);
-        std::sort(result.begin(), result.end());
-        return result;
-    };
+    const auto names = [&](const SearchCriteria& criteria) { return Names(db, criteria); };
     const std::vector<QString> anna{QStringLiteral("Anna's it's.txt")};
     for (const char* typed : {"anna's", "it's", "'s it'", "a*'s", "ANNA?S", "n_a's%t"}) {
         c = SearchCriteria();
