@@ -24,3 +24,17 @@ private:
     int m_arrived = 0;
     bool m_open = false;
 };
+
+// Opens a gate when it goes out of scope, so that a test that stops early still lets the
+// threads it held end and be joined.
+class GateOpener final
+{
+public:
+    explicit GateOpener(Gate& gate) : m_gate(gate) {}
+    ~GateOpener() { m_gate.Open(); }
+    GateOpener(const GateOpener&) = delete;
+    GateOpener& operator=(const GateOpener&) = delete;
+
+private:
+    Gate& m_gate;
+};

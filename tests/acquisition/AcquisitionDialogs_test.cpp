@@ -44,20 +44,13 @@ public:
     void EjectMedia(const QString&) override {}
 };
 
-// Opens the gate when the test leaves early, so that the worker can be joined.
-struct GateOpener
-{
-    Gate& Held;
-    ~GateOpener() { Held.Open(); }
-};
-
 } // namespace
 
 TEST(GetDiscInformationDialog, CannotBeClosedUntilTheVolumeAnswers)
 {
     auto drives = std::make_shared<GatedDrives>();
     CGetDiscInformationDlg wait(drives, QStringLiteral("/dev/sr0"));
-    const GateOpener opener{drives->Volume};
+    const GateOpener opener(drives->Volume);
     EXPECT_EQ(wait.windowTitle(), QStringLiteral("Shelfwise"));
     EXPECT_EQ(wait.findChild<QLabel*>()->text(),
               QStringLiteral("Getting information about the disc..."));
