@@ -11,7 +11,7 @@
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
-#include <QThread>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -171,12 +171,9 @@ TEST_F(AddCommands, CtrlCRollsBackAndExits130)
     StartCli(process, {"add-folder", m_catalogue, "Shelf", root}, Environment());
     ASSERT_TRUE(process.waitForStarted());
     // Interrupt once the working copy exists, that is, once the catalogue is open.
-    for (int i = 0; i < 500; ++i) {
-        const QStringList copies = QDir(m_settings.path()).entryList({"*-*.db3"}, QDir::Files);
-        if (!copies.isEmpty())
-            break;
-        QThread::msleep(5);
-    }
+    ASSERT_TRUE(QTest::qWaitFor(
+        [&] { return !QDir(m_settings.path()).entryList({"*-*.db3"}, QDir::Files).isEmpty(); },
+        60000));
     ::kill(static_cast<pid_t>(process.processId()), SIGINT);
     ASSERT_TRUE(process.waitForFinished(60000));
     EXPECT_EQ(process.exitCode(), 130) << process.readAllStandardError().toStdString();
