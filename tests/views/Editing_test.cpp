@@ -17,6 +17,7 @@
 #include "views/MainFrame.h"
 #include "views/NavigationView.h"
 #include "views/PropertiesDlg.h"
+#include "views/TreeItems.h"
 #include "views/UnitDrag.h"
 
 #include <QAbstractItemView>
@@ -74,16 +75,6 @@ protected:
     CNavigationView& Tree() { return m_app->MainFrame()->Navigation(); }
     CDetailsView& List() { return m_app->MainFrame()->Details(); }
     CShelfwiseDoc& Doc() { return *m_app->Document(); }
-
-    QTreeWidgetItem* Child(QTreeWidgetItem* parent, int unitId)
-    {
-        parent->setExpanded(true);
-        for (int c = 0; c < parent->childCount(); ++c) {
-            if (CNavigationView::ItemId(parent->child(c)) == unitId)
-                return parent->child(c);
-        }
-        return nullptr;
-    }
 
     // The entries of a menu by text, sub-menus included.
     static QAction* Entry(const QMenu& menu, const QString& text)
@@ -173,7 +164,7 @@ TEST_F(Editing, RenamesInBothPanesAreCheckedAndStored)
     EXPECT_EQ(living->text(0), QStringLiteral("Shelf 2"));
 
     // A disc in the tree, then the same disc in the list.
-    QTreeWidgetItem* disc = Child(living, kHolidayFilms);
+    QTreeWidgetItem* disc = ExpandedChild(living, kHolidayFilms);
     ASSERT_NE(disc, nullptr);
     renameTo(disc, QString());
     EXPECT_EQ(m_prompter.LastMessage(), Strings::LoadString(Strings::IDS_UNIT_NAME_EMPTY));
@@ -191,7 +182,7 @@ TEST_F(Editing, RenamesInBothPanesAreCheckedAndStored)
     EXPECT_TRUE(model.setData(name, QStringLiteral("Summer \"19\""), Qt::EditRole));
     EXPECT_EQ(Doc().Database().GetUnit(kHolidayFilms).UnitName, QStringLiteral("Summer \"19\""));
     // The tree item of the disc follows the list.
-    EXPECT_EQ(Child(living, kHolidayFilms)->text(0), QStringLiteral("Summer \"19\""));
+    EXPECT_EQ(ExpandedChild(living, kHolidayFilms)->text(0), QStringLiteral("Summer \"19\""));
     EXPECT_TRUE(Doc().IsModified());
 }
 
@@ -200,7 +191,7 @@ TEST_F(Editing, RenamesByKeyInTheListAndInThePropertiesShowInBothPanes)
     m_app->MainFrame()->activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(m_app->MainFrame()));
     QTreeWidgetItem* living = Tree().FindRootItem(kLivingRoom);
-    QTreeWidgetItem* disc = Child(living, kHolidayFilms);
+    QTreeWidgetItem* disc = ExpandedChild(living, kHolidayFilms);
     ASSERT_NE(disc, nullptr);
 
     // F2 renames whatever row of the list is selected: a folder, then a file.
@@ -225,7 +216,7 @@ TEST_F(Editing, RenamesByKeyInTheListAndInThePropertiesShowInBothPanes)
     const int folder = std::find_if(rows.begin(), rows.end(), [](const UnitListItem& r) {
                            return r.Kind == UnitKind::Folder;
                        })->UnitID;
-    EXPECT_EQ(Child(disc, folder)->text(0), QStringLiteral("Renamed Folder"));
+    EXPECT_EQ(ExpandedChild(disc, folder)->text(0), QStringLiteral("Renamed Folder"));
 
     // The properties rename the disc shown in the list: the row and the tree's item
     // show the new name, and the row stays selected.
@@ -236,7 +227,7 @@ TEST_F(Editing, RenamesByKeyInTheListAndInThePropertiesShowInBothPanes)
     discProperties.accept();
     EXPECT_EQ(ListName(kHolidayFilms), QStringLiteral("Summer 2019"));
     EXPECT_EQ(List().SelectedUnitId(), kHolidayFilms);
-    EXPECT_EQ(Child(living, kHolidayFilms)->text(0), QStringLiteral("Summer 2019"));
+    EXPECT_EQ(ExpandedChild(living, kHolidayFilms)->text(0), QStringLiteral("Summer 2019"));
     // A storage renamed there: its item in the tree.
     CPropertiesDlg storageProperties(kAttic, true, Doc());
     storageProperties.NameEdit()->setText(QStringLiteral("Loft"));
@@ -251,7 +242,7 @@ TEST_F(Editing, RenamesByKeyInTheListAndInThePropertiesShowInBothPanes)
     EXPECT_EQ(Tree().FindRootItem(kAttic)->text(0), QStringLiteral("Box 1 (attic)"));
     undo->trigger();
     living = Tree().FindRootItem(kLivingRoom);
-    EXPECT_EQ(Child(living, kHolidayFilms)->text(0), QStringLiteral("Holiday Films 2019"));
+    EXPECT_EQ(ExpandedChild(living, kHolidayFilms)->text(0), QStringLiteral("Holiday Films 2019"));
     EXPECT_EQ(ListName(kHolidayFilms), QStringLiteral("Holiday Films 2019"));
 }
 
@@ -276,12 +267,12 @@ TEST_F(Editing, DeletingAsksAndRemovesFromBothPanes)
         EXPECT_NE(unit.UnitID, kBackup2008);
 
     // From the tree: the folder goes, and the selection moves on.
-    QTreeWidgetItem* scans = Child(attic, kScans);
+    QTreeWidgetItem* scans = ExpandedChild(attic, kScans);
     ASSERT_NE(scans, nullptr);
     Tree().setCurrentItem(scans);
     m_prompter.QueueYesNo(true);
     Tree().DeleteSelected();
-    EXPECT_EQ(Child(attic, kScans), nullptr);
+    EXPECT_EQ(ExpandedChild(attic, kScans), nullptr);
     EXPECT_NE(Doc().SelectedId, kScans);
     EXPECT_EQ(m_prompter.Questions().size(), 3u);
 }
@@ -290,7 +281,7 @@ TEST_F(Editing, ContextMenusGreyWhatTheItemCannotDo)
 {
     const QString rename = m_app->MainFrame()->Commands().Get(CommandIds::Rename)->text();
     QTreeWidgetItem* living = Tree().FindRootItem(kLivingRoom);
-    QTreeWidgetItem* disc = Child(living, kHolidayFilms);
+    QTreeWidgetItem* disc = ExpandedChild(living, kHolidayFilms);
     disc->setExpanded(true);
     QTreeWidgetItem* folder = disc->child(0);
     ASSERT_NE(folder, nullptr);
@@ -367,12 +358,12 @@ TEST_F(Editing, DraggingADiscMovesItToTheStorageUnderTheCursor)
 {
     QTreeWidgetItem* living = Tree().FindRootItem(kLivingRoom);
     QTreeWidgetItem* attic = Tree().FindRootItem(kAttic);
-    QTreeWidgetItem* disc = Child(living, kHolidayFilms);
+    QTreeWidgetItem* disc = ExpandedChild(living, kHolidayFilms);
     ASSERT_NE(disc, nullptr);
     // Only units lying directly in a storage can be dragged.
     EXPECT_TRUE(Tree().CanDrag(disc));
     EXPECT_FALSE(Tree().CanDrag(living));
-    EXPECT_FALSE(Tree().CanDrag(Child(disc, CNavigationView::ItemId(disc->child(0)))));
+    EXPECT_FALSE(Tree().CanDrag(ExpandedChild(disc, CNavigationView::ItemId(disc->child(0)))));
     Tree().setCurrentItem(living);
     const QModelIndex first = List().Model().index(0, 0);
     EXPECT_TRUE(List().Model().flags(first) & Qt::ItemIsDragEnabled);
@@ -385,7 +376,7 @@ TEST_F(Editing, DraggingADiscMovesItToTheStorageUnderTheCursor)
     const StorageRecord livingBefore = Doc().Database().GetStorage(kLivingRoom);
     // Over a folder inside the attic: the attic is the target.
     Tree().setCurrentItem(living);
-    QTreeWidgetItem* scans = Child(attic, kScans);
+    QTreeWidgetItem* scans = ExpandedChild(attic, kScans);
     Tree().scrollToItem(scans);
     const QPoint over = Tree().visualItemRect(scans).center();
     QMimeData data;
@@ -409,8 +400,8 @@ TEST_F(Editing, DraggingADiscMovesItToTheStorageUnderTheCursor)
     QCoreApplication::sendEvent(Tree().viewport(), &drop);
     EXPECT_EQ(Tree().DropStorageId(), -1);
     EXPECT_EQ(Doc().Database().GetUnitStorageId(kHolidayFilms), kAttic);
-    EXPECT_EQ(Child(living, kHolidayFilms), nullptr);
-    EXPECT_NE(Child(attic, kHolidayFilms), nullptr);
+    EXPECT_EQ(ExpandedChild(living, kHolidayFilms), nullptr);
+    EXPECT_NE(ExpandedChild(attic, kHolidayFilms), nullptr);
     EXPECT_EQ(Tree().currentItem(), attic);
     const StorageRecord after = Doc().Database().GetStorage(kAttic);
     EXPECT_EQ(after.DiscsNumber, before.DiscsNumber + 1);
@@ -552,5 +543,6 @@ TEST_F(Editing, AddedStoragesAndUnitsAppearWhereTheTreeShowsThem)
     ASSERT_TRUE(Doc().MoveUnitToStorage(kHolidayFilms, cellar));
     Tree().ShowAddedUnit(cellar, kHolidayFilms);
     EXPECT_EQ(cellarItem->childCount(), 2);
-    EXPECT_EQ(Child(cellarItem, kHolidayFilms)->text(0), QStringLiteral("Holiday Films 2019"));
+    EXPECT_EQ(ExpandedChild(cellarItem, kHolidayFilms)->text(0),
+              QStringLiteral("Holiday Films 2019"));
 }

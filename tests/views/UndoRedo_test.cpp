@@ -14,6 +14,7 @@
 #include "views/DetailsView.h"
 #include "views/MainFrame.h"
 #include "views/NavigationView.h"
+#include "views/TreeItems.h"
 #include "views/WindowStatus.h"
 
 #include <QAbstractItemView>
@@ -55,16 +56,6 @@ protected:
     CDetailsView& List() { return Frame().Details(); }
     CShelfwiseDoc& Doc() { return *m_app->Document(); }
     QAction* Action(int id) { return Frame().Commands().Get(id); }
-
-    QTreeWidgetItem* Child(QTreeWidgetItem* parent, int unitId)
-    {
-        parent->setExpanded(true);
-        for (int c = 0; c < parent->childCount(); ++c) {
-            if (CNavigationView::ItemId(parent->child(c)) == unitId)
-                return parent->child(c);
-        }
-        return nullptr;
-    }
 
     // The UnitIDs of the list's selected rows.
     std::vector<int> ListSelection()
@@ -117,7 +108,7 @@ TEST_F(UndoRedo, TheMenuSaysWhatComesBackAndThePanesShowIt)
     // A disc deleted in the tree, its storage collapsed afterwards; Ctrl+Z brings it
     // back under its storage, expanded, and selects it in the list.
     QTreeWidgetItem* living = Tree().FindRootItem(kLivingRoom);
-    Tree().setCurrentItem(Child(living, kHolidayFilms));
+    Tree().setCurrentItem(ExpandedChild(living, kHolidayFilms));
     PressDelete(Tree());
     EXPECT_EQ(Frame().Status().Message(), QStringLiteral("Deleted \"Holiday Films 2019\""));
     // The pointer passing over a menu's entries (which have no status tips) leaves it.
@@ -128,7 +119,7 @@ TEST_F(UndoRedo, TheMenuSaysWhatComesBackAndThePanesShowIt)
     QTest::keyClick(&Frame(), Qt::Key_Z, Qt::ControlModifier);
     living = Tree().FindRootItem(kLivingRoom);
     EXPECT_TRUE(living->isExpanded());
-    EXPECT_NE(Child(living, kHolidayFilms), nullptr);
+    EXPECT_NE(ExpandedChild(living, kHolidayFilms), nullptr);
     EXPECT_EQ(Tree().currentItem(), living);
     EXPECT_EQ(ListSelection(), std::vector<int>{kHolidayFilms});
     EXPECT_EQ(Frame().Status().Message(), QStringLiteral("Undone: Delete \"Holiday Films 2019\""));
@@ -145,7 +136,7 @@ TEST_F(UndoRedo, TheMenuSaysWhatComesBackAndThePanesShowIt)
     EXPECT_TRUE(Summary().startsWith(QStringLiteral("2 discs,")));
     QTest::keyClick(&Frame(), Qt::Key_Z, Qt::ControlModifier);
     QTest::keyClick(&Frame(), Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
-    EXPECT_EQ(Child(Tree().FindRootItem(kLivingRoom), kHolidayFilms), nullptr);
+    EXPECT_EQ(ExpandedChild(Tree().FindRootItem(kLivingRoom), kHolidayFilms), nullptr);
 
     // A storage added and taken back while selected; an ampersand stays one in the menu.
     const int shed = Doc().AddStorage(QStringLiteral("Shed & garage"), QString());
@@ -191,7 +182,7 @@ TEST_F(UndoRedo, BrowsingSelectsNothingAndADeleteSelectsOnlyInItsOwnPane)
     ASSERT_EQ(List().Model().rowCount(), 2);
     EXPECT_EQ(ListSelection(), std::vector<int>{List().Model().Rows().at(1).UnitID});
     EXPECT_EQ(Tree().selectedItems(), QList<QTreeWidgetItem*>{disc});
-    EXPECT_EQ(Child(disc, kBjork), nullptr);
+    EXPECT_EQ(ExpandedChild(disc, kBjork), nullptr);
 
     // Deleted in the tree: its neighbour there is selected, and the list shows that
     // one's contents with nothing chosen.
