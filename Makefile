@@ -6,7 +6,7 @@ JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 # Extra arguments for CMake, e.g. CMAKE_ARGS=-DSHELFWISE_WERROR=ON (as CI runs it).
 CMAKE_ARGS ?=
 
-.PHONY: all bootstrap configure build run test bench package-check clean
+.PHONY: all bootstrap configure build run test bench windows-check package-check clean
 
 all: build
 
@@ -28,6 +28,11 @@ test: build
 
 bench: build
 	@scripts/bench "$(BUILD_DIR)"
+
+# Checks with the MinGW-w64 cross compiler (syntax and types only, no Windows Qt) that
+# every source of the Windows build compiles there.
+windows-check: bootstrap
+	@bash scripts/windows-check
 
 # Builds the Debian package in build-package and checks it: lintian, an unpacked
 # install, the programs run from it, the desktop files' validators.
