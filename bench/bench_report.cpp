@@ -37,6 +37,7 @@ constexpr int kFolders = 10;
 constexpr int kAlbums = 10;
 constexpr int kFiles = 48;
 constexpr int kUnitsPerDisc = 1 + kFolders * (1 + kAlbums * (1 + kFiles));
+static_assert(kUnitsPerDisc == 4911);
 constexpr int kStorages = 10;
 constexpr int kDiscsPerStorage = 20; // 200 discs: 982,200 units
 constexpr int kTreeDiscs = 40;       // 196,440 entries on disk

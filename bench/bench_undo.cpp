@@ -33,6 +33,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <exception>
 #include <string>
 #include <vector>
 
@@ -318,9 +319,7 @@ void MeasureAddition(int entries)
                 Median(with) / Median(without));
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+int Run(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
     const QStringList arguments = app.arguments();
@@ -359,4 +358,17 @@ int main(int argc, char** argv)
     }
     MeasureAddition(entries);
     return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    // A failed catalogue operation ends the run with its message, not an abort.
+    try {
+        return Run(argc, argv);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "bench_undo: %s\n", error.what());
+        return 1;
+    }
 }

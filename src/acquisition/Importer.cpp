@@ -215,7 +215,7 @@ void CImporter::ImportFile(const SubunitInfo& record, int categoryId,
     const qint64 created = data.CreationTime == FindData::kNoTime && m_creationFromWrite
                                ? data.LastWriteTime
                                : data.CreationTime;
-    const qint64 size = static_cast<qint64>(data.Size);
+    const auto size = static_cast<qint64>(data.Size);
     const int parentUnitId = m_folders[parent].unitId;
     // A link's notes say where it points; nothing else has notes from the scan.
     const QString notes = data.Link ? QStringLiteral("-> ") + data.Link->Text : QString();

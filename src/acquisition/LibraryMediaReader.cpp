@@ -373,7 +373,7 @@ bool LibraryMediaReader::ReadMusicWithMediaInfo(MusicInfo& music)
     // container's own upper-case names, which MediaInfoLib passes through as they are.
     const auto tag = [this](std::initializer_list<const char*> names) {
         for (const char* name : names) {
-            const QString text = m_mediaInfo.Text(Stream::General, name);
+            QString text = m_mediaInfo.Text(Stream::General, name);
             if (!text.trimmed().isEmpty())
                 return text;
         }

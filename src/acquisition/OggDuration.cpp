@@ -118,7 +118,7 @@ bool ReadIdentification(const unsigned char* packet, size_t length, OggStream& s
 std::vector<OggStream> ReadStreams(const QByteArray& head)
 {
     const auto* data = reinterpret_cast<const unsigned char*>(head.constData());
-    const size_t size = static_cast<size_t>(head.size());
+    const auto size = static_cast<size_t>(head.size());
     std::vector<OggStream> streams;
     size_t at = 0;
     while (const size_t length = PageLength(data, size, at)) {
@@ -144,7 +144,7 @@ qint64 LastGranule(MediaFile& file, quint32 serial)
         file.Read(start, reinterpret_cast<char*>(tail.data()), static_cast<qint64>(tail.size()));
     if (got < kPageHeaderSize)
         return -1;
-    const size_t size = static_cast<size_t>(got);
+    const auto size = static_cast<size_t>(got);
     for (size_t at = size - kPageHeaderSize + 1; at-- > 0;) {
         if (tail[at] != 'O' || PageLength(tail.data(), size, at) == 0)
             continue;

@@ -302,7 +302,8 @@ bool Read(MediaFile& file, PictureInfo& picture)
     try {
         // The image owns its source and ends it; the file itself stays open.
         if (!IsWebPWithoutExif(file)) {
-            Exiv2::BasicIo::AutoPtr source(new Exiv2MediaIo(file));
+            // Exiv2 0.27 takes its sources as std::auto_ptr.
+            Exiv2::BasicIo::AutoPtr source(new Exiv2MediaIo(file)); // NOLINT(*-deprecated-*)
             const auto image = Exiv2::ImageFactory::open(source);
             if (image.get())
                 ReadExif(*image, exif, picture);

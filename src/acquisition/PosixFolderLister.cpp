@@ -136,7 +136,7 @@ int ReadNames(DIR* dir, QByteArray* nativeNames, std::vector<NamedEntry>* names)
     for (;;) {
         // readdir tells the end from a failure only through errno.
         errno = 0;
-        const dirent* found = ::readdir(dir);
+        const dirent* found = ::readdir(dir); // NOLINT(concurrency-mt-unsafe): a stream of its own
         if (!found)
             return errno;
         if (IsDotOrDotDot(found->d_name))

@@ -7,6 +7,7 @@
 
 #include <limits>
 #include <memory>
+#include <utility>
 
 // What a folder listing tells of one entry: a compact stand-in for the system's find
 // data, holding what the import stores (not the last-access time, which it never uses:
@@ -18,7 +19,7 @@
 // that names it is copied.
 struct LinkText final : QSharedData
 {
-    explicit LinkText(const QString& text) : Text(text) {}
+    explicit LinkText(QString text) : Text(std::move(text)) {}
     QString Text;
 
     static QExplicitlySharedDataPointer<const LinkText> Make(const QString& text);

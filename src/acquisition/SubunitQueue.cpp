@@ -6,7 +6,7 @@ SubunitQueue& SubunitQueue::Instance()
 {
     // Never destroyed: a scanner or importer thread still running when the process
     // ends must not find the queue gone.
-    static SubunitQueue* const instance = new SubunitQueue;
+    static auto* const instance = new SubunitQueue;
     return *instance;
 }
 

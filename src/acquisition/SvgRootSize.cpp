@@ -102,8 +102,8 @@ std::optional<QSize> ViewBoxSize(QStringView text)
         ++i;
     if (i != text.size() || !(numbers[2] > 0) || !(numbers[3] > 0))
         return std::nullopt;
-    // Qt rounds half up (qRound of a positive number).
-    return QSize(static_cast<int>(numbers[2] + 0.5), static_cast<int>(numbers[3] + 0.5));
+    // Rounded as Qt rounds them (half up for a positive number).
+    return QSize(qRound(numbers[2]), qRound(numbers[3]));
 }
 
 std::optional<QSize> RootSize(const QXmlStreamAttributes& attributes)

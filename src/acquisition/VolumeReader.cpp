@@ -104,7 +104,7 @@ QString FromUtf16(const QByteArray& bytes, bool bigEndian)
     for (int i = 0; i + 1 < bytes.size(); i += 2) {
         const auto high = static_cast<quint8>(bytes[bigEndian ? i : i + 1]);
         const auto low = static_cast<quint8>(bytes[bigEndian ? i + 1 : i]);
-        const char16_t unit = static_cast<char16_t>(high << 8 | low);
+        const auto unit = static_cast<char16_t>(high << 8 | low);
         if (unit == 0)
             break;
         text += QChar(unit);
@@ -411,7 +411,7 @@ bool TryFat(const Bytes& boot, const ReadAt& read, Volume& volume)
         reserved == 0 || fats == 0 || fatSize == 0 || totalSectors == 0)
         return false;
 
-    const quint64 rootSectors = (rootEntries * 32ull + bytesPerSector - 1) / bytesPerSector;
+    const quint64 rootSectors = (rootEntries * 32uLL + bytesPerSector - 1) / bytesPerSector;
     const quint64 firstData = reserved + static_cast<quint64>(fats) * fatSize + rootSectors;
     if (firstData >= totalSectors)
         return false;
@@ -447,7 +447,7 @@ bool TryFat(const Bytes& boot, const ReadAt& read, Volume& volume)
             break;
         volume.Label = FatRootLabel(entries, end);
         Bytes next;
-        if (!ReadBytes(read, static_cast<qint64>(reserved) * bytesPerSector + cluster * 4ll, 4,
+        if (!ReadBytes(read, static_cast<qint64>(reserved) * bytesPerSector + cluster * 4LL, 4,
                        next))
             break;
         cluster = next.U32(0) & 0x0FFFFFFF;
@@ -462,10 +462,10 @@ QString NtfsLabel(const Bytes& boot, const ReadAt& read)
 {
     const qint64 bytesPerSector = boot.U16(11);
     const quint8 perCluster = boot.U8(13);
-    const qint64 sectorsPerCluster = perCluster <= 0x80 ? perCluster : 1ll << (256 - perCluster);
+    const qint64 sectorsPerCluster = perCluster <= 0x80 ? perCluster : 1LL << (256 - perCluster);
     const qint64 clusterSize = bytesPerSector * sectorsPerCluster;
     const auto perRecord = static_cast<qint8>(boot.U8(0x40));
-    const qint64 recordSize = perRecord > 0 ? perRecord * clusterSize : 1ll << qMin(-perRecord, 24);
+    const qint64 recordSize = perRecord > 0 ? perRecord * clusterSize : 1LL << qMin(-perRecord, 24);
     qint64 mft = 0;
     if (clusterSize == 0 || recordSize < 512 || recordSize > (1 << 16) ||
         !Multiply(boot.U64(0x30), static_cast<quint64>(clusterSize), mft) ||

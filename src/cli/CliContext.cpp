@@ -7,6 +7,7 @@
 
 #include <QFileInfo>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 
@@ -16,13 +17,8 @@ const char kSource[] = "ShelfwiseCli";
 
 bool AllDigits(const QString& text)
 {
-    if (text.isEmpty())
-        return false;
-    for (const QChar ch : text) {
-        if (!ch.isDigit())
-            return false;
-    }
-    return true;
+    return !text.isEmpty() &&
+           std::all_of(text.begin(), text.end(), [](QChar ch) { return ch.isDigit(); });
 }
 
 } // namespace

@@ -62,7 +62,7 @@ int RunShelfwiseCli(int argc, char** argv, const DriveSystemFactory& drives)
     bool json = false;
     bool help = false;
     CliPrompter::Answer answer = CliPrompter::Answer::Ask;
-    const QStringList arguments = app.arguments().mid(1);
+    const QStringList arguments = QCoreApplication::arguments().mid(1);
     for (int i = 0; i < arguments.size(); ++i) {
         const QString& arg = arguments.at(i);
         if (arg == QLatin1String("--json")) {

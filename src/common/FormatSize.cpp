@@ -13,7 +13,7 @@ constexpr qint64 kGiga = kMega * 1024;
 // (751,813,279 bytes is 716.98 MB in single precision, 716.99 MB in double).
 QString Scaled(qint64 size, int divisions, Strings::Id format)
 {
-    float value = static_cast<float>(size);
+    auto value = static_cast<float>(size);
     for (int i = 0; i < divisions; ++i)
         value *= 0.0009765625f;
     return QString::asprintf(Strings::LoadString(format).toUtf8().constData(),

@@ -342,11 +342,11 @@ QString CCatalogueCheck::Describe(const CatalogueDisagreement& d)
     using D = CatalogueDisagreement;
     const QString subject =
         d.What == D::Subject::Storage ? QStringLiteral("Storage") : QStringLiteral("Unit");
-    const QString head = QStringLiteral("%1 %2 \"%3\": %4 is %5")
-                             .arg(subject)
-                             .arg(d.Id)
-                             .arg(d.Name, d.Column)
-                             .arg(d.Stored);
+    QString head = QStringLiteral("%1 %2 \"%3\": %4 is %5")
+                       .arg(subject)
+                       .arg(d.Id)
+                       .arg(d.Name, d.Column)
+                       .arg(d.Stored);
     switch (d.Kind) {
     case D::Problem::WrongCounter:
         return head + QStringLiteral(", the rows give %1").arg(d.Computed);

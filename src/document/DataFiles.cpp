@@ -17,10 +17,9 @@ QString InstalledFolder()
     // Installed, the data folder lies where the install folders put it relative to the
     // program; in the build tree it is always <build>/share/shelfwise beside <build>/bin.
     const QDir program(QCoreApplication::applicationDirPath());
-    const QString installed =
+    QString installed =
         QDir::cleanPath(program.filePath(QStringLiteral(SHELFWISE_DATA_FROM_PROGRAM)));
-    const QString buildTree =
-        QDir::cleanPath(program.filePath(QStringLiteral("../share/shelfwise")));
+    QString buildTree = QDir::cleanPath(program.filePath(QStringLiteral("../share/shelfwise")));
     if (!QFileInfo::exists(installed + QStringLiteral("/empty.db3")) &&
         QFileInfo::exists(buildTree + QStringLiteral("/empty.db3")))
         return buildTree;

@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <mutex>
 #include <stdexcept>
+#include <utility>
 
 #ifdef Q_OS_WIN
 #ifndef NOMINMAX
@@ -132,7 +133,7 @@ Settings& Settings::Instance()
     return instance;
 }
 
-Settings::Settings(const QString& filePath) : m_filePath(filePath), m_stored(KeyValues())
+Settings::Settings(QString filePath) : m_filePath(std::move(filePath)), m_stored(KeyValues())
 {
 }
 

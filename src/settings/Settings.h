@@ -22,7 +22,7 @@ class Settings final
 public:
     static Settings& Instance();
 
-    explicit Settings(const QString& filePath);
+    explicit Settings(QString filePath);
 
     ::FileIconsStyle FileIconsStyle = ::FileIconsStyle::Default;
     ::UnitsOrder UnitsOrder = ::UnitsOrder::Chronological;

@@ -47,7 +47,7 @@ void CFileInsertBatch::AddNotesColumn()
 void CFileInsertBatch::AppendNumber(std::string& sql, qint64 value)
 {
     char digits[24];
-    const auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+    auto* const end = std::to_chars(digits, digits + sizeof digits, value).ptr;
     sql.append(digits, static_cast<size_t>(end - digits));
 }
 

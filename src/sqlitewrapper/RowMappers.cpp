@@ -199,7 +199,7 @@ void PictureInfoRows(std::vector<PictureInfo>& rows, int columns, char** values)
     p.HorizontalResolution = r.NullableInt(3);
     p.VerticalResolution = r.NullableInt(4);
     p.ColorDepth = r.NullableInt(5);
-    rows.push_back(std::move(p));
+    rows.push_back(p);
 }
 
 void ReportRows(std::vector<ReportRow>& rows, int columns, char** values)

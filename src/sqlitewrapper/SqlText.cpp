@@ -36,7 +36,7 @@ QString Format(const QString& pattern, std::initializer_list<Arg> args)
         extra += arg.text().size();
     QString out;
     out.reserve(pattern.size() + extra);
-    auto next = args.begin();
+    const auto* next = args.begin();
     const QStringView view(pattern);
     const qsizetype size = view.size();
     qsizetype copied = 0; // start of the literal text not yet appended

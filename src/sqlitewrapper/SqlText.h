@@ -5,6 +5,7 @@
 
 #include <initializer_list>
 #include <string>
+#include <utility>
 
 // Turning values into SQL text. Every statement of the catalogue is complete text
 // with the values written into it; nothing is bound as a parameter.
@@ -14,7 +15,7 @@ namespace SqlText {
 class Arg final
 {
 public:
-    Arg(const QString& text) : m_text(text) {}
+    Arg(QString text) : m_text(std::move(text)) {}
     Arg(const char* text) : m_text(QString::fromUtf8(text)) {}
     Arg(int value) : m_text(QString::number(value)) {}
     Arg(unsigned int value) : m_text(QString::number(value)) {}

@@ -1,8 +1,11 @@
 #include "sqlitewrapper/SqliteWrapperError.h"
 
-CSqliteWrapperError::CSqliteWrapperError(const std::string& message, int code, const QString& file,
+#include <utility>
+
+CSqliteWrapperError::CSqliteWrapperError(const std::string& message, int code, QString file,
                                          int line, bool fatal)
-    : std::runtime_error(message), m_code(code), m_file(file), m_line(line), m_fatal(fatal)
+    : std::runtime_error(message), m_code(code), m_file(std::move(file)), m_line(line),
+      m_fatal(fatal)
 {
 }
 

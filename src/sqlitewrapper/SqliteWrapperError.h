@@ -11,8 +11,7 @@
 class CSqliteWrapperError : public std::runtime_error
 {
 public:
-    CSqliteWrapperError(const std::string& message, int code, const QString& file, int line,
-                        bool fatal);
+    CSqliteWrapperError(const std::string& message, int code, QString file, int line, bool fatal);
     CSqliteWrapperError(const CSqliteWrapperError&) = default;
     CSqliteWrapperError& operator=(const CSqliteWrapperError&) = default;
     ~CSqliteWrapperError() override;

@@ -73,7 +73,7 @@ void CBrowseHistory::OnSelection()
     const Entry entry{m_doc.SelectedId, m_doc.SelectedIsStorage};
     if (m_current >= 0 && m_entries[static_cast<size_t>(m_current)] == entry)
         return; // a refresh, or the step Back or Forward just took
-    m_entries.resize(static_cast<size_t>(m_current + 1));
+    m_entries.erase(m_entries.begin() + (m_current + 1), m_entries.end());
     m_entries.push_back(entry);
     m_current = static_cast<int>(m_entries.size()) - 1;
     UpdateActions();

@@ -133,6 +133,8 @@ int CDetailsView::SourceRow(const QModelIndex& index) const
 {
     if (!index.isValid())
         return -1;
+    // A valid index has a model, and m_sorted is made with the view.
+    // NOLINTNEXTLINE(clang-analyzer-core.CallAndMessage)
     return index.model() == m_sorted ? m_sorted->mapToSource(index).row() : index.row();
 }
 

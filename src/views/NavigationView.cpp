@@ -402,7 +402,7 @@ QString CNavigationView::DeleteSelected()
     QTreeWidgetItem* item = currentItem();
     if (!item)
         return QString();
-    const QString name = item->text(0);
+    QString name = item->text(0);
     if (!m_doc.DeleteItem(this, name, ItemId(item), item->parent() == nullptr))
         return QString();
     // The selection moves to a neighbour: the next item beside it, else the one before,

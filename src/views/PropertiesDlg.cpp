@@ -20,6 +20,9 @@
 #include <QLineEdit>
 #include <QPlainTextEdit>
 
+#include <algorithm>
+#include <vector>
+
 namespace {
 
 // The first tab of a disc, folder or file, and the edits the dialog writes back from.
@@ -165,11 +168,10 @@ bool CPropertiesDlg::StoreStorage()
 
 bool CPropertiesDlg::StorageNameTaken(const QString& name) const
 {
-    for (const StorageRecord& storage : m_doc.Storages()) {
-        if (storage.StorageID != m_id && storage.StorageName == name)
-            return true;
-    }
-    return false;
+    const std::vector<StorageRecord>& storages = m_doc.Storages();
+    return std::any_of(storages.begin(), storages.end(), [&](const StorageRecord& storage) {
+        return storage.StorageID != m_id && storage.StorageName == name;
+    });
 }
 
 bool CPropertiesDlg::StoreUnit()

@@ -80,7 +80,10 @@ void CWindowStatus::UpdateSummary()
         m_summary->clear();
         return;
     }
-    qint64 discs = 0, folders = 0, files = 0, size = 0;
+    qint64 discs = 0;
+    qint64 folders = 0;
+    qint64 files = 0;
+    qint64 size = 0;
     if (m_doc.SelectedIsStorage) {
         for (const StorageRecord& storage : m_doc.Storages()) {
             if (storage.StorageID == m_doc.SelectedId) {

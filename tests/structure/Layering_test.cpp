@@ -57,7 +57,9 @@ TEST(Layering, FoldersIncludeEachOtherOneWayOnly)
         }
     }
     // A cycle shows as a folder reachable from itself.
-    for (const auto& [start, _] : edges) {
+    for (const auto& edge : edges) {
+        // Not a structured binding: a lambda may capture one only from C++20 on.
+        const QString& start = edge.first;
         std::set<QString> seen;
         std::function<bool(const QString&)> reaches = [&](const QString& from) {
             for (const QString& to : edges[from]) {
