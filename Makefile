@@ -6,7 +6,7 @@ JOBS ?= $(shell nproc 2>/dev/null || echo 2)
 # Extra arguments for CMake, e.g. CMAKE_ARGS=-DSHELFWISE_WERROR=ON (as CI runs it).
 CMAKE_ARGS ?=
 
-.PHONY: all bootstrap configure build run test bench windows-check package-check clean
+.PHONY: all bootstrap configure build run test bench lint windows-check package-check clean
 
 all: build
 
@@ -28,6 +28,11 @@ test: build
 
 bench: build
 	@scripts/bench "$(BUILD_DIR)"
+
+# clang-format and clang-tidy over the sources; clang-tidy reads the build's compile
+# commands and generated headers.
+lint: build
+	@bash scripts/lint "$(BUILD_DIR)"
 
 # Checks with the MinGW-w64 cross compiler (syntax and types only, no Windows Qt) that
 # every source of the Windows build compiles there.
