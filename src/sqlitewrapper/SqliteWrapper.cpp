@@ -1,5 +1,7 @@
 #include "sqlitewrapper/SqliteWrapper.h"
 
+#include "sqlitewrapper/Transaction.h"
+
 #include "common/Strings.h"
 #include "sqlitewrapper/RowMappers.h"
 
@@ -125,17 +127,10 @@ void CSqliteWrapper::ExecuteSingleStatement(const QString& sql)
 
 void CSqliteWrapper::ExecuteInTransaction(const std::vector<QString>& statements)
 {
-    Execute(QStringLiteral("BEGIN TRANSACTION"));
-    try {
-        for (const QString& sql : statements)
-            Execute(sql);
-    } catch (const CSqliteWrapperError&) {
-        RollbackTransaction();
-        throw;
-    }
-    // A statement may already have ended the transaction; commit only an open one.
-    if (InTransaction())
-        Execute(QStringLiteral("COMMIT TRANSACTION"));
+    CTransaction transaction(*this);
+    for (const QString& sql : statements)
+        Execute(sql);
+    transaction.Commit();
 }
 
 void CSqliteWrapper::RollbackTransaction()
