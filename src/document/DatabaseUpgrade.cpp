@@ -3,8 +3,8 @@
 #include "common/FileCopy.h"
 #include "common/Strings.h"
 #include "common/UserPrompter.h"
+#include "document/CatalogueFile.h"
 #include "document/ProgramVersion.h"
-#include "document/ShelfwiseDoc.h"
 #include "settings/CStdioFileEx.h"
 #include "settings/Settings.h"
 
@@ -12,13 +12,13 @@
 
 #include <map>
 
-bool CShelfwiseDoc::CheckDatabaseVersion()
+bool CCatalogueFile::CheckDatabaseVersion()
 {
     return CheckCatalogueVersion(m_db, m_workingCopyPath, m_cataloguePath);
 }
 
-bool CShelfwiseDoc::CheckCatalogueVersion(CSqliteWrapper& db, const QString& workingPath,
-                                          const QString& cataloguePath)
+bool CCatalogueFile::CheckCatalogueVersion(CSqliteWrapper& db, const QString& workingPath,
+                                           const QString& cataloguePath)
 {
     QString versionText;
     if (!Guard([&] { versionText = db.GetDatabaseVersion(); }))
@@ -50,13 +50,13 @@ bool CShelfwiseDoc::CheckCatalogueVersion(CSqliteWrapper& db, const QString& wor
     return false;
 }
 
-void CShelfwiseDoc::UpgradeDatabase(quint32 catalogueVersion)
+void CCatalogueFile::UpgradeDatabase(quint32 catalogueVersion)
 {
     UpgradeCatalogue(m_db, catalogueVersion, m_workingCopyPath, m_cataloguePath);
 }
 
-void CShelfwiseDoc::UpgradeCatalogue(CSqliteWrapper& db, quint32 catalogueVersion,
-                                     const QString& workingPath, const QString& cataloguePath)
+void CCatalogueFile::UpgradeCatalogue(CSqliteWrapper& db, quint32 catalogueVersion,
+                                      const QString& workingPath, const QString& cataloguePath)
 {
     // Scripts by the version they bring, oldest first; the first file found for a
     // version wins. Every entry takes part, whatever its extension.
@@ -93,6 +93,6 @@ void CShelfwiseDoc::UpgradeCatalogue(CSqliteWrapper& db, quint32 catalogueVersio
     } else {
         m_bChanged = true;
         if (Settings::Instance().AutosaveAfterUpdate)
-            FileSave();
+            SaveWithName();
     }
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "document/CatalogueFile.h"
 #include "document/EditHistory.h"
 #include "sqlitewrapper/SqliteWrapper.h"
 
@@ -11,12 +12,13 @@
 #include <utility>
 #include <vector>
 
-// The one open catalogue. All SQL runs against a private working copy in the settings
-// folder; Save copies the working copy back over the user's file, so closing without
-// saving discards every change. Also carries the catalogue-wide edit operations and
-// the common end of every update (commit, refresh, autosave).
+// The one open catalogue, as the views and the command line see it: the catalogue
+// file (CCatalogueFile: New, Open, Save, the working copy, the changed mark), the
+// catalogue-wide edit operations with their undo steps, the storages cache, the
+// selection of the views and the common end of every update (commit, refresh,
+// autosave).
 //
-// Every database error is caught here and reported through the ErrorLog.
+// Every database error is caught (Guard) and reported through the ErrorLog.
 class CShelfwiseDoc final : public QObject
 {
     Q_OBJECT
@@ -29,24 +31,24 @@ public:
     CShelfwiseDoc(const CShelfwiseDoc&) = delete;
     CShelfwiseDoc& operator=(const CShelfwiseDoc&) = delete;
 
-    // New, Open, Save (Save and Save As). Save returns true whatever the copy did,
-    // as the window expects; LastSaveReachedFile() tells whether the file was written.
+    // New, Open, Save (Save and Save As) of the catalogue file; see CCatalogueFile.
+    // New and an Open that succeeds clear the history; Save keeps it.
     bool OnNewDocument();
-    bool OnOpenDocument(const QString& path);
-    bool OnSaveDocument(const QString& path);
-    bool LastSaveReachedFile() const { return m_lastSaveReachedFile; }
-    // File Save: asks for a name when the catalogue has no file yet. False on Cancel
-    // or when the file could not be written.
-    bool FileSave();
-    bool IsModified() const { return m_bChanged; }
-    void SetModified(bool changed);
-    bool IsLoaded() const { return m_loaded; }
+    bool OnOpenDocument(const QString& path) { return m_file.Open(path); }
+    bool OnSaveDocument(const QString& path) { return m_file.Save(path); }
+    bool LastSaveReachedFile() const { return m_file.LastSaveReachedFile(); }
+    // Whether a save must ask for a name first (File Save then does what Save As does).
+    bool NeedsFileName() const { return m_file.NeedsFileName(); }
+    // File Save: asks for a name when NeedsFileName(). False on Cancel or when the file
+    // could not be written.
+    bool FileSave() { return m_file.SaveWithName(); }
+    bool IsModified() const { return m_file.IsModified(); }
+    void SetModified(bool changed) { m_file.SetModified(changed); }
+    bool IsLoaded() const { return m_file.IsLoaded(); }
 
-    // After a failed save the working copy is renamed to "Unsaved changes to NAME
-    // DATE.db3" in the same folder and kept when the program ends.
-    const QString& WorkingCopyPath() const { return m_workingCopyPath; }
-    const QString& TemplatePath() const { return m_templatePath; }
-    const QString& CataloguePath() const { return m_cataloguePath; }
+    const QString& WorkingCopyPath() const { return m_file.WorkingCopyPath(); }
+    const QString& TemplatePath() const { return m_file.TemplatePath(); }
+    const QString& CataloguePath() const { return m_file.CataloguePath(); }
     CSqliteWrapper& Database() { return m_db; }
 
     // Storages cache, reloaded after each New and Open and after storage edits.
@@ -61,11 +63,6 @@ public:
     int SelectedId = -1;
     bool SelectedIsStorage = false;
     void SetSelection(int id, bool isStorage, QObject* sender);
-
-    // Version check and upgrade of the working copy; false when the catalogue may not
-    // be used.
-    bool CheckDatabaseVersion();
-    void UpgradeDatabase(quint32 catalogueVersion);
 
     // The common end of a multi-statement update.
     void FinishUpdate();
@@ -127,7 +124,10 @@ public:
 
     // Runs an operation on the catalogue, reporting a database error or any other
     // standard exception (and rolling back an open transaction); false when it failed.
-    template <typename F> bool Guard(F&& operation);
+    template <typename F> bool Guard(F&& operation)
+    {
+        return m_file.Guard(std::forward<F>(operation));
+    }
 
 signals:
     void viewsNeedUpdate(QObject* sender);
@@ -144,33 +144,11 @@ signals:
     void historyChanged();
 
 private:
-    void ReportDatabaseError(const CSqliteWrapperError& error);
-    void ReportFailure(const std::exception& error);
-    void ReplaceWorkingCopy(const QString& source);
-    // The version check and upgrade of the catalogue open on db, whose file is
-    // workingPath, copied from cataloguePath (empty for a new catalogue).
-    bool CheckCatalogueVersion(CSqliteWrapper& db, const QString& workingPath,
-                               const QString& cataloguePath);
-    void UpgradeCatalogue(CSqliteWrapper& db, quint32 catalogueVersion, const QString& workingPath,
-                          const QString& cataloguePath);
-    // Copies path beside the working copy and checks it there: true when it is a
-    // catalogue this program may use (upgraded if it was older). Reports why not.
-    bool PrepareToOpen(const QString& path, const QString& candidate);
-    // "Database file can't be opened." with the file's name and, when there is one
-    // worth adding, what went wrong.
-    void ReportOpenFailure(const QString& path, int code, const QString& detail);
-    // After a save that could not write path: the working copy, which alone holds
-    // the changes, is renamed to stay, and the message names it.
-    void KeepWorkingCopy(const QString& path);
-    // Closes the connection, renames the working copy and opens it again; false when
-    // it kept its name.
-    bool RenameWorkingCopy(const QString& newPath);
-    void TuneWorkingCopy();
-    // The common end of New and Open: caches, selection, the path shown.
-    void FinishLoading();
+    // The common end of New and Open: caches, selection, the path shown; the history
+    // goes unless the catalogue is the one just saved to another file.
+    void FinishLoading(bool afterSave);
     // Marks the document changed and saves at once when AutosaveAfterUpdate is set.
     void MarkChanged();
-    void ApplySortOrder();
     // Guard for an edit that Undo takes back: what it changes is one step.
     template <typename F>
     bool Recorded(const QString& description, const EditSubject& subject, F&& edit);
@@ -184,22 +162,14 @@ private:
     void RecordAddition();
     void ClearHistory();
 
-    QString m_workingCopyPath;
-    QString m_ownWorkingCopyPath; // the name given at construction
-    QString m_templatePath;
-    QString m_cataloguePath;
-    bool m_bChanged = false;
-    bool m_loaded = false;
-    bool m_lastSaveReachedFile = true;
-    bool m_keptWorkingCopy = false;
-    CSqliteWrapper m_db;
+    CCatalogueFile m_file;
+    CSqliteWrapper& m_db; // the file's connection
     std::vector<StorageRecord> m_storages;
     int m_fallbackCategoryId = 1;
     int m_lastAddedStorageId = 0;
     int m_lastAddedUnitId = 0;
     CEditHistory m_history{m_db};
     bool m_additionPending = false;
-    bool m_reopeningSaved = false; // the history outlives Save As
     bool m_saveAfterEdits = false;
 };
 
@@ -210,19 +180,4 @@ bool CShelfwiseDoc::Recorded(const QString& description, const EditSubject& subj
     const bool done = Guard(std::forward<F>(edit));
     EndEdits();
     return done;
-}
-
-template <typename F> bool CShelfwiseDoc::Guard(F&& operation)
-{
-    try {
-        operation();
-        return true;
-    } catch (const CSqliteWrapperError& error) {
-        ReportDatabaseError(error);
-        return false;
-    } catch (const std::exception& error) {
-        // A damaged catalogue can break an assumption (a unit that must exist, say).
-        ReportFailure(error);
-        return false;
-    }
 }
