@@ -9,13 +9,13 @@
 //   bench_import [TREE] [--entries N]     (defaults /usr and 1,000,000)
 #include "BenchSupport.h"
 #include "acquisition/AddLocationJob.h"
-#include "acquisition/FolderLister.h"
 #include "acquisition/Importer.h"
 #include "acquisition/SubunitQueue.h"
 #include "acquisition/SubunitsSearcher.h"
 #include "common/UserPrompter.h"
 #include "document/DataFiles.h"
 #include "document/ShelfwiseDoc.h"
+#include "listers/FolderLister.h"
 #include "settings/Settings.h"
 #include "sqlitewrapper/FileInsertBatch.h"
 

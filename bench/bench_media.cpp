@@ -13,7 +13,7 @@
 // files of one extension) once, or REPEATS times, and stops: for `strace -c -f` to count
 // the system calls per file, or for a profiler.
 
-#include "acquisition/LibraryMediaReader.h"
+#include "media/LibraryMediaReader.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -1,6 +1,6 @@
 #include "FakeDriveSystem.h"
 
-#include "acquisition/VolumeReader.h"
+#include "volumes/VolumeReader.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "acquisition/DriveSystem.h"
+#include "drives/DriveSystem.h"
 
 #include <QStringList>
 

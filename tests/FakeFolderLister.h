@@ -1,6 +1,6 @@
 #pragma once
 
-#include "acquisition/FolderLister.h"
+#include "listers/FolderLister.h"
 
 #include <QString>
 #include <QStringList>

@@ -1,15 +1,15 @@
 #include "acquisition/AddLocationDlg.h"
 
-#include "acquisition/DiscImageLister.h"
 #include "acquisition/DiscNames.h"
-#include "acquisition/DriveSystem.h"
 #include "acquisition/DuplicateDiscDlg.h"
 #include "acquisition/FileSystemErrorsDlg.h"
 #include "acquisition/GetDiscInformationDlg.h"
 #include "common/Strings.h"
 #include "common/UserPrompter.h"
 #include "document/ShelfwiseDoc.h"
+#include "drives/DriveSystem.h"
 #include "errorlog/ErrorLog.h"
+#include "listers/DiscImageLister.h"
 #include "settings/Settings.h"
 
 #include "ui_AddLocationDlg.h"

@@ -1,13 +1,13 @@
 #include "acquisition/AddLocationJob.h"
 
-#include "acquisition/DriveSystem.h"
 #include "acquisition/Importer.h"
-#include "acquisition/MediaDetails.h"
 #include "acquisition/SubunitsSearcher.h"
 #include "common/Strings.h"
 #include "common/UserPrompter.h"
 #include "common/WorkerEvent.h"
 #include "document/ShelfwiseDoc.h"
+#include "drives/DriveSystem.h"
+#include "media/MediaDetails.h"
 #include "settings/Settings.h"
 
 #include <QDateTime>

@@ -1,6 +1,6 @@
 #include "acquisition/DiscNames.h"
 
-#include "acquisition/DriveSystem.h"
+#include "drives/DriveSystem.h"
 
 #include <QDirIterator>
 #include <QFileInfo>

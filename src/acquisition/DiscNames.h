@@ -1,6 +1,6 @@
 #pragma once
 
-#include "acquisition/VolumeInfo.h"
+#include "volumes/VolumeInfo.h"
 
 #include <QString>
 #include <QStringList>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "acquisition/VolumeInfo.h"
-#include "acquisition/VolumeInfoWorker.h"
+#include "drives/VolumeInfoWorker.h"
+#include "volumes/VolumeInfo.h"
 
 #include <QDialog>
 #include <QString>

@@ -1,9 +1,9 @@
 #include "acquisition/Importer.h"
 
-#include "acquisition/MediaDetails.h"
 #include "acquisition/SubunitQueue.h"
 #include "common/WorkerEvent.h"
 #include "errorlog/ErrorLog.h"
+#include "media/MediaDetails.h"
 #include "sqlitewrapper/SqliteWrapper.h"
 
 #include <QCoreApplication>

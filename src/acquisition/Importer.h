@@ -1,8 +1,8 @@
 #pragma once
 
-#include "acquisition/MediaReadPool.h"
 #include "acquisition/SubunitInfo.h"
 #include "common/WorkerThread.h"
+#include "media/MediaReadPool.h"
 #include "sqlitewrapper/FileInsertBatch.h"
 
 #include <QDateTime>

@@ -12,8 +12,3 @@ QString SubunitInfo::Path() const
         return *FolderPath + Data.FileName;
     return *FolderPath + separator + Data.FileName;
 }
-
-QExplicitlySharedDataPointer<const LinkText> LinkText::Make(const QString& text)
-{
-    return QExplicitlySharedDataPointer<const LinkText>(new LinkText(text));
-}

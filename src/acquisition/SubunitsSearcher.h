@@ -1,7 +1,8 @@
 #pragma once
 
-#include "acquisition/FolderLister.h"
+#include "acquisition/SubunitInfo.h"
 #include "common/WorkerThread.h"
+#include "listers/FolderLister.h"
 
 #include <QString>
 #include <QtGlobal>

@@ -1,16 +1,16 @@
 // add-folder, add-file, add-disc: the add-location flow of the window, driven from the
 // command line, with a progress line and Ctrl+C.
 #include "acquisition/AddLocationJob.h"
-#include "acquisition/DiscImageLister.h"
 #include "acquisition/DiscNames.h"
-#include "acquisition/DriveSystem.h"
-#include "acquisition/VolumeInfoWorker.h"
 #include "cli/CliContext.h"
 #include "cli/Interrupt.h"
 #include "cli/Table.h"
 #include "common/FormatSize.h"
 #include "common/Strings.h"
+#include "drives/DriveSystem.h"
+#include "drives/VolumeInfoWorker.h"
 #include "errorlog/ErrorLog.h"
+#include "listers/DiscImageLister.h"
 #include "settings/Settings.h"
 
 #include <QDir>

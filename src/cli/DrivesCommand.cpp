@@ -1,10 +1,10 @@
 // drives: the machine's optical drives and the volumes in them, as the add-disc dialog
 // sees them.
-#include "acquisition/DriveSystem.h"
-#include "acquisition/VolumeInfoWorker.h"
 #include "cli/CliContext.h"
 #include "cli/Table.h"
 #include "common/FormatSize.h"
+#include "drives/DriveSystem.h"
+#include "drives/VolumeInfoWorker.h"
 
 namespace {
 

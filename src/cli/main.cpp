@@ -1,6 +1,6 @@
 // shelfwise-cli on the machine's own drives.
-#include "acquisition/DriveSystem.h"
 #include "cli/CliMain.h"
+#include "drives/DriveSystem.h"
 
 int main(int argc, char** argv)
 {

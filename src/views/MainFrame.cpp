@@ -2,12 +2,12 @@
 
 #include "acquisition/AddLocationDlg.h"
 #include "acquisition/AddStorageDlg.h"
-#include "acquisition/DriveSystem.h"
 #include "common/Strings.h"
 #include "common/UserPrompter.h"
 #include "document/DataFiles.h"
 #include "document/ProgramVersion.h"
 #include "document/ShelfwiseDoc.h"
+#include "drives/DriveSystem.h"
 #include "options/OptionsDlg.h"
 #include "report/ReportDialog.h"
 #include "search/SearchDlg.h"

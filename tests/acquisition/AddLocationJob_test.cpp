@@ -6,11 +6,11 @@
 #include "TestCatalogue.h"
 
 #include "acquisition/AddLocationJob.h"
-#include "acquisition/DiscImageLister.h"
 #include "acquisition/Importer.h"
 #include "document/CatalogueCheck.h"
 #include "document/ShelfwiseDoc.h"
 #include "errorlog/ErrorLog.h"
+#include "listers/DiscImageLister.h"
 #include "sqlitewrapper/RowMappers.h"
 #include "sqlitewrapper/SqlText.h"
 

@@ -1,8 +1,8 @@
 // add-disc with a disc image file: the image is catalogued from inside, unmounted.
-#include "acquisition/VolumeReader.h"
 #include "cli/CliProcess.h"
 #include "sqlitewrapper/RowMappers.h"
 #include "sqlitewrapper/SqliteWrapper.h"
+#include "volumes/VolumeReader.h"
 
 #include <QDateTime>
 #include <QDir>

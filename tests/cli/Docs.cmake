@@ -4,8 +4,8 @@ if(NOT TARGET cli_docs)
   return()
 endif()
 target_sources(core_tests PRIVATE
-  ${CMAKE_CURRENT_LIST_DIR}/BashCompletion_test.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/ManPage_test.cpp)
+  BashCompletion_test.cpp
+  ManPage_test.cpp)
 target_compile_definitions(core_tests PRIVATE
   SHELFWISE_CLI_MAN_PAGE="$<TARGET_PROPERTY:cli_docs,SHELFWISE_CLI_MAN_PAGE>"
   SHELFWISE_DESKTOP_MAN_PAGE="$<TARGET_PROPERTY:cli_docs,SHELFWISE_DESKTOP_MAN_PAGE>"

@@ -75,9 +75,30 @@ TEST(Layering, FoldersIncludeEachOtherOneWayOnly)
     EXPECT_EQ(edges["document"].count("acquisition"), 0u);
     EXPECT_EQ(edges["sqlitewrapper"].count("document"), 0u);
 
+    // What an addition is made of, bottom up: the bytes of a volume (volumes), the folders
+    // of a file system or an image (listers), the drives (drives), the details of a media
+    // file (media). None of them knows the catalogue's document, the addition that uses
+    // them or the window; listers and drives build on volumes and on nothing else here.
+    const std::map<QString, std::set<QString>> below = {
+        {"volumes", {}},
+        {"listers", {"volumes"}},
+        {"drives", {"volumes"}},
+        {"media", {}},
+    };
+    const std::set<QString> subsystems = {"volumes", "listers", "drives", "media"};
+    const std::set<QString> above = {"document", "acquisition", "report",  "cli",
+                                     "views",    "search",      "options", "app"};
+    for (const auto& [folder, allowed] : below) {
+        for (const QString& to : edges[folder]) {
+            const bool sibling = subsystems.count(to) != 0 && allowed.count(to) == 0;
+            EXPECT_FALSE(sibling || above.count(to) != 0)
+                << folder.toStdString() << " includes headers of " << to.toStdString();
+        }
+    }
+
     // Inside acquisition only the add-location job and the dialogs that drive it stand
-    // above the document; the scanner, the importer and the drives never reach up to it
-    // or to the job.
+    // above the document; the scanner and the importer never reach up to it or to the
+    // job.
     for (const auto& [file, headers] : includes) {
         if (Folder(file) != QLatin1String("acquisition") || file.contains("AddLocationJob") ||
             file.contains(QLatin1String("Dlg.")))

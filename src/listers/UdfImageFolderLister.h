@@ -1,0 +1,67 @@
+#pragma once
+
+#include "listers/FolderLister.h"
+
+#include <QByteArray>
+#include <QHash>
+#include <QString>
+#include <QtGlobal>
+
+#include <memory>
+
+// Lists the folders inside a UDF disc image file (DVD-Video, Blu-ray, a disc written by
+// Windows, the UDF side of a UDF-bridge disc) without mounting it. libcdio's udf library
+// opens the image (anchor at block 256, 2,048-byte blocks) and reads its blocks; the
+// volume's partitions and the folders' file entries and identifier descriptors are read
+// here, because that library reads neither extended file entries (UDF 2.0 and later),
+// nor folders held inside their file entry or in several extents, nor 8-bit names
+// beyond ASCII, and trusts every length it finds on the disc.
+//
+// Paths: the image's own path stands for the root of the disc and "<image>/A/B" for the
+// folder A/B inside it, as the scanner builds them. Names are the UDF names as the disc
+// records them. Times: a file entry's modification time, and the creation time an
+// extended file entry holds (kNoTime from a plain file entry), in UTC. A symbolic link
+// is listed as a link (FindData::kLink, size 0, the text its path components spell),
+// never followed. A folder's
+// identity is where its file entry lies, so a damaged image whose folders point back at
+// an ancestor cannot make the scanner go round.
+//
+// Errors are errno values (Windows error codes on Windows): a missing image or folder,
+// an image without a UDF volume this lister can read (a virtual partition of a
+// write-once disc among them), a folder whose descriptors lie outside the image or are
+// damaged. Entries whose own file entry cannot be read are left out of their folder's
+// listing, which then ends with the error; a folder among them is still listed, so that
+// its own listing reports it.
+class UdfImageFolderLister final : public FolderLister
+{
+public:
+    explicit UdfImageFolderLister(const QString& imagePath);
+    ~UdfImageFolderLister() override;
+    Q_DISABLE_COPY_MOVE(UdfImageFolderLister)
+
+    int List(const QString& path, const OpenedCallback& opened,
+             const EntryCallback& entry) override;
+
+    /// Opens the image (once): 0, or the error listings would give, e.g. for a file
+    /// without a UDF volume.
+    int Open() { return OpenImage(); }
+
+private:
+    struct Volume;
+    struct Directory;
+
+    // Opens the image on first use: 0, or the error.
+    int OpenImage();
+    // Where the file entry of the folder at relative ("" for the root, "A/B") lies: 0,
+    // or the error. Resolves folders the scanner has not been given yet one level at a
+    // time.
+    int FolderLocation(const QString& relative, quint64* location);
+    // Reads the folder whose file entry lies at location: 0, or the error that stopped
+    // it (entries read before it stay in directory).
+    int ReadDirectory(quint64 location, Directory* directory) const;
+
+    QString m_imagePath; // absolute and clean
+    std::unique_ptr<Volume> m_volume;
+    // Folders already listed or resolved: relative path -> file entry location.
+    QHash<QString, quint64> m_folders;
+};
