@@ -129,10 +129,10 @@ bool CShelfwiseDoc::ApplyHistory(bool redo, EditPlace* shown)
     // The selection may be gone (a storage whose addition was undone): the views then
     // start again from the top.
     const bool selectionExists =
-        SelectedId == -1 ||
-        (SelectedIsStorage ? HasStorage(m_storages, SelectedId) : UnitExists(SelectedId));
+        m_selection.IsNone() || (m_selection.IsStorage() ? HasStorage(m_storages, m_selection.Id())
+                                                         : UnitExists(m_selection.Id()));
     if (!selectionExists)
-        SelectedId = -1;
+        m_selection = ::Selection::None();
     if (shown)
         *shown = PlaceOf(subject);
     emit viewsNeedUpdate(nullptr);

@@ -52,8 +52,7 @@ void CShelfwiseDoc::FinishLoading(bool afterSave)
     m_fallbackCategoryId = CategoryIds::General;
     emit cataloguePathChanged(m_file.CataloguePath());
     ReloadStorages();
-    SelectedId = -1;
-    SelectedIsStorage = false;
+    m_selection = ::Selection::None();
     if (!afterSave)
         ClearHistory();
 }
@@ -73,10 +72,9 @@ void CShelfwiseDoc::ApplySettings()
     emit viewsNeedUpdate(nullptr);
 }
 
-void CShelfwiseDoc::SetSelection(int id, bool isStorage, QObject* sender)
+void CShelfwiseDoc::SetSelection(const ::Selection& selection, QObject* sender)
 {
-    SelectedId = id;
-    SelectedIsStorage = isStorage;
+    m_selection = selection;
     emit viewsNeedUpdate(sender);
 }
 
@@ -327,8 +325,8 @@ bool CShelfwiseDoc::DeleteItem(QObject* sender, const QString& name, int id, boo
         return false;
     // A unit's storage has lost its share of the counters the status bar shows too.
     ReloadStorages();
-    if ((SelectedId == id && SelectedIsStorage == isStorage))
-        SelectedId = -1;
+    if (m_selection.Is(id, isStorage))
+        m_selection = ::Selection::None();
     emit viewsNeedUpdate(sender);
     MarkChanged();
     return true;
@@ -337,7 +335,7 @@ bool CShelfwiseDoc::DeleteItem(QObject* sender, const QString& name, int id, boo
 std::vector<UnitListItem> CShelfwiseDoc::GetSelectionChildren()
 {
     std::vector<UnitListItem> items;
-    if (SelectedId != -1)
-        Guard([&] { m_db.GetSubunits(items, SelectedId, SelectedIsStorage); });
+    if (!m_selection.IsNone())
+        Guard([&] { m_db.GetSubunits(items, m_selection.Id(), m_selection.IsStorage()); });
     return items;
 }

@@ -2,6 +2,7 @@
 
 #include "document/CatalogueFile.h"
 #include "document/EditHistory.h"
+#include "document/Selection.h"
 #include "sqlitewrapper/SqliteWrapper.h"
 
 #include <QObject>
@@ -59,10 +60,9 @@ public:
     /// storages cache in that order and refreshes the views.
     void ApplySettings();
 
-    // The selection of the views: a StorageID or a UnitID, -1 for none.
-    int SelectedId = -1;
-    bool SelectedIsStorage = false;
-    void SetSelection(int id, bool isStorage, QObject* sender);
+    // The selection of the views. Setting it updates the views other than sender.
+    const ::Selection& Selection() const { return m_selection; }
+    void SetSelection(const ::Selection& selection, QObject* sender);
 
     // The common end of a multi-statement update.
     void FinishUpdate();
@@ -165,6 +165,7 @@ private:
     CCatalogueFile m_file;
     CSqliteWrapper& m_db; // the file's connection
     std::vector<StorageRecord> m_storages;
+    ::Selection m_selection;
     int m_fallbackCategoryId = 1;
     int m_lastAddedStorageId = 0;
     int m_lastAddedUnitId = 0;

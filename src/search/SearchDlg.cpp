@@ -60,8 +60,7 @@ CSearchDlg::CSearchDlg(CShelfwiseDoc& doc, QWidget* parent)
     connect(&doc, &CShelfwiseDoc::storageRenamed, this, &CSearchDlg::ScheduleRefresh);
     connect(&doc, &CShelfwiseDoc::unitRenamed, this, &CSearchDlg::ScheduleRefresh);
 
-    m_seenSelectedId = doc.SelectedId;
-    m_seenSelectedIsStorage = doc.SelectedIsStorage;
+    m_seenSelection = doc.Selection();
     ReloadLists();
 }
 
@@ -176,17 +175,14 @@ void CSearchDlg::OnCatalogueLoaded()
     m_hasSearch = false;
     ShowCount();
     m_refreshWhenShown = false;
-    m_seenSelectedId = m_doc.SelectedId;
-    m_seenSelectedIsStorage = m_doc.SelectedIsStorage;
+    m_seenSelection = m_doc.Selection();
     ReloadLists();
 }
 
 void CSearchDlg::OnViewsNeedUpdate()
 {
-    const bool selectionMoved =
-        m_doc.SelectedId != m_seenSelectedId || m_doc.SelectedIsStorage != m_seenSelectedIsStorage;
-    m_seenSelectedId = m_doc.SelectedId;
-    m_seenSelectedIsStorage = m_doc.SelectedIsStorage;
+    const bool selectionMoved = m_doc.Selection() != m_seenSelection;
+    m_seenSelection = m_doc.Selection();
     if (!selectionMoved)
         ScheduleRefresh();
 }

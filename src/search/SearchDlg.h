@@ -1,5 +1,6 @@
 #pragma once
 
+#include "document/Selection.h"
 #include "sqlitewrapper/SearchCriteria.h"
 
 #include <QDialog>
@@ -97,6 +98,5 @@ private:
     bool m_refreshWhenShown = false;
     // The document's selection when last seen: a views update that changes it is
     // the tree or list moving, not the catalogue changing.
-    int m_seenSelectedId = -1;
-    bool m_seenSelectedIsStorage = false;
+    Selection m_seenSelection;
 };

@@ -68,9 +68,10 @@ bool CBrowseHistory::eventFilter(QObject* watched, QEvent* event)
 
 void CBrowseHistory::OnSelection()
 {
-    if (m_doc.SelectedId == -1)
+    const Selection& selection = m_doc.Selection();
+    if (selection.IsNone())
         return;
-    const Entry entry{m_doc.SelectedId, m_doc.SelectedIsStorage};
+    const Entry entry{selection.Id(), selection.IsStorage()};
     if (m_current >= 0 && m_entries[static_cast<size_t>(m_current)] == entry)
         return; // a refresh, or the step Back or Forward just took
     m_entries.erase(m_entries.begin() + (m_current + 1), m_entries.end());

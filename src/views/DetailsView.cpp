@@ -78,7 +78,8 @@ CDetailsView::CDetailsView(CShelfwiseDoc& doc, CUnitIcons& icons, const CCommand
 void CDetailsView::Refill()
 {
     const int selected = SelectedUnitId();
-    m_model->SetRows(m_doc.GetSelectionChildren(), m_doc.SelectedId, m_doc.SelectedIsStorage);
+    const Selection& shown = m_doc.Selection();
+    m_model->SetRows(m_doc.GetSelectionChildren(), shown.Id(), shown.IsStorage());
     if (selected != -1)
         ShowRow(selected, false);
 }

@@ -266,7 +266,7 @@ QStringList CMainFrame::RecentFiles() const
 void CMainFrame::ShowLoadedCatalogue()
 {
     // Nothing selected: both panes rebuild from the top.
-    m_doc.SetSelection(-1, false, nullptr);
+    m_doc.SetSelection(Selection::None(), nullptr);
     UpdateTitle();
 }
 

@@ -88,6 +88,14 @@ int CNavigationView::ItemId(const QTreeWidgetItem* item)
     return item ? item->data(0, kIdRole).toInt() : -1;
 }
 
+Selection CNavigationView::ItemSelection(const QTreeWidgetItem* item)
+{
+    if (!item)
+        return Selection::None();
+    const int id = ItemId(item);
+    return item->parent() ? Selection::OfUnit(id) : Selection::OfStorage(id);
+}
+
 void CNavigationView::AddPlaceholder(QTreeWidgetItem* item)
 {
     item->addChild(new QTreeWidgetItem());
@@ -189,7 +197,7 @@ void CNavigationView::OnDocumentUpdate(QObject* sender)
     if (sender == this)
         return;
     QTreeWidgetItem* selected = currentItem();
-    if (m_doc.SelectedId == -1 || !selected) {
+    if (m_doc.Selection().IsNone() || !selected) {
         PopulateChildren(nullptr);
         return;
     }
@@ -204,7 +212,7 @@ void CNavigationView::OnCurrentItemChanged(QTreeWidgetItem* current)
     // selecting it: the list shows what it holds, so the item is highlighted too.
     if (current && !current->isSelected())
         current->setSelected(true);
-    m_doc.SetSelection(current ? ItemId(current) : -1, current && !current->parent(), this);
+    m_doc.SetSelection(ItemSelection(current), this);
 }
 
 QTreeWidgetItem* CNavigationView::FindRootItem(int storageId) const
@@ -293,7 +301,7 @@ void CNavigationView::RestoreState(const State& state, const std::vector<int>& p
         item = ReachPath(state.Selected, true);
     if (!item) {
         // Nothing to select any more: both panes start from the top.
-        m_doc.SetSelection(-1, false, this);
+        m_doc.SetSelection(Selection::None(), this);
         return;
     }
     setCurrentItem(item);
@@ -418,7 +426,7 @@ QString CNavigationView::DeleteSelected()
         setCurrentItem(next);
     }
     QTreeWidgetItem* now = currentItem();
-    m_doc.SetSelection(now ? ItemId(now) : -1, now && !now->parent(), this);
+    m_doc.SetSelection(ItemSelection(now), this);
     return name;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "document/Selection.h"
 #include "sqlitewrapper/Records.h"
 
 #include <QTreeWidget>
@@ -61,6 +62,9 @@ public:
     QTreeWidgetItem* FindRootItem(int storageId) const;
     static QTreeWidgetItem* GetRootAncestor(QTreeWidgetItem* item);
     static int ItemId(const QTreeWidgetItem* item);
+    // What selecting item selects: its storage at the top, its unit below, nothing
+    // without an item.
+    static Selection ItemSelection(const QTreeWidgetItem* item);
 
     // A drag starts only from a unit lying directly in its storage.
     bool CanDrag(const QTreeWidgetItem* item) const;

@@ -76,7 +76,8 @@ QString CWindowStatus::SummaryText(qint64 discs, qint64 folders, qint64 files, q
 
 void CWindowStatus::UpdateSummary()
 {
-    if (m_doc.SelectedId == -1) {
+    const Selection& selection = m_doc.Selection();
+    if (selection.IsNone()) {
         m_summary->clear();
         return;
     }
@@ -84,9 +85,9 @@ void CWindowStatus::UpdateSummary()
     qint64 folders = 0;
     qint64 files = 0;
     qint64 size = 0;
-    if (m_doc.SelectedIsStorage) {
+    if (selection.IsStorage()) {
         for (const StorageRecord& storage : m_doc.Storages()) {
-            if (storage.StorageID == m_doc.SelectedId) {
+            if (storage.StorageID == selection.Id()) {
                 discs = storage.DiscsNumber;
                 folders = storage.FoldersNumber;
                 files = storage.FilesNumber;
@@ -95,7 +96,7 @@ void CWindowStatus::UpdateSummary()
         }
     } else {
         m_doc.Guard([&] {
-            const FolderDetails details = m_doc.Database().GetFolderProperties(m_doc.SelectedId);
+            const FolderDetails details = m_doc.Database().GetFolderProperties(selection.Id());
             folders = details.SubfoldersNumber;
             files = details.SubfilesNumber;
             size = details.UnitSize;

@@ -4,6 +4,7 @@
 #include "document/ShelfwiseDoc.h"
 #include "settings/Settings.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -271,4 +272,43 @@ TEST(ShelfwiseDoc, ApplySettingsReordersTheStoragesAndRefreshesTheViews)
     // Settings are no change to the catalogue.
     EXPECT_FALSE(doc.IsModified());
     EXPECT_TRUE(prompter.Messages().empty());
+}
+
+TEST(ShelfwiseDoc, TheSelectionFollowsWhatIsDeletedAndGivesTheChildrenShown)
+{
+    FakePrompter prompter;
+    prompter.SetDefaultYesNo(true);
+    CShelfwiseDoc doc;
+    ASSERT_TRUE(doc.OnNewDocument());
+    const int box = doc.AddStorage(QStringLiteral("Box"), QString());
+    const int shelf = doc.AddStorage(QStringLiteral("Shelf"), QString());
+    const int disc = doc.Database().AddUnit(UnitKind::Disc, QStringLiteral("Disc"), QString(), 1,
+                                            box, 0, {}, 0, QDateTime(), QDateTime(), 0, true);
+    // The first storage and the first unit of a new catalogue share their id.
+    ASSERT_EQ(disc, box);
+    EXPECT_TRUE(doc.Selection().IsNone());
+    EXPECT_TRUE(doc.GetSelectionChildren().empty());
+
+    QSignalSpy updates(&doc, &CShelfwiseDoc::viewsNeedUpdate);
+    doc.SetSelection(Selection::OfStorage(box), nullptr);
+    EXPECT_EQ(updates.count(), 1);
+    const std::vector<UnitListItem> children = doc.GetSelectionChildren();
+    ASSERT_EQ(children.size(), 1u);
+    EXPECT_EQ(children.front().UnitID, disc);
+    // A unit with the storage's id is another item.
+    EXPECT_NE(doc.Selection(), Selection::OfUnit(box));
+
+    // Deleting another item, or a storage whose id the selected unit shares, keeps the
+    // selection.
+    ASSERT_TRUE(doc.DeleteItem(nullptr, QStringLiteral("Shelf"), shelf, true));
+    EXPECT_EQ(doc.Selection(), Selection::OfStorage(box));
+    doc.SetSelection(Selection::OfUnit(disc), nullptr);
+    ASSERT_TRUE(doc.DeleteItem(nullptr, QStringLiteral("Box"), box, true));
+    EXPECT_EQ(doc.Selection(), Selection::OfUnit(disc));
+    ASSERT_TRUE(doc.Undo());
+    // Undo brings the storage back, and the selected disc exists again.
+    EXPECT_EQ(doc.Selection(), Selection::OfUnit(disc));
+    ASSERT_TRUE(doc.DeleteItem(nullptr, QStringLiteral("Disc"), disc, false));
+    EXPECT_TRUE(doc.Selection().IsNone());
+    EXPECT_TRUE(doc.GetSelectionChildren().empty());
 }

@@ -273,7 +273,7 @@ TEST_F(Editing, DeletingAsksAndRemovesFromBothPanes)
     m_prompter.QueueYesNo(true);
     Tree().DeleteSelected();
     EXPECT_EQ(ExpandedChild(attic, kScans), nullptr);
-    EXPECT_NE(Doc().SelectedId, kScans);
+    EXPECT_NE(Doc().Selection().Id(), kScans);
     EXPECT_EQ(m_prompter.Questions().size(), 3u);
 }
 

@@ -134,8 +134,7 @@ TEST_F(MainWindow, TheTreeFillsLazilyAndTheListFollowsTheSelection)
     // for): the item the list shows is highlighted all the same.
     tree.setCurrentItem(storage, 0, QItemSelectionModel::NoUpdate);
     EXPECT_TRUE(storage->isSelected());
-    EXPECT_EQ(app.Document()->SelectedId, CNavigationView::ItemId(storage));
-    EXPECT_TRUE(app.Document()->SelectedIsStorage);
+    EXPECT_EQ(app.Document()->Selection(), Selection::OfStorage(CNavigationView::ItemId(storage)));
     const auto& rows = list.Model().Rows();
     ASSERT_FALSE(rows.empty());
     // The list shows files as well; the tree only discs and folders.
@@ -149,7 +148,7 @@ TEST_F(MainWindow, TheTreeFillsLazilyAndTheListFollowsTheSelection)
     list.SelectRowByUnitId(child);
     emit list.ActiveView()->activated(list.ActiveView()->currentIndex());
     EXPECT_EQ(CNavigationView::ItemId(tree.currentItem()), child);
-    EXPECT_FALSE(app.Document()->SelectedIsStorage);
+    EXPECT_EQ(app.Document()->Selection(), Selection::OfUnit(child));
 
     // Move up goes back to the storage.
     tree.MoveUp();
@@ -561,7 +560,7 @@ TEST_F(MainWindow, AnAdditionIsSelectedAndScrolledIntoView)
     EXPECT_EQ(CNavigationView::ItemId(added), folder);
     EXPECT_EQ(added->parent(), tree.FindRootItem(kCar));
     EXPECT_TRUE(inSight(tree, tree.visualItemRect(added)));
-    EXPECT_EQ(app.Document()->SelectedId, folder);
+    EXPECT_EQ(app.Document()->Selection(), Selection::OfUnit(folder));
     EXPECT_EQ(frame.Details().Model().rowCount(), 1); // the folder 2012
 
     // A file: its storage selected in the tree, the file in the list.

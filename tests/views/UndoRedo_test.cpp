@@ -144,7 +144,7 @@ TEST_F(UndoRedo, TheMenuSaysWhatComesBackAndThePanesShowIt)
     EXPECT_EQ(undo->text(), QStringLiteral("Undo Add Storage \"Shed && garage\""));
     undo->trigger();
     EXPECT_EQ(Tree().FindRootItem(shed), nullptr);
-    EXPECT_EQ(Doc().SelectedId, -1);
+    EXPECT_TRUE(Doc().Selection().IsNone());
     EXPECT_EQ(List().Model().rowCount(), 0);
     redo->trigger();
     EXPECT_EQ(Tree().currentItem(), Tree().FindRootItem(shed));
@@ -166,7 +166,7 @@ TEST_F(UndoRedo, BrowsingSelectsNothingAndADeleteSelectsOnlyInItsOwnPane)
     // Double-clicked: the disc's folders are listed, none of them chosen, and Delete
     // has nothing to delete.
     DoubleClick(*List().ActiveView()->viewport(), music);
-    ASSERT_EQ(Doc().SelectedId, kMusic);
+    ASSERT_EQ(Doc().Selection(), Selection::OfUnit(kMusic));
     ASSERT_EQ(List().Model().rowCount(), 3);
     EXPECT_EQ(ListSelection(), std::vector<int>());
     const size_t asked = m_prompter.Questions().size();
@@ -190,6 +190,6 @@ TEST_F(UndoRedo, BrowsingSelectsNothingAndADeleteSelectsOnlyInItsOwnPane)
     QTreeWidgetItem* next = disc->child(1);
     PressDelete(Tree());
     EXPECT_EQ(Tree().selectedItems(), QList<QTreeWidgetItem*>{next});
-    EXPECT_EQ(Doc().SelectedId, CNavigationView::ItemId(next));
+    EXPECT_EQ(Doc().Selection(), Selection::OfUnit(CNavigationView::ItemId(next)));
     EXPECT_EQ(ListSelection(), std::vector<int>());
 }
