@@ -250,11 +250,14 @@ bool CMainFrame::FocusInList() const
     return m_list->isAncestorOf(QApplication::focusWidget());
 }
 
+QString CMainFrame::CatalogueName() const
+{
+    return m_doc.NeedsFileName() ? tr("Untitled") : QFileInfo(m_doc.CataloguePath()).fileName();
+}
+
 void CMainFrame::UpdateTitle()
 {
-    const QString path = m_doc.CataloguePath();
-    const QString name = path.isEmpty() ? tr("Untitled") : QFileInfo(path).fileName();
-    setWindowTitle(name + QStringLiteral("[*] - Shelfwise"));
+    setWindowTitle(CatalogueName() + QStringLiteral("[*] - Shelfwise"));
     setWindowModified(m_doc.IsModified());
 }
 
@@ -325,7 +328,9 @@ void CMainFrame::BringToFront()
 
 bool CMainFrame::Save()
 {
-    if (m_doc.CataloguePath().isEmpty())
+    // The document decides whether there is a file to save to; without one, File Save
+    // is Save As.
+    if (m_doc.NeedsFileName())
         return SaveAs();
     const bool saved = m_doc.FileSave();
     UpdateTitle();
@@ -352,11 +357,8 @@ bool CMainFrame::MaybeSave()
 {
     if (!m_doc.IsLoaded() || !m_doc.IsModified())
         return true;
-    const QString name = m_doc.CataloguePath().isEmpty()
-                             ? tr("Untitled")
-                             : QFileInfo(m_doc.CataloguePath()).fileName();
-    const auto answer = UserPrompter::Current().AskYesNoCancel(tr("Save changes to %1?").arg(name),
-                                                               UserPrompter::Icon::Question);
+    const auto answer = UserPrompter::Current().AskYesNoCancel(
+        tr("Save changes to %1?").arg(CatalogueName()), UserPrompter::Icon::Question);
     if (answer == UserPrompter::Answer::Cancel)
         return false;
     // A save that fails keeps the document modified and has said so: stay.

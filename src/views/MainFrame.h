@@ -82,6 +82,9 @@ private:
     void CreateActions();
     void CreateMenus();
     void CreateToolBar();
+    // The catalogue's file name as the title and the questions show it; "Untitled"
+    // while it has no file.
+    QString CatalogueName() const;
     void UpdateTitle();
     void ShowLoadedCatalogue();
     void Open();

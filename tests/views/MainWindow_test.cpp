@@ -497,6 +497,41 @@ TEST_F(MainWindow, ASaveThatCannotWriteSaysSoAndKeepsTheChanges)
     }));
 }
 
+TEST_F(MainWindow, FileSaveAsksForANameOnlyWhileTheCatalogueHasNoFile)
+{
+    CShelfwiseApp app(&m_prompter);
+    ASSERT_TRUE(app.InitInstance({QStringLiteral("Shelfwise"), Sample()}));
+    CMainFrame& frame = *app.MainFrame();
+    ASSERT_TRUE(frame.NewCatalogue());
+    ASSERT_NE(app.Document()->AddStorage(QStringLiteral("Loft"), QString()), 0);
+    EXPECT_TRUE(frame.windowTitle().startsWith(QStringLiteral("Untitled[*]")));
+
+    // Cancelled, then a file that cannot be written: still untitled, asked each time.
+    m_prompter.ClearRecords();
+    EXPECT_FALSE(frame.Save());
+    const QString blocked = m_dir.filePath(QStringLiteral("sample.db3/inside.db3"));
+    m_prompter.QueuePath(blocked);
+    EXPECT_FALSE(frame.Save());
+    EXPECT_EQ(m_prompter.PathRequests().size(), 2u);
+    EXPECT_TRUE(frame.windowTitle().startsWith(QStringLiteral("Untitled[*]")));
+    m_prompter.QueueAnswer(UserPrompter::Answer::Cancel);
+    EXPECT_FALSE(frame.MaybeSave());
+    EXPECT_EQ(m_prompter.Questions().back().Text, QStringLiteral("Save changes to Untitled?"));
+
+    // Named once, saved there from then on without asking.
+    const QString named = m_dir.filePath(QStringLiteral("loft.db3"));
+    m_prompter.QueuePath(named);
+    EXPECT_TRUE(frame.Save());
+    EXPECT_EQ(app.Document()->CataloguePath(), named);
+    EXPECT_TRUE(frame.windowTitle().startsWith(QStringLiteral("loft.db3[*]")));
+    ASSERT_NE(app.Document()->AddStorage(QStringLiteral("Cellar"), QString()), 0);
+    EXPECT_TRUE(frame.Save());
+    EXPECT_EQ(m_prompter.PathRequests().size(), 3u);
+    EXPECT_FALSE(app.Document()->IsModified());
+    EXPECT_EQ(QueryText(named, QStringLiteral("SELECT COUNT(*) FROM Storages")),
+              QStringLiteral("2"));
+}
+
 TEST_F(MainWindow, AboutNamesTheVersionTheMakerAndLinksItsPage)
 {
     CShelfwiseApp app(&m_prompter);
