@@ -3,6 +3,7 @@
 #include "errorlog/ErrorLog.h"
 #include "sqlitewrapper/RowMappers.h"
 #include "sqlitewrapper/SqliteWrapper.h"
+#include "sqlitewrapper/Transaction.h"
 
 #include <QStringList>
 
@@ -191,15 +192,11 @@ EditSubject CEditHistory::Redo()
 void CEditHistory::Apply(Step& step, bool undo)
 {
     // One transaction: the changeset (with its own savepoint) and the extension map
-    // take effect together or not at all.
+    // take effect together or not at all. On a failure the transaction has rolled back
+    // by the time the handlers run; a recording of the removal is dropped.
     QByteArray removal;
-    auto abandon = [&] {
-        m_db.StopRecording();
-        if (m_db.InTransaction())
-            m_db.RollbackTransaction();
-    };
     try {
-        m_db.Execute(QStringLiteral("BEGIN TRANSACTION"));
+        CTransaction transaction(m_db);
         if (undo && step.AddedUnitId != 0) {
             m_db.StartRecording();
             RemoveAddition(step.AddedUnitId);
@@ -209,17 +206,12 @@ void CEditHistory::Apply(Step& step, bool undo)
         }
         if (step.ExtensionsChanged)
             WriteExtensions(undo ? step.ExtensionsBefore : step.ExtensionsAfter);
-        if (m_db.InTransaction())
-            m_db.Execute(QStringLiteral("COMMIT TRANSACTION"));
+        transaction.Commit();
     } catch (const CSqliteWrapperError& error) {
-        try {
-            abandon();
-        } catch (const CSqliteWrapperError&) {
-            // The first error is the one worth reporting.
-        }
+        m_db.StopRecording();
         throw error.NonFatal();
     } catch (...) {
-        abandon();
+        m_db.StopRecording();
         throw;
     }
     if (undo && step.AddedUnitId != 0) {

@@ -4,6 +4,7 @@
 #include "common/UserPrompter.h"
 #include "errorlog/ErrorLog.h"
 #include "settings/Settings.h"
+#include "sqlitewrapper/Transaction.h"
 
 #include <QStringList>
 
@@ -314,9 +315,10 @@ bool CShelfwiseDoc::DeleteItem(QObject* sender, const QString& name, int id, boo
     const EditSubject subject = isStorage ? StorageSubject(id) : UnitSubject(id);
     const bool deleted = Recorded(tr("Delete \"%1\"").arg(name), subject, [&] {
         if (isStorage) {
-            m_db.Execute(QStringLiteral("BEGIN TRANSACTION"));
+            // The storage row and its units go together or not at all.
+            CTransaction transaction(m_db);
             m_db.DeleteStorage(id);
-            m_db.Execute(QStringLiteral("COMMIT TRANSACTION"));
+            transaction.Commit();
         } else {
             m_db.DeleteUnit(id);
         }

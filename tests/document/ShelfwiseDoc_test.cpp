@@ -312,3 +312,24 @@ TEST(ShelfwiseDoc, TheSelectionFollowsWhatIsDeletedAndGivesTheChildrenShown)
     EXPECT_TRUE(doc.Selection().IsNone());
     EXPECT_TRUE(doc.GetSelectionChildren().empty());
 }
+
+TEST(ShelfwiseDoc, AStorageDeleteThatFailsHalfWayLeavesTheStorageAndItsUnits)
+{
+    FakePrompter prompter;
+    prompter.SetDefaultYesNo(true);
+    CShelfwiseDoc doc;
+    ASSERT_TRUE(doc.OnNewDocument());
+    const int box = doc.AddStorage(QStringLiteral("Box"), QString());
+    doc.Database().AddUnit(UnitKind::Disc, QStringLiteral("Disc"), QString(), 1, box, 0, {}, 0,
+                           QDateTime(), QDateTime(), 0, true);
+    // The storage's row goes first; its units' media rows cannot.
+    doc.Database().Execute(QStringLiteral("DROP TABLE PictureInfo"));
+
+    EXPECT_FALSE(doc.DeleteItem(nullptr, QStringLiteral("Box"), box, true));
+    EXPECT_EQ(prompter.LastMessage(), QStringLiteral("no such table: PictureInfo"));
+    EXPECT_FALSE(doc.Database().InTransaction());
+    ASSERT_EQ(doc.Storages().size(), 1u);
+    std::vector<UnitListItem> units;
+    doc.Database().GetSubunits(units, box, true);
+    EXPECT_EQ(units.size(), 1u);
+}
