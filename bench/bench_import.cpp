@@ -202,7 +202,8 @@ void MeasureTree(const QString& tree, bool withSingleRows)
                 static_cast<long long>(entries), walk);
 
     {
-        SubunitsSearcher searcher;
+        SubunitQueue queue;
+        SubunitsSearcher searcher(queue);
         QElapsedTimer timer;
         timer.start();
         searcher.Start(tree, nullptr, true);
@@ -210,7 +211,6 @@ void MeasureTree(const QString& tree, bool withSingleRows)
         const double seconds = timer.nsecsElapsed() / 1e9;
         std::printf("  scanner walk alone (records queued, not written): %.2f s = %.2f x find\n",
                     seconds, seconds / walk);
-        SubunitQueue::Instance().Clear();
     }
     std::fflush(stdout);
 
@@ -264,13 +264,13 @@ void MeasureDiscOverlap()
     SlowLister slow(delayMs);
     double scanOnly = 0;
     {
-        SubunitsSearcher searcher(&slow);
+        SubunitQueue queue;
+        SubunitsSearcher searcher(queue, &slow);
         QElapsedTimer timer;
         timer.start();
         searcher.Start(generated.path(), nullptr, true);
         searcher.Wait();
         scanOnly = timer.nsecsElapsed() / 1e9;
-        SubunitQueue::Instance().Clear();
     }
     double sequential = 0;
     double concurrent = 0;

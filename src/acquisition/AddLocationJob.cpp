@@ -69,14 +69,14 @@ void CAddLocationJob::SetFolderLister(FolderLister* lister)
 SubunitsSearcher& CAddLocationJob::Searcher()
 {
     if (!m_searcher)
-        m_searcher = std::make_unique<SubunitsSearcher>(m_folderLister);
+        m_searcher = std::make_unique<SubunitsSearcher>(m_queue, m_folderLister);
     return *m_searcher;
 }
 
 CImporter& CAddLocationJob::Importer()
 {
     if (!m_importer)
-        m_importer = std::make_unique<CImporter>(m_doc.Database());
+        m_importer = std::make_unique<CImporter>(m_doc.Database(), m_queue);
     return *m_importer;
 }
 
@@ -182,6 +182,9 @@ bool CAddLocationJob::Start(const Request& request)
     m_request = request;
     m_lastProgress = 0;
     m_cancelRequested = false;
+    // What an earlier addition left (records a cancel did not take, its end mark) goes:
+    // the workers of that one have been waited for.
+    m_queue.Clear();
     switch (request.mode) {
     case Mode::Disc:
         if (m_drives)

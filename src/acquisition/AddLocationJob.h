@@ -1,5 +1,7 @@
 #pragma once
 
+#include "acquisition/SubunitQueue.h"
+
 #include <QObject>
 #include <QString>
 
@@ -19,7 +21,8 @@ class SubunitsSearcher;
 // asked. The window's dialog and the command line both drive it and react to its
 // signals.
 //
-// The job owns its scanner and importer; both use the document's connection, so a job
+// The job owns its scanner, its importer and the queue between them, so each addition
+// walks into a queue of its own. The importer uses the document's connection, so a job
 // never outlives the document it was made with.
 class CAddLocationJob final : public QObject
 {
@@ -94,6 +97,7 @@ private:
     CShelfwiseDoc& m_doc;
     DriveSystem* m_drives = nullptr;
     FolderLister* m_folderLister = nullptr;
+    SubunitQueue m_queue; // declared before the workers, which go first
     std::unique_ptr<SubunitsSearcher> m_searcher;
     std::unique_ptr<CImporter> m_importer;
     Request m_request;

@@ -32,7 +32,8 @@ bool HasMediaTable(int categoryId)
 
 } // namespace
 
-CImporter::CImporter(CSqliteWrapper& db) : m_db(db), m_readerFactory(&CreateMediaDetailsReader)
+CImporter::CImporter(CSqliteWrapper& db, SubunitQueue& queue)
+    : m_db(db), m_queue(queue), m_readerFactory(&CreateMediaDetailsReader)
 {
 }
 
@@ -109,7 +110,7 @@ int CImporter::Run()
 
 int CImporter::Drain()
 {
-    SubunitQueue& queue = SubunitQueue::Instance();
+    SubunitQueue& queue = m_queue;
     std::vector<SubunitInfoPtr> arrived;
     arrived.reserve(kWindow);
     for (;;) {

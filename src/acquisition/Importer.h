@@ -18,10 +18,11 @@
 class CSqliteWrapper;
 class MediaDetailsReader;
 class QObject;
+class SubunitQueue;
 
-// Writes the scanner's records into the catalogue on a worker thread: one Units row
-// per record under its parent, a media row for film, music and picture files, the
-// per-folder counters kept in memory and written once at the end. Posts progress
+// Writes the records of the queue it is given into the catalogue on a worker thread:
+// one Units row per record under its parent, a media row for film, music and picture
+// files, the per-folder counters kept in memory and written once at the end. Posts progress
 // percentages that only rise and one end event (success, failure or cancel). The
 // caller owns the transaction around it. A symbolic link is a file of size 0 whose notes
 // read "-> " and its target; no media details are read through it.
@@ -37,7 +38,8 @@ class CImporter final
 public:
     using ReaderFactory = MediaReadPool::ReaderFactory;
 
-    explicit CImporter(CSqliteWrapper& db);
+    // Reads the records from queue, which must outlive the importer.
+    CImporter(CSqliteWrapper& db, SubunitQueue& queue);
     ~CImporter();
     CImporter(const CImporter&) = delete;
     CImporter& operator=(const CImporter&) = delete;
@@ -98,6 +100,7 @@ private:
     QDateTime LocalTime(qint64 utcMsecs);
 
     CSqliteWrapper& m_db;
+    SubunitQueue& m_queue;
     QObject* m_notify = nullptr;
     bool m_categorise = true;
     int m_fixedCategory = 1;

@@ -2,14 +2,6 @@
 
 #include <iterator>
 
-SubunitQueue& SubunitQueue::Instance()
-{
-    // Never destroyed: a scanner or importer thread still running when the process
-    // ends must not find the queue gone.
-    static auto* const instance = new SubunitQueue;
-    return *instance;
-}
-
 void SubunitQueue::Clear()
 {
     std::deque<Block> released;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "acquisition/SubunitInfo.h"
+#include "acquisition/SubunitSink.h"
 
 #include <atomic>
 #include <condition_variable>
@@ -8,20 +9,25 @@
 #include <mutex>
 #include <vector>
 
-// The hand-over between the scanner (producer) and the importer (consumer): one per
-// process, created on first use. The scanner pushes records in small batches (one lock
-// and one signal each) as soon as it has read them; the importer waits for the next
-// ones and takes all that are there under one lock.
+// The hand-over between the scanner (producer) and the importer (consumer) of one
+// addition, owned by the job that runs both. The scanner pushes records in small batches
+// (one lock and one signal each) as soon as it has read them; the importer waits for the
+// next ones and takes all that are there under one lock.
 //
 // A batch is kept as one block of records. The pointers handed out share the block's
 // ownership, so a record costs no allocation of its own (a folder-mode import queues a
 // whole tree) and the block is freed when its last record has been released.
-class SubunitQueue final
+class SubunitQueue final : public SubunitSink
 {
 public:
     enum WaitResult { Ready = 0, Finished = 1, Cancelled = 2 };
 
-    static SubunitQueue& Instance();
+    SubunitQueue() = default;
+    ~SubunitQueue() override = default;
+    SubunitQueue(const SubunitQueue&) = delete;
+    SubunitQueue& operator=(const SubunitQueue&) = delete;
+    SubunitQueue(SubunitQueue&&) = delete;
+    SubunitQueue& operator=(SubunitQueue&&) = delete;
 
     // Releases every item, clears both flags and the signal.
     void Clear();
@@ -29,11 +35,11 @@ public:
     void Push(const SubunitInfoPtr& item);
     // Appends the records, in order, under one lock as one block, empties records (its
     // capacity is kept for the next batch) and signals.
-    void PushBatch(std::vector<SubunitInfo>& records);
+    void PushBatch(std::vector<SubunitInfo>& records) override;
     void Signal();
     // The scanner has walked the whole tree / stopped on a cancel request. Both signal.
-    void SetFinished();
-    void SetCancelled();
+    void SetFinished() override;
+    void SetCancelled() override;
     bool IsFinished() const { return m_finished.load(); }
     bool IsCancelled() const { return m_cancelled.load(); }
 
@@ -51,7 +57,6 @@ public:
 private:
     using Block = std::shared_ptr<const std::vector<SubunitInfo>>;
 
-    SubunitQueue() = default;
     void Append(Block block);
     // The first record, taken out; under the lock, with at least one record there.
     SubunitInfoPtr TakeFirst();

@@ -1,6 +1,6 @@
 #include "acquisition/SubunitsSearcher.h"
 
-#include "acquisition/SubunitQueue.h"
+#include "acquisition/SubunitSink.h"
 #include "common/WorkerEvent.h"
 #include "errorlog/ErrorLog.h"
 
@@ -14,10 +14,6 @@ namespace {
 // its scan closely.
 constexpr size_t kHandOverRecords = 64;
 
-// Record IDs are unique in the process: the counter is never reset, so a second walk
-// continues where the first stopped. The first record gets 1.
-std::atomic<quint32> g_lastId{0};
-
 void Post(QObject* notify, int code, qintptr wParam)
 {
     if (notify)
@@ -26,7 +22,8 @@ void Post(QObject* notify, int code, qintptr wParam)
 
 } // namespace
 
-SubunitsSearcher::SubunitsSearcher(FolderLister* lister) : m_lister(lister)
+SubunitsSearcher::SubunitsSearcher(SubunitSink& sink, FolderLister* lister)
+    : m_sink(sink), m_lister(lister)
 {
     if (!m_lister) {
         m_ownLister = FolderLister::CreatePlatformLister();
@@ -51,9 +48,9 @@ void SubunitsSearcher::Start(const QString& rootPath, QObject* notify, bool coun
     m_totalSize.store(0);
     m_cancel.store(0);
 
-    SubunitQueue::Instance().Clear();
     m_pending.clear();
     m_entered.clear();
+    m_lastId = 0; // the first record gets 1
     m_pending.push_back({std::make_shared<const QString>(rootPath), 0});
     ErrorLog::Instance().ClearFileSystemErrors();
 
@@ -86,14 +83,13 @@ void SubunitsSearcher::Run()
         m_pending.pop_front();
     }
     // Set after the last push: the importer may then read the queue without the lock.
-    SubunitQueue::Instance().SetFinished();
+    m_sink.SetFinished();
     if (m_countSizes)
         Post(m_notify.load(), WorkerEvent::Walked, 0);
 }
 
 bool SubunitsSearcher::ListFolder(const PendingFolder& folder)
 {
-    SubunitQueue& queue = SubunitQueue::Instance();
     bool cancelled = false;
 
     const auto opened = [this](const FolderIdentity& identity) {
@@ -106,7 +102,7 @@ bool SubunitsSearcher::ListFolder(const PendingFolder& folder)
             return false;
         }
         SubunitInfo& info = m_batch.emplace_back();
-        info.ID = ++g_lastId;
+        info.ID = ++m_lastId;
         info.ParentID = folder.ID;
         info.Data = data;
         info.FolderPath = folder.Path;
@@ -115,13 +111,13 @@ bool SubunitsSearcher::ListFolder(const PendingFolder& folder)
         else if (m_countSizes)
             m_totalSize.fetch_add(data.Size, std::memory_order_relaxed);
         if (m_batch.size() >= kHandOverRecords)
-            queue.PushBatch(m_batch);
+            m_sink.PushBatch(m_batch);
         return true;
     };
 
     const int error = m_lister->List(*folder.Path, opened, entry);
     // What was read before a cancel is handed over too, as it would have been one by one.
-    queue.PushBatch(m_batch);
+    m_sink.PushBatch(m_batch);
     if (cancelled)
         return false;
     if (error != 0)
@@ -131,7 +127,7 @@ bool SubunitsSearcher::ListFolder(const PendingFolder& folder)
 
 void SubunitsSearcher::EndCancelled()
 {
-    SubunitQueue::Instance().SetCancelled();
+    m_sink.SetCancelled();
     m_pending.clear();
     Post(m_notify.load(), WorkerEvent::Finished, WorkerEvent::Cancelled);
 }

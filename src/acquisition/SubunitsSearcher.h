@@ -15,34 +15,37 @@
 #include <vector>
 
 class QObject;
+class SubunitSink;
 
 // Walks a folder tree (a disc's root or a chosen folder) breadth-first on a worker
-// thread and hands every file and folder below the root to SubunitQueue::Instance() as
-// a SubunitInfo record, in small batches as it reads them. Folders that cannot be listed go to
-// ErrorLog's file-system error list. Symbolic links inside the tree are records of their
+// thread and hands every file and folder below the root to its sink as a SubunitInfo
+// record, in small batches as it reads them. Each walk numbers its records from 1, so
+// the records of two walks never mix, whatever else runs. Folders that cannot be listed
+// go to ErrorLog's file-system error list. Symbolic links inside the tree are records of their
 // own and never entered; a folder reached twice all the same (a bind mount of an
 // ancestor) is entered once, so the walk always ends.
 //
 // Events posted to the notify object (WorkerEvent):
-// - Finished with Cancelled (1025/2) when the walk stopped on Cancel(); the queue's
-//   cancelled flag is set first;
+// - Finished with Cancelled (1025/2) when the walk stopped on Cancel(); the sink has
+//   been told first (SetCancelled);
 // - Walked (1027) in size-counting mode when the whole tree has been walked; the
-//   queue's finished flag is set first and TotalSize() is final.
+//   sink has been told first (SetFinished) and TotalSize() is final.
 // A concurrent walk (size counting off) posts nothing when it completes: the importer
 // sees the queue's finished flag and posts the end of the whole operation.
 class SubunitsSearcher final
 {
 public:
-    /// Lists folders through lister, which must outlive the searcher; without one, the
-    /// platform's own.
-    explicit SubunitsSearcher(FolderLister* lister = nullptr);
+    /// Hands the records to sink and lists folders through lister; both must outlive
+    /// the searcher. Without a lister, the platform's own.
+    explicit SubunitsSearcher(SubunitSink& sink, FolderLister* lister = nullptr);
     /// Stops a walk still running (without posting) and waits for it.
     ~SubunitsSearcher();
     Q_DISABLE_COPY_MOVE(SubunitsSearcher)
 
-    /// Clears the queue and the file-system error list and starts walking rootPath on a
-    /// new thread; returns at once. notify receives the events (may be null). A walk
-    /// still running is waited for first.
+    /// Clears the file-system error list and starts walking rootPath on a new thread,
+    /// numbering the records from 1 again; returns at once. The sink is not emptied: its
+    /// owner gives each walk an empty one. notify receives the events (may be null). A
+    /// walk still running is waited for first.
     void Start(const QString& rootPath, QObject* notify, bool countSizes);
     /// Asks the walk to stop; it does so before the next entry. Any thread.
     void Cancel();
@@ -65,6 +68,7 @@ private:
     bool CancelRequested() const { return m_cancel.load() == 1; }
     void EndCancelled();
 
+    SubunitSink& m_sink;
     std::unique_ptr<FolderLister> m_ownLister;
     FolderLister* m_lister;
     CWorkerThread m_thread;
@@ -77,4 +81,5 @@ private:
     std::deque<PendingFolder> m_pending;
     std::set<std::pair<quint64, quint64>> m_entered; // (device, inode) of listed folders
     std::vector<SubunitInfo> m_batch;                // records not handed over yet
+    quint32 m_lastId = 0;                            // the ID of the last record made
 };

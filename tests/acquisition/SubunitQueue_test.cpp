@@ -7,18 +7,17 @@
 
 namespace {
 
-void PushSignalled(quint32 id)
+void PushSignalled(SubunitQueue& queue, quint32 id)
 {
     auto info = std::make_shared<SubunitInfo>();
     info->ID = id;
-    SubunitQueue::Instance().Push(std::move(info));
-    SubunitQueue::Instance().Signal();
+    queue.Push(std::move(info));
+    queue.Signal();
 }
 
 // Takes records until the queue says something other than Ready.
-SubunitQueue::WaitResult Drain(std::vector<quint32>* ids)
+SubunitQueue::WaitResult Drain(SubunitQueue& queue, std::vector<quint32>* ids)
 {
-    SubunitQueue& queue = SubunitQueue::Instance();
     SubunitQueue::WaitResult result;
     while ((result = queue.WaitNext()) == SubunitQueue::Ready)
         ids->push_back(queue.Pop()->ID);
@@ -29,19 +28,18 @@ SubunitQueue::WaitResult Drain(std::vector<quint32>* ids)
 
 TEST(SubunitQueueTest, RecordsLeftAfterTheEndAreStillTakenButCancelWinsAndClearResets)
 {
-    SubunitQueue& queue = SubunitQueue::Instance();
-    queue.Clear();
-    PushSignalled(1);
-    PushSignalled(2);
+    SubunitQueue queue;
+    PushSignalled(queue, 1);
+    PushSignalled(queue, 2);
     queue.SetFinished();
     std::vector<quint32> ids;
-    EXPECT_EQ(Drain(&ids), SubunitQueue::Finished);
+    EXPECT_EQ(Drain(queue, &ids), SubunitQueue::Finished);
     EXPECT_EQ(ids, (std::vector<quint32>{1, 2}));
     EXPECT_EQ(queue.Pop(), nullptr);
 
     queue.Clear();
     EXPECT_FALSE(queue.IsFinished());
-    PushSignalled(3);
+    PushSignalled(queue, 3);
     queue.SetCancelled();
     EXPECT_EQ(queue.WaitNext(), SubunitQueue::Cancelled);
     queue.Clear();
@@ -51,16 +49,15 @@ TEST(SubunitQueueTest, RecordsLeftAfterTheEndAreStillTakenButCancelWinsAndClearR
 
 TEST(SubunitQueueTest, AWaitingConsumerGetsEveryRecordInOrderAndIsWokenByTheEnd)
 {
-    SubunitQueue& queue = SubunitQueue::Instance();
+    SubunitQueue queue;
     constexpr quint32 kCount = 20000;
     // The producer runs at its own pace, so the consumer meets both a full and an
     // empty queue.
-    queue.Clear();
     std::vector<quint32> ids;
     SubunitQueue::WaitResult end = SubunitQueue::Ready;
-    std::thread consumer([&] { end = Drain(&ids); });
+    std::thread consumer([&] { end = Drain(queue, &ids); });
     for (quint32 id = 1; id <= kCount; ++id)
-        PushSignalled(id);
+        PushSignalled(queue, id);
     queue.SetFinished();
     consumer.join();
     EXPECT_EQ(end, SubunitQueue::Finished);
@@ -69,10 +66,9 @@ TEST(SubunitQueueTest, AWaitingConsumerGetsEveryRecordInOrderAndIsWokenByTheEnd)
         ASSERT_EQ(ids[i], i + 1);
 
     // A consumer waiting on an empty queue is woken by the cancel.
-    queue.Clear();
-    std::thread waiting([&] { end = Drain(&ids); });
-    queue.SetCancelled();
+    SubunitQueue empty;
+    std::thread waiting([&] { end = Drain(empty, &ids); });
+    empty.SetCancelled();
     waiting.join();
     EXPECT_EQ(end, SubunitQueue::Cancelled);
-    queue.Clear();
 }

@@ -1,6 +1,7 @@
 #include "acquisition/SubunitsSearcher.h"
 
 #include "FakeFolderLister.h"
+#include "Gate.h"
 #include "acquisition/SubunitQueue.h"
 #include "common/WorkerEvent.h"
 #include "errorlog/ErrorLog.h"
@@ -10,6 +11,7 @@
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -31,6 +33,8 @@ const Event kCancelled{WorkerEvent::Finished, WorkerEvent::Cancelled};
 class EventRecorder final : public QObject
 {
 public:
+    explicit EventRecorder(const SubunitQueue* queue = nullptr) : m_queue(queue) {}
+
     std::vector<Event> Events;
     bool FinishedWhenWalked = false;
 
@@ -39,19 +43,48 @@ protected:
     {
         const auto* posted = static_cast<const WorkerEvent*>(event);
         Events.emplace_back(posted->Code(), posted->WParam());
-        if (posted->Code() == WorkerEvent::Walked)
-            FinishedWhenWalked = SubunitQueue::Instance().IsFinished();
+        if (posted->Code() == WorkerEvent::Walked && m_queue)
+            FinishedWhenWalked = m_queue->IsFinished();
     }
+
+private:
+    const SubunitQueue* m_queue;
 };
+
+// The platform's lister, holding each walk at a gate when it comes to the folder named
+// holdAt: the walks that share the gate are then all in the middle of their trees.
+class HoldingLister final : public FolderLister
+{
+public:
+    HoldingLister(Gate& gate, QString holdAt) : m_gate(gate), m_holdAt(std::move(holdAt)) {}
+
+    int List(const QString& path, const OpenedCallback& opened, const EntryCallback& entry) override
+    {
+        if (QFileInfo(path).fileName() == m_holdAt)
+            m_gate.Pass();
+        return m_platform->List(path, opened, entry);
+    }
+
+private:
+    Gate& m_gate;
+    QString m_holdAt;
+    std::unique_ptr<FolderLister> m_platform = FolderLister::CreatePlatformLister();
+};
+
+// Takes records until the walk has ended; the records, and how it ended.
+std::pair<std::vector<SubunitInfoPtr>, SubunitQueue::WaitResult> Consume(SubunitQueue& queue)
+{
+    std::vector<SubunitInfoPtr> taken;
+    SubunitQueue::WaitResult end = SubunitQueue::Ready;
+    while ((end = queue.WaitNext()) == SubunitQueue::Ready)
+        taken.push_back(queue.Pop());
+    return {taken, end};
+}
 
 class SubunitsSearcherTest : public ::testing::Test
 {
 protected:
-    void TearDown() override
-    {
-        SubunitQueue::Instance().Clear();
-        ErrorLog::Instance().ClearFileSystemErrors();
-    }
+    void TearDown() override { ErrorLog::Instance().ClearFileSystemErrors(); }
 
     QString At(const QString& relative) const { return m_dir.path() + '/' + relative; }
     QByteArray NativeAt(const char* relative) const
@@ -67,18 +100,19 @@ protected:
         ASSERT_TRUE(file.resize(size));
     }
 
-    // Walks root to its end, then takes everything it queued and posted.
-    void Walk(SubunitsSearcher& searcher, bool countSizes, const QString& root)
+    // Walks root to its end, then takes everything it queued and posted; queue is the
+    // searcher's sink.
+    void Walk(SubunitsSearcher& searcher, SubunitQueue& queue, bool countSizes, const QString& root)
     {
-        EventRecorder recorder;
+        EventRecorder recorder(&queue);
         searcher.Start(root, &recorder, countSizes);
         searcher.Wait();
         QCoreApplication::sendPostedEvents(&recorder);
         m_events = recorder.Events;
         m_finishedWhenWalked = recorder.FinishedWhenWalked;
         m_records.clear();
-        while (SubunitQueue::Instance().Size() > 0)
-            m_records.push_back(SubunitQueue::Instance().Pop());
+        while (queue.Size() > 0)
+            m_records.push_back(queue.Pop());
     }
 
     SubunitInfoPtr Find(const QString& path) const
@@ -117,8 +151,9 @@ TEST_F(SubunitsSearcherTest, WalksBreadthFirstWithParentLinksHiddenEntriesAndSiz
     ASSERT_TRUE(a1.setFileTime(written, QFileDevice::FileModificationTime));
     a1.close();
 
-    SubunitsSearcher searcher;
-    Walk(searcher, true, m_dir.path());
+    SubunitQueue queue;
+    SubunitsSearcher searcher(queue);
+    Walk(searcher, queue, true, m_dir.path());
 
     ASSERT_EQ(m_records.size(), 13u);
     // Entries come grouped by their folder and the folders in the order they were
@@ -130,7 +165,7 @@ TEST_F(SubunitsSearcherTest, WalksBreadthFirstWithParentLinksHiddenEntriesAndSiz
         const QFileInfo onDisk(info.Path());
         SCOPED_TRACE(info.Path().toStdString());
         EXPECT_TRUE(onDisk.exists());
-        EXPECT_EQ(info.ID, m_records.front()->ID + i);
+        EXPECT_EQ(info.ID, i + 1);
         EXPECT_EQ(info.IsFile(), !onDisk.isDir());
         EXPECT_EQ(info.Data.IsDirectory(), onDisk.isDir());
         EXPECT_EQ(info.Data.Size, onDisk.isDir() ? 0 : onDisk.size());
@@ -151,35 +186,100 @@ TEST_F(SubunitsSearcherTest, WalksBreadthFirstWithParentLinksHiddenEntriesAndSiz
     EXPECT_TRUE(Errors().empty());
 }
 
-TEST_F(SubunitsSearcherTest, ConcurrentWalkFeedsAWaitingConsumerAndNumbersOnAcrossWalks)
+TEST_F(SubunitsSearcherTest, ConcurrentWalkFeedsAWaitingConsumerAndEachWalkNumbersFromOne)
 {
     for (int i = 0; i < 50; ++i)
         MakeFile(QStringLiteral("d%1/f%2").arg(i % 5).arg(i), i);
-    SubunitsSearcher searcher;
-    Walk(searcher, true, m_dir.path());
+    SubunitQueue first;
+    SubunitsSearcher searcher(first);
+    Walk(searcher, first, true, m_dir.path());
     ASSERT_EQ(m_records.size(), 55u);
-    const quint32 lastOfFirstWalk = m_records.back()->ID;
+    EXPECT_EQ(m_records.back()->ID, 55u);
 
-    // The importer's side takes the records while the walk runs.
+    // The importer's side takes the records while the walk runs. The next walk of the
+    // same searcher numbers from 1 again.
     EventRecorder recorder;
-    std::vector<SubunitInfoPtr> taken;
-    SubunitQueue::WaitResult end = SubunitQueue::Ready;
+    first.Clear();
+    std::pair<std::vector<SubunitInfoPtr>, SubunitQueue::WaitResult> taken;
     searcher.Start(m_dir.path(), &recorder, false);
-    std::thread consumer([&] {
-        SubunitQueue& queue = SubunitQueue::Instance();
-        while ((end = queue.WaitNext()) == SubunitQueue::Ready)
-            taken.push_back(queue.Pop());
-    });
+    std::thread consumer([&] { taken = Consume(first); });
     consumer.join();
     searcher.Wait();
     QCoreApplication::sendPostedEvents(&recorder);
 
-    EXPECT_EQ(end, SubunitQueue::Finished);
-    ASSERT_EQ(taken.size(), 55u);
-    EXPECT_EQ(taken.front()->ID, lastOfFirstWalk + 1);
-    EXPECT_EQ(taken.back()->ID, lastOfFirstWalk + 55);
+    EXPECT_EQ(taken.second, SubunitQueue::Finished);
+    ASSERT_EQ(taken.first.size(), 55u);
+    EXPECT_EQ(taken.first.front()->ID, 1u);
+    EXPECT_EQ(taken.first.back()->ID, 55u);
     EXPECT_EQ(searcher.TotalSize(), 0u);
     EXPECT_TRUE(recorder.Events.empty());
+}
+
+TEST_F(SubunitsSearcherTest, TwoWalksAtOnceEachFillOnlyTheirOwnSink)
+{
+    // Two trees of different shapes, each with a folder "hold" that its walk reaches
+    // after it has handed over the root's entries.
+    std::map<QString, QStringList> expected;
+    for (const auto& [tree, files] : {std::pair<QString, int>{"one", 30}, {"two", 45}}) {
+        for (int i = 0; i < files; ++i) {
+            const QString relative = QStringLiteral("%1/d%2/f%3").arg(tree).arg(i % 4).arg(i);
+            MakeFile(relative, i);
+            expected[tree] << relative.mid(tree.size() + 1);
+        }
+        MakeFile(tree + QStringLiteral("/hold/inside"), 1);
+        expected[tree] << QStringLiteral("hold/inside") << QStringLiteral("hold");
+        for (int d = 0; d < 4; ++d)
+            expected[tree] << QStringLiteral("d%1").arg(d);
+        expected[tree].sort();
+    }
+
+    Gate gate;
+    GateOpener opener(gate);
+    HoldingLister listerOne(gate, QStringLiteral("hold"));
+    HoldingLister listerTwo(gate, QStringLiteral("hold"));
+    SubunitQueue queueOne;
+    SubunitQueue queueTwo;
+    SubunitsSearcher one(queueOne, &listerOne);
+    SubunitsSearcher two(queueTwo, &listerTwo);
+    std::pair<std::vector<SubunitInfoPtr>, SubunitQueue::WaitResult> takenOne;
+    std::pair<std::vector<SubunitInfoPtr>, SubunitQueue::WaitResult> takenTwo;
+    one.Start(At("one"), nullptr, false);
+    two.Start(At("two"), nullptr, false);
+    std::thread consumerOne([&] { takenOne = Consume(queueOne); });
+    std::thread consumerTwo([&] { takenTwo = Consume(queueTwo); });
+    // Both walks are in the middle of their trees at the same time, then go on together.
+    ASSERT_TRUE(QTest::qWaitFor([&] { return gate.Arrived() == 2; }, 30000));
+    gate.Open();
+    consumerOne.join();
+    consumerTwo.join();
+    one.Wait();
+    two.Wait();
+
+    for (const auto& [tree, taken] :
+         {std::pair<QString, const std::vector<SubunitInfoPtr>*>{"one", &takenOne.first},
+          {"two", &takenTwo.first}}) {
+        SCOPED_TRACE(tree.toStdString());
+        const QString root = At(tree);
+        QStringList paths;
+        std::map<quint32, QString> pathOf;
+        for (size_t i = 0; i < taken->size(); ++i) {
+            const SubunitInfo& info = *(*taken)[i];
+            ASSERT_TRUE(info.Path().startsWith(root + QLatin1Char('/')))
+                << info.Path().toStdString();
+            const QString relative = info.Path().mid(root.size() + 1);
+            paths << relative;
+            pathOf[info.ID] = relative;
+            EXPECT_EQ(info.ID, i + 1);
+            // A parent is a folder of the same walk, met before.
+            if (info.ParentID != 0)
+                EXPECT_EQ(pathOf.at(info.ParentID) + QLatin1Char('/') + info.Data.FileName,
+                          relative);
+        }
+        paths.sort();
+        EXPECT_EQ(paths, expected.at(tree));
+    }
+    EXPECT_EQ(takenOne.second, SubunitQueue::Finished);
+    EXPECT_EQ(takenTwo.second, SubunitQueue::Finished);
 }
 
 TEST_F(SubunitsSearcherTest, LinksAreListedAsThemselvesAndARootReachedThroughOneIsWalked)
@@ -192,8 +292,9 @@ TEST_F(SubunitsSearcherTest, LinksAreListedAsThemselvesAndARootReachedThroughOne
     for (const auto& [link, target] : links)
         ASSERT_EQ(::symlink(target, NativeAt(link).constData()), 0);
 
-    SubunitsSearcher searcher;
-    Walk(searcher, true, m_dir.path());
+    SubunitQueue queue;
+    SubunitsSearcher searcher(queue);
+    Walk(searcher, queue, true, m_dir.path());
     // The root's five entries, then A's three: no link is entered, and only f counts.
     ASSERT_EQ(m_records.size(), 8u);
     for (const auto& [link, target] : links) {
@@ -211,7 +312,7 @@ TEST_F(SubunitsSearcherTest, LinksAreListedAsThemselvesAndARootReachedThroughOne
     EXPECT_TRUE(Errors().empty());
 
     // The chosen root is itself resolved: through the link, A's entries are listed.
-    Walk(searcher, true, At("A2"));
+    Walk(searcher, queue, true, At("A2"));
     QStringList names;
     for (const SubunitInfoPtr& info : m_records)
         names << info->Data.FileName;
@@ -241,17 +342,18 @@ TEST_F(SubunitsSearcherTest, CancelStopsBeforeTheNextEntryAndIsPostedOnce)
                             {"/r/sub", 2, 8, kWalked}};
     for (const Point& point : points) {
         SCOPED_TRACE(point.Records);
-        SubunitsSearcher searcher(&lister);
+        SubunitQueue queue;
+        SubunitsSearcher searcher(queue, &lister);
         lister.SetHook([&](const QString& folder, int index) {
             if (folder == point.Folder && index == point.Index)
                 searcher.Cancel();
         });
-        Walk(searcher, true, "/r");
+        Walk(searcher, queue, true, "/r");
         const bool cancelled = point.Posted == kCancelled;
         EXPECT_EQ(m_records.size(), point.Records);
         EXPECT_EQ(m_events, std::vector<Event>{point.Posted});
-        EXPECT_EQ(SubunitQueue::Instance().IsCancelled(), cancelled);
-        EXPECT_EQ(SubunitQueue::Instance().IsFinished(), !cancelled);
+        EXPECT_EQ(queue.IsCancelled(), cancelled);
+        EXPECT_EQ(queue.IsFinished(), !cancelled);
     }
 }
 
@@ -265,8 +367,9 @@ TEST_F(SubunitsSearcherTest, UnreadableFoldersAreListedAsErrorsAndLoopsAreNotEnt
     lister.FailFolder("/broken", EIO, 1);
     lister.AddFolder("/ok", 3, {"z"});
     lister.AddFolder("/back", 1, {"never"});
-    SubunitsSearcher searcher(&lister);
-    Walk(searcher, true, "/");
+    SubunitQueue queue;
+    SubunitsSearcher searcher(queue, &lister);
+    Walk(searcher, queue, true, "/");
 
     QStringList paths;
     for (const SubunitInfoPtr& info : m_records)
@@ -278,8 +381,8 @@ TEST_F(SubunitsSearcherTest, UnreadableFoldersAreListedAsErrorsAndLoopsAreNotEnt
               (std::map<QString, QString>{{"/locked", text(EACCES)}, {"/broken", text(EIO)}}));
 
     // A root that cannot be opened on the disc: one error, and a walk that completes.
-    SubunitsSearcher disc;
-    Walk(disc, true, At("missing"));
+    SubunitsSearcher disc(queue);
+    Walk(disc, queue, true, At("missing"));
     EXPECT_TRUE(m_records.empty());
     EXPECT_EQ(m_events, std::vector<Event>{kWalked});
     EXPECT_EQ(Errors(), (std::map<QString, QString>{{At("missing"), text(ENOENT)}}));
@@ -298,8 +401,9 @@ TEST_F(SubunitsSearcherTest, OddNamesAndAFileBeyondFourGigabytes)
     ASSERT_EQ(::ftruncate(big, static_cast<off_t>(kBig)), 0);
     ::close(big);
 
-    SubunitsSearcher searcher;
-    Walk(searcher, true, m_dir.path());
+    SubunitQueue queue;
+    SubunitsSearcher searcher(queue);
+    Walk(searcher, queue, true, m_dir.path());
     // QTemporaryDir removes by decoded names, which miss the undecodable ones.
     for (const char* name : {"odd\xff", "dir\xfe/in"})
         ::unlink(NativeAt(name).constData());

@@ -111,12 +111,12 @@ TEST(WorkerThread, AnImporterThatHasFinishedIsWaitedForAndRunsAgain)
     const int storage = catalogue.Db().AddStorage("Shelf", QString());
     const int disc = catalogue.AddDisc(storage, "Disc");
     FinishedEvents events;
-    CImporter importer(catalogue.Db());
+    // An empty walk that has ended: each import finishes at once.
+    SubunitQueue queue;
+    queue.SetFinished();
+    CImporter importer(catalogue.Db(), queue);
     importer.DisableMediaDetails();
     for (int run = 1; run <= 2; ++run) {
-        // An empty walk that has ended: the import finishes at once.
-        SubunitQueue::Instance().Clear();
-        SubunitQueue::Instance().SetFinished();
         importer.StartImport(&events, true, 1, storage, disc, 0);
         // The thread has ended and the event loop has run before anyone waits.
         ASSERT_TRUE(QTest::qWaitFor([&] { return !importer.IsRunning(); }, 60000));
@@ -129,5 +129,4 @@ TEST(WorkerThread, AnImporterThatHasFinishedIsWaitedForAndRunsAgain)
     }
     EXPECT_EQ(events.Outcomes,
               (std::vector<qintptr>{WorkerEvent::Succeeded, WorkerEvent::Succeeded}));
-    SubunitQueue::Instance().Clear();
 }

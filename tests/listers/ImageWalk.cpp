@@ -15,13 +15,14 @@ Tree WalkImage(const QString& image, FolderLister& lister,
                const std::function<QString(const SubunitInfo&, const QString&)>& describe,
                std::map<QString, FindData>* found)
 {
-    SubunitsSearcher searcher(&lister);
+    SubunitQueue queue;
+    SubunitsSearcher searcher(queue, &lister);
     searcher.Start(image, nullptr, false);
     searcher.Wait();
     std::map<quint32, QString> paths; // parents come first: the walk is breadth-first
     Tree tree;
-    while (SubunitQueue::Instance().Size() > 0) {
-        const SubunitInfoPtr info = SubunitQueue::Instance().Pop();
+    while (queue.Size() > 0) {
+        const SubunitInfoPtr info = queue.Pop();
         const QString relative = info->Path().mid(image.size() + 1);
         paths[info->ID] = relative;
         tree[relative] = describe(*info, paths[info->ParentID]);

@@ -2,7 +2,6 @@
 #include "listers/ImageWalk.h"
 #include "listers/IsoImageFolderLister.h"
 
-#include "acquisition/SubunitQueue.h"
 #include "acquisition/SubunitsSearcher.h"
 #include "errorlog/ErrorLog.h"
 
@@ -57,11 +56,7 @@ protected:
         ASSERT_TRUE(QDir().mkpath(m_tree + QStringLiteral("/Empty")));
     }
 
-    void TearDown() override
-    {
-        SubunitQueue::Instance().Clear();
-        ErrorLog::Instance().ClearFileSystemErrors();
-    }
+    void TearDown() override { ErrorLog::Instance().ClearFileSystemErrors(); }
 
     QString MakeImage(const QString& name, const QStringList& extensions)
     {

@@ -2,7 +2,6 @@
 // the same turned UDF-only, and empty volumes from mkudffs.
 #include "listers/UdfImageFolderLister.h"
 
-#include "acquisition/SubunitQueue.h"
 #include "acquisition/SubunitsSearcher.h"
 #include "cli/CliProcess.h"
 #include "errorlog/ErrorLog.h"
@@ -154,11 +153,7 @@ protected:
         ASSERT_TRUE(QDir().mkpath(m_tree + QStringLiteral("/Empty")));
     }
 
-    void TearDown() override
-    {
-        SubunitQueue::Instance().Clear();
-        ErrorLog::Instance().ClearFileSystemErrors();
-    }
+    void TearDown() override { ErrorLog::Instance().ClearFileSystemErrors(); }
 
     // A UDF-bridge image; the deep tree is kept in place on the Rock Ridge side too.
     const QStringList kBridge{"-udf", "-R", "-J", "-joliet-long", "-D"};
@@ -344,7 +339,6 @@ TEST_F(UdfImageFolderListerTest, DamagedImagesReportTheUnreadablePartAndEnd)
     ASSERT_GT(whole.Identifier(QStringLiteral("some.dat")), 0);
     const QString image = m_dir.filePath(QStringLiteral("damaged.udf"));
     const auto walk = [&](const UdfBytes& damaged, std::map<QString, FindData>* found) {
-        SubunitQueue::Instance().Clear();
         ErrorLog::Instance().ClearFileSystemErrors();
         WriteAll(image, damaged.Bytes);
         UdfImageFolderLister lister(image);
