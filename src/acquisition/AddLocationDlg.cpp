@@ -9,7 +9,7 @@
 #include "document/ShelfwiseDoc.h"
 #include "drives/DriveSystem.h"
 #include "errorlog/ErrorLog.h"
-#include "listers/DiscImageLister.h"
+#include "listers/ListerFor.h"
 #include "settings/Settings.h"
 
 #include "ui_AddLocationDlg.h"
@@ -141,7 +141,7 @@ void CAddLocationDlg::OnDriveChanged()
     m_ui->driveCombo->setPalette(palette);
     // An image file has no tray to open: the box is greyed and unchecked while one is
     // chosen, and a drive shows the choice the box had before.
-    const bool image = QFileInfo(drive).isFile();
+    const bool image = IsListedFromInside(drive);
     if (image == m_ejectGreyed)
         return;
     if (image)
@@ -298,13 +298,10 @@ bool CAddLocationDlg::PrepareDisc(CAddLocationJob::Request& request)
     }
     // A disc image is listed from inside the file; one whose file system cannot be
     // listed would be added as an empty disc.
-    std::unique_ptr<FolderLister> imageLister;
-    if (QFileInfo(drive).isFile()) {
-        imageLister = DiscImageLister::Open(drive);
-        if (!imageLister) {
-            ShowMessage(Strings::IDS_DISC_ABSENT);
-            return false;
-        }
+    std::unique_ptr<FolderLister> lister = ListerFor(drive);
+    if (!lister) {
+        ShowMessage(Strings::IDS_DISC_ABSENT);
+        return false;
     }
     const QString name = m_ui->discNameCombo->currentText();
     if (name.isEmpty()) {
@@ -328,8 +325,10 @@ bool CAddLocationDlg::PrepareDisc(CAddLocationJob::Request& request)
     if (!m_ejectGreyed)
         Settings::Instance().AutoEject = request.autoEject;
     // The job's scanner is made anew for this lister; the old one (if any) is unused.
-    m_job->SetFolderLister(imageLister ? imageLister.get() : m_folderLister);
-    m_imageLister = std::move(imageLister);
+    // A lister set by SetFolderLister stands in for the platform's, never for an image's.
+    const bool image = IsListedFromInside(drive);
+    m_job->SetFolderLister(m_folderLister && !image ? m_folderLister : lister.get());
+    m_discLister = std::move(lister);
     return true;
 }
 

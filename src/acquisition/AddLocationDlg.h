@@ -105,7 +105,7 @@ private:
     const Mode m_mode;
     FolderLister* m_folderLister = nullptr;
     // Declared before the job, so that it outlives the job's scanner.
-    std::unique_ptr<FolderLister> m_imageLister;
+    std::unique_ptr<FolderLister> m_discLister;
     std::unique_ptr<CAddLocationJob> m_job;
     bool m_started = false;
     bool m_ended = false;

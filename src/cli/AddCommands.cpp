@@ -10,7 +10,7 @@
 #include "drives/DriveSystem.h"
 #include "drives/VolumeInfoWorker.h"
 #include "errorlog/ErrorLog.h"
-#include "listers/DiscImageLister.h"
+#include "listers/ListerFor.h"
 #include "settings/Settings.h"
 
 #include <QDir>
@@ -158,12 +158,9 @@ int AddDisc(CliContext& ctx)
         return ctx.Fail(Strings::LoadString(Strings::IDS_DISC_ABSENT));
     // A disc image is listed from inside the file: one whose file system cannot be
     // listed would be added as an empty disc.
-    std::unique_ptr<FolderLister> imageLister;
-    if (QFileInfo(drive).isFile()) {
-        imageLister = DiscImageLister::Open(drive);
-        if (!imageLister)
-            return ctx.Fail(Strings::LoadString(Strings::IDS_DISC_ABSENT));
-    }
+    const std::unique_ptr<FolderLister> lister = ListerFor(drive);
+    if (!lister)
+        return ctx.Fail(Strings::LoadString(Strings::IDS_DISC_ABSENT));
     const VolumeInfo volume = VolumeInfoWorker::ReadAndWait(drives, drive);
     QString name = ctx.Args.Value(QStringLiteral("--name"));
     if (!ctx.Args.Has(QStringLiteral("--name"))) {
@@ -188,7 +185,7 @@ int AddDisc(CliContext& ctx)
         return ExitStatus::Error;
     CAddLocationJob job(ctx.Doc());
     job.SetDriveSystem(drives.get());
-    job.SetFolderLister(imageLister.get()); // declared before the job: outlives it
+    job.SetFolderLister(lister.get()); // declared before the job: outlives it
     const std::vector<int> duplicates =
         job.FindDuplicateDiscs(volume.Label, volume.SerialNumber, volume.Size);
     if (!duplicates.empty() && !ctx.Args.Has(QStringLiteral("--force"))) {

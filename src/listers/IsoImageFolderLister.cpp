@@ -127,11 +127,6 @@ QByteArray JoinImagePath(const QByteArray& folder, const QByteArray& name)
     return folder.endsWith('/') ? folder + name : folder + '/' + name;
 }
 
-QString JoinRelative(const QString& folder, const QString& name)
-{
-    return folder.isEmpty() ? name : folder + QLatin1Char('/') + name;
-}
-
 } // namespace
 
 struct IsoImageFolderLister::Image
@@ -150,68 +145,20 @@ struct IsoImageFolderLister::Image
     }
 };
 
-struct IsoImageFolderLister::Directory
-{
-    struct Entry
-    {
-        QByteArray RawName; // as libcdio knows it, for paths below this folder
-        FindData Data;
-    };
-    quint32 Lsn = 0;
-    std::vector<Entry> Entries;
-};
-
-IsoImageFolderLister::IsoImageFolderLister(const QString& imagePath)
-    : m_imagePath(DiscImageLister::CleanImagePath(imagePath))
+IsoImageFolderLister::IsoImageFolderLister(const QString& imagePath) : ContainerLister(imagePath)
 {
 }
 
 IsoImageFolderLister::~IsoImageFolderLister() = default;
 
-int IsoImageFolderLister::List(const QString& path, const OpenedCallback& opened,
-                               const EntryCallback& entry)
-{
-    QString relative;
-    if (!DiscImageLister::RelativePath(m_imagePath, path, &relative))
-        return kNotFound;
-    if (const int error = OpenImage())
-        return error;
-    QByteArray inside;
-    if (const int error = ImagePath(relative, &inside))
-        return error;
-    Directory directory;
-    if (const int error = ReadDirectory(inside, &directory))
-        return error;
-
-    FolderIdentity identity;
-    identity.Inode = directory.Lsn;
-    identity.Known = true;
-    if (!opened(identity))
-        return 0;
-    // The records are sorted by their ISO 9660 names, not by the Rock Ridge or Joliet
-    // names shown: list by the names shown, as a folder on a disk is listed.
-    std::sort(directory.Entries.begin(), directory.Entries.end(),
-              [](const Directory::Entry& a, const Directory::Entry& b) {
-                  return FolderLister::NameLess(a.Data.FileName, b.Data.FileName);
-              });
-    for (const Directory::Entry& item : directory.Entries) {
-        if (item.Data.IsDirectory())
-            m_folders.insert(JoinRelative(relative, item.Data.FileName),
-                             JoinImagePath(inside, item.RawName));
-        if (!entry(item.Data))
-            return 0;
-    }
-    return 0;
-}
-
-int IsoImageFolderLister::OpenImage()
+int IsoImageFolderLister::OpenContainer()
 {
     if (m_image)
         return 0;
-    if (const int error = DiscImageLister::CheckImageFile(m_imagePath))
+    if (const int error = DiscImageLister::CheckImageFile(ContainerPath()))
         return error;
     DiscImageLister::QuietLibrary();
-    const QByteArray native = DiscImageLister::NativePath(m_imagePath);
+    const QByteArray native = DiscImageLister::NativePath(ContainerPath());
     auto image = std::make_unique<Image>();
     // Rock Ridge lives in the primary tree only: look there first. Its names are the
     // full ones; Joliet's are cut to 64 characters and barred from a few.
@@ -242,39 +189,12 @@ int IsoImageFolderLister::OpenImage()
     return 0;
 }
 
-int IsoImageFolderLister::ImagePath(const QString& relative, QByteArray* inside)
+QByteArray IsoImageFolderLister::RootKey() const
 {
-    if (relative.isEmpty()) {
-        *inside = QByteArrayLiteral("/");
-        return 0;
-    }
-    const auto known = m_folders.constFind(relative);
-    if (known != m_folders.cend()) {
-        *inside = *known;
-        return 0;
-    }
-    const int slash = relative.lastIndexOf(QLatin1Char('/'));
-    const QString parent = slash < 0 ? QString() : relative.left(slash);
-    const QString name = relative.mid(slash + 1);
-    QByteArray parentInside;
-    if (const int error = ImagePath(parent, &parentInside))
-        return error;
-    Directory directory;
-    if (const int error = ReadDirectory(parentInside, &directory))
-        return error;
-    for (const Directory::Entry& item : directory.Entries) {
-        if (item.Data.FileName != name)
-            continue;
-        if (!item.Data.IsDirectory())
-            return kNotAFolder;
-        *inside = JoinImagePath(parentInside, item.RawName);
-        m_folders.insert(relative, *inside);
-        return 0;
-    }
-    return kNotFound;
+    return QByteArrayLiteral("/");
 }
 
-int IsoImageFolderLister::ReadDirectory(const QByteArray& inside, Directory* directory) const
+int IsoImageFolderLister::ReadFolder(const QByteArray& inside, Folder* listing) const
 {
     iso9660_t* handle = m_image->Handle;
     const StatPtr self(iso9660_ifs_stat(handle, inside.constData()));
@@ -285,7 +205,9 @@ int IsoImageFolderLister::ReadDirectory(const QByteArray& inside, Directory* dir
     const FileList list(iso9660_ifs_readdir(handle, inside.constData()));
     if (!list)
         return kDamaged;
-    directory->Lsn = static_cast<quint32>(self->lsn);
+    listing->Opened = true;
+    listing->Identity = static_cast<quint32>(self->lsn);
+    QByteArray lastRaw; // of the last file entry, whose further extents may follow
 
     for (CdioListNode_t* node = _cdio_list_begin(list.get()); node;
          node = _cdio_list_node_next(node)) {
@@ -298,16 +220,17 @@ int IsoImageFolderLister::ReadDirectory(const QByteArray& inside, Directory* dir
         const bool folder = IsDirectory(*stat);
         // A file of 4 GiB or more is recorded in several extents, each with a record
         // of the same name, one after the other.
-        if (!folder && !directory->Entries.empty()) {
-            Directory::Entry& last = directory->Entries.back();
-            if (!last.Data.IsDirectory() && last.RawName == raw) {
+        if (!folder && !listing->Entries.empty() && raw == lastRaw) {
+            Entry& last = listing->Entries.back();
+            if (!last.Data.IsDirectory()) {
                 last.Data.Size += stat->size;
                 continue;
             }
         }
 
-        Directory::Entry item;
-        item.RawName = raw;
+        Entry item;
+        if (folder)
+            item.Folder = JoinImagePath(inside, raw);
         FindData& data = item.Data;
         const bool rockRidge = m_naming == Naming::RockRidge && stat->rr.b3_rock == yep;
         data.FileName = DisplayName(raw, rockRidge, folder);
@@ -328,7 +251,8 @@ int IsoImageFolderLister::ReadDirectory(const QByteArray& inside, Directory* dir
         data.CreationTime = rockRidge ? RockRidgeTime(stat->rr.create) : FindData::kNoTime;
         if (data.CreationTime == FindData::kNoTime)
             data.CreationTime = data.LastWriteTime;
-        directory->Entries.push_back(std::move(item));
+        lastRaw = folder ? QByteArray() : raw;
+        listing->Entries.push_back(std::move(item));
     }
     return 0;
 }

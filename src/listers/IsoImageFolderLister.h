@@ -1,9 +1,8 @@
 #pragma once
 
-#include "listers/FolderLister.h"
+#include "listers/ContainerLister.h"
 
 #include <QByteArray>
-#include <QHash>
 #include <QString>
 #include <QtGlobal>
 
@@ -32,7 +31,7 @@
 // among them), a directory that cannot be read. Nothing is given then. libcdio's log
 // goes quiet for the whole process on first use: its default handler writes to stdout
 // and exits on errors.
-class IsoImageFolderLister final : public FolderLister
+class IsoImageFolderLister final : public ContainerLister<QByteArray>
 {
 public:
     /// Which names the listing gives.
@@ -42,32 +41,18 @@ public:
     ~IsoImageFolderLister() override;
     Q_DISABLE_COPY_MOVE(IsoImageFolderLister)
 
-    int List(const QString& path, const OpenedCallback& opened,
-             const EntryCallback& entry) override;
-
-    /// Opens the image (once): 0, or the error listings would give, e.g. for a file
-    /// without an ISO 9660 volume.
-    int Open() { return OpenImage(); }
-
     /// The names the image is read with; Unknown until a listing has opened it.
     Naming Names() const { return m_naming; }
 
 private:
     struct Image;
-    struct Directory;
 
-    // Opens the image on first use: 0, or the error.
-    int OpenImage();
-    // The path libcdio knows the folder by ("/", "/A/B" in the image's bytes): 0, or
-    // the error. Resolves folders the scanner has not been given yet one level at a
-    // time.
-    int ImagePath(const QString& relative, QByteArray* inside);
-    // Reads the folder at inside: 0, or the error.
-    int ReadDirectory(const QByteArray& inside, Directory* directory) const;
+    int OpenContainer() override;
+    // The path libcdio knows the root by.
+    QByteArray RootKey() const override;
+    // Reads the folder libcdio knows by inside ("/", "/A/B" in the image's bytes).
+    int ReadFolder(const QByteArray& inside, Folder* listing) const override;
 
-    QString m_imagePath; // absolute and clean
     std::unique_ptr<Image> m_image;
     Naming m_naming = Naming::Unknown;
-    // Folders already listed or resolved: relative path -> libcdio path.
-    QHash<QString, QByteArray> m_folders;
 };

@@ -28,11 +28,6 @@ constexpr quint32 kMaxSequenceBlocks = 256;
 constexpr quint64 kMaxFolderBytes = 64 << 20;
 constexpr int kMaxDescriptorChain = 256;
 
-QString JoinRelative(const QString& folder, const QString& name)
-{
-    return folder.isEmpty() ? name : folder + QLatin1Char('/') + name;
-}
-
 } // namespace
 
 struct UdfImageFolderLister::Volume
@@ -279,110 +274,37 @@ bool UdfImageFolderLister::Volume::ReadLayout()
            root.Type == kDirectoryType;
 }
 
-struct UdfImageFolderLister::Directory
-{
-    struct Entry
-    {
-        quint64 Location = 0; // of its file entry
-        FindData Data;
-    };
-    bool Opened = false; // its own file entry was read
-    std::vector<Entry> Entries;
-};
-
-UdfImageFolderLister::UdfImageFolderLister(const QString& imagePath)
-    : m_imagePath(DiscImageLister::CleanImagePath(imagePath))
+UdfImageFolderLister::UdfImageFolderLister(const QString& imagePath) : ContainerLister(imagePath)
 {
 }
 
 UdfImageFolderLister::~UdfImageFolderLister() = default;
 
-int UdfImageFolderLister::List(const QString& path, const OpenedCallback& opened,
-                               const EntryCallback& entry)
-{
-    QString relative;
-    if (!DiscImageLister::RelativePath(m_imagePath, path, &relative))
-        return kNotFound;
-    if (const int error = OpenImage())
-        return error;
-    quint64 location = 0;
-    if (const int error = FolderLocation(relative, &location))
-        return error;
-    Directory directory;
-    const int error = ReadDirectory(location, &directory);
-    if (!directory.Opened)
-        return error;
-
-    FolderIdentity identity;
-    identity.Inode = location;
-    identity.Known = true;
-    if (!opened(identity))
-        return 0;
-    // UDF keeps a folder's entries in the order they were written: list by name, as a
-    // folder on a disk is listed.
-    std::sort(directory.Entries.begin(), directory.Entries.end(),
-              [](const Directory::Entry& a, const Directory::Entry& b) {
-                  return FolderLister::NameLess(a.Data.FileName, b.Data.FileName);
-              });
-    for (const Directory::Entry& item : directory.Entries) {
-        if (item.Data.IsDirectory())
-            m_folders.insert(JoinRelative(relative, item.Data.FileName), item.Location);
-        if (!entry(item.Data))
-            return 0;
-    }
-    return error;
-}
-
-int UdfImageFolderLister::OpenImage()
+int UdfImageFolderLister::OpenContainer()
 {
     if (m_volume)
         return 0;
-    if (const int error = DiscImageLister::CheckImageFile(m_imagePath))
+    if (const int error = DiscImageLister::CheckImageFile(ContainerPath()))
         return error;
     auto volume = std::make_unique<Volume>();
-    volume->Blocks = QFileInfo(m_imagePath).size() / kBlock;
+    volume->Blocks = QFileInfo(ContainerPath()).size() / kBlock;
     // The anchor lies at block 256: a shorter file holds no UDF volume.
     if (volume->Blocks <= kAnchorBlock)
         return kNotAnImage;
     DiscImageLister::QuietLibrary();
-    volume->Handle = udf_open(DiscImageLister::NativePath(m_imagePath).constData());
+    volume->Handle = udf_open(DiscImageLister::NativePath(ContainerPath()).constData());
     if (!volume->Handle || !volume->ReadLayout())
         return kNotAnImage;
     m_volume = std::move(volume);
     return 0;
 }
 
-int UdfImageFolderLister::FolderLocation(const QString& relative, quint64* location)
+quint64 UdfImageFolderLister::RootKey() const
 {
-    if (relative.isEmpty()) {
-        *location = m_volume->Root;
-        return 0;
-    }
-    const auto known = m_folders.constFind(relative);
-    if (known != m_folders.cend()) {
-        *location = *known;
-        return 0;
-    }
-    const int slash = relative.lastIndexOf(QLatin1Char('/'));
-    const QString name = relative.mid(slash + 1);
-    quint64 parent = 0;
-    if (const int error = FolderLocation(slash < 0 ? QString() : relative.left(slash), &parent))
-        return error;
-    Directory directory;
-    const int error = ReadDirectory(parent, &directory);
-    for (const Directory::Entry& item : directory.Entries) {
-        if (item.Data.FileName != name)
-            continue;
-        if (!item.Data.IsDirectory())
-            return kNotAFolder;
-        *location = item.Location;
-        m_folders.insert(relative, *location);
-        return 0;
-    }
-    return error != 0 ? error : kNotFound;
+    return m_volume->Root;
 }
 
-int UdfImageFolderLister::ReadDirectory(quint64 location, Directory* directory) const
+int UdfImageFolderLister::ReadFolder(const quint64& location, Folder* listing) const
 {
     QByteArray block;
     FileEntry self;
@@ -392,7 +314,8 @@ int UdfImageFolderLister::ReadDirectory(quint64 location, Directory* directory) 
         return kDamaged;
     if (self.Type != kDirectoryType)
         return kNotAFolder;
-    directory->Opened = true;
+    listing->Opened = true;
+    listing->Identity = location;
     QByteArray data;
     if (const int error = m_volume->ReadContents(location, self, &data))
         return error;
@@ -413,8 +336,8 @@ int UdfImageFolderLister::ReadDirectory(quint64 location, Directory* directory) 
         if (characteristics & (kParentFlag | kDeletedFlag))
             continue;
 
-        Directory::Entry item;
-        item.Location = child;
+        Entry item;
+        item.Folder = child; // where its file entry lies
         FindData& found = item.Data;
         found.FileName = DecodeName(data, nameAt, nameLength);
         FileEntry entry;
@@ -440,7 +363,7 @@ int UdfImageFolderLister::ReadDirectory(quint64 location, Directory* directory) 
             if (m_volume->ReadContents(child, entry, &components) == 0)
                 found.Link = LinkText::Make(PathComponentsText(components));
         }
-        directory->Entries.push_back(std::move(item));
+        listing->Entries.push_back(std::move(item));
     }
     return result;
 }

@@ -1,9 +1,8 @@
 #pragma once
 
-#include "listers/FolderLister.h"
+#include "listers/ContainerLister.h"
 
 #include <QByteArray>
-#include <QHash>
 #include <QString>
 #include <QtGlobal>
 
@@ -32,36 +31,21 @@
 // damaged. Entries whose own file entry cannot be read are left out of their folder's
 // listing, which then ends with the error; a folder among them is still listed, so that
 // its own listing reports it.
-class UdfImageFolderLister final : public FolderLister
+class UdfImageFolderLister final : public ContainerLister<quint64>
 {
 public:
     explicit UdfImageFolderLister(const QString& imagePath);
     ~UdfImageFolderLister() override;
     Q_DISABLE_COPY_MOVE(UdfImageFolderLister)
 
-    int List(const QString& path, const OpenedCallback& opened,
-             const EntryCallback& entry) override;
-
-    /// Opens the image (once): 0, or the error listings would give, e.g. for a file
-    /// without a UDF volume.
-    int Open() { return OpenImage(); }
-
 private:
     struct Volume;
-    struct Directory;
 
-    // Opens the image on first use: 0, or the error.
-    int OpenImage();
-    // Where the file entry of the folder at relative ("" for the root, "A/B") lies: 0,
-    // or the error. Resolves folders the scanner has not been given yet one level at a
-    // time.
-    int FolderLocation(const QString& relative, quint64* location);
-    // Reads the folder whose file entry lies at location: 0, or the error that stopped
-    // it (entries read before it stay in directory).
-    int ReadDirectory(quint64 location, Directory* directory) const;
+    int OpenContainer() override;
+    // Where the root folder's file entry lies.
+    quint64 RootKey() const override;
+    // Reads the folder whose file entry lies at location.
+    int ReadFolder(const quint64& location, Folder* listing) const override;
 
-    QString m_imagePath; // absolute and clean
     std::unique_ptr<Volume> m_volume;
-    // Folders already listed or resolved: relative path -> file entry location.
-    QHash<QString, quint64> m_folders;
 };

@@ -1,6 +1,7 @@
 // Listing ISO 9660 images that xorriso makes from a real folder tree.
 #include "listers/ImageWalk.h"
 #include "listers/IsoImageFolderLister.h"
+#include "listers/ListerFor.h"
 
 #include "acquisition/SubunitsSearcher.h"
 #include "errorlog/ErrorLog.h"
@@ -204,4 +205,39 @@ TEST_F(IsoImageFolderListerTest, DamagedImagesFailCleanly)
         IsoImageFolderLister scrambled(damaged);
         Walk(damaged, scrambled);
     }
+}
+
+TEST_F(IsoImageFolderListerTest, ListerForReadsAnImageFromInsideAndAFolderAsItIs)
+{
+    const QString image = MakeImage(QStringLiteral("chosen.iso"), {QStringLiteral("-R")});
+    int error = -1;
+    const std::unique_ptr<FolderLister> inside = ListerFor(image, &error);
+    ASSERT_NE(inside, nullptr);
+    EXPECT_EQ(error, 0);
+    EXPECT_TRUE(IsListedFromInside(image));
+    const std::unique_ptr<FolderLister> folder = ListerFor(m_tree, &error);
+    ASSERT_NE(folder, nullptr);
+    EXPECT_FALSE(IsListedFromInside(m_tree));
+
+    // The same tree either way; a folder deep inside the image is found without its
+    // parents having been listed first.
+    QStringList fromImage;
+    QStringList fromFolder;
+    EXPECT_EQ(ListNames(*inside, image + QStringLiteral("/Nested/Deeper"), &fromImage), 0);
+    EXPECT_EQ(ListNames(*folder, m_tree + QStringLiteral("/Nested/Deeper"), &fromFolder), 0);
+    EXPECT_EQ(fromImage, QStringList{QStringLiteral("Deepest")});
+    EXPECT_EQ(fromImage, fromFolder);
+    EXPECT_EQ(ListNames(*inside, image + QStringLiteral("/zero.bin"), &fromImage),
+              DiscImageLister::kNotAFolder);
+    EXPECT_EQ(ListNames(*inside, image + QStringLiteral("/Nowhere/Deeper"), &fromImage),
+              DiscImageLister::kNotFound);
+
+    // A file that holds no file system the listers read gives no lister and the reason.
+    const QString text = m_dir.filePath(QStringLiteral("notes.txt"));
+    QFile file(text);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(QByteArray(600 * 1024, 'n'));
+    file.close();
+    EXPECT_EQ(ListerFor(text, &error), nullptr);
+    EXPECT_EQ(error, DiscImageLister::kNotAnImage);
 }
