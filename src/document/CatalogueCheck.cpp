@@ -2,9 +2,8 @@
 
 #include "sqlitewrapper/SqliteWrapper.h"
 
-#include <QStringList>
-
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <map>
 #include <tuple>
@@ -15,7 +14,7 @@ namespace {
 using Disagreement = CatalogueDisagreement;
 
 // Names are looked up for the units found wanting, this many ids per statement.
-constexpr int kNamesPerQuery = 500;
+constexpr size_t kNamesPerQuery = 500;
 
 // One Units row as the check needs it, with the totals of its subtree. Names are left
 // out: a catalogue may hold millions of units, and only a few are ever reported.
@@ -101,11 +100,6 @@ void MapNamed(std::vector<NamedRow>& rows, int columns, char** values)
     rows.push_back(std::move(row));
 }
 
-void MapCount(std::vector<qint64>& rows, int, char** values)
-{
-    rows.push_back(Number(values, 0));
-}
-
 Disagreement Make(Disagreement::Subject what, Disagreement::Problem kind, int id,
                   const char* column, qint64 stored, qint64 computed = 0)
 {
@@ -131,12 +125,8 @@ void CompareCounter(Disagreement::Subject what, int id, const QString& name, con
 
 void ReadUnits(CSqliteWrapper& db, std::vector<UnitRow>& units)
 {
-    std::vector<qint64> count;
-    db.QueryRows(QStringLiteral("SELECT COUNT(*) FROM Units"), count, &MapCount);
-    units.reserve(count.empty() ? 0 : static_cast<size_t>(count.front()));
-    db.QueryRows(QStringLiteral("SELECT UnitID, ParentUnitID, StorageID, UnitType, UnitSize, "
-                                "SubfilesNumber, SubfoldersNumber FROM Units ORDER BY UnitID"),
-                 units, &MapUnit);
+    units.reserve(static_cast<size_t>(db.CountUnits()));
+    db.GetUnitCounters(units, &MapUnit);
 }
 
 // Links every unit to its parent and sums the subtrees bottom-up: a unit passes its
@@ -204,9 +194,7 @@ void CheckStorages(CSqliteWrapper& db, const std::vector<UnitRow>& units,
 {
     using D = Disagreement;
     std::vector<StorageRow> stored;
-    db.QueryRows(QStringLiteral("SELECT StorageID, StorageName, FilesNumber, FoldersNumber, "
-                                "DiscsNumber, StorageSize FROM Storages ORDER BY StorageID"),
-                 stored, &MapStorage);
+    db.GetStorageCounters(stored, &MapStorage);
 
     std::map<int, StorageRow> computed;
     for (const StorageRow& storage : stored)
@@ -252,17 +240,7 @@ void CheckMediaRows(CSqliteWrapper& db, std::vector<Disagreement>& found)
 {
     using D = Disagreement;
     std::vector<NamedRow> rows;
-    db.QueryRows(
-        QStringLiteral(
-            "SELECT UnitID, UnitName, CategoryID, UnitInfoID FROM Units "
-            "WHERE UnitInfoID IS NOT NULL AND ("
-            "(CategoryID = 2 AND NOT EXISTS (SELECT 1 FROM FilmInfo WHERE FilmInfoID = "
-            "UnitInfoID)) OR "
-            "(CategoryID = 3 AND NOT EXISTS (SELECT 1 FROM MusicInfo WHERE MusicInfoID = "
-            "UnitInfoID)) OR "
-            "(CategoryID = 4 AND NOT EXISTS (SELECT 1 FROM PictureInfo WHERE PictureInfoID = "
-            "UnitInfoID))) ORDER BY UnitID"),
-        rows, &MapNamed);
+    db.GetUnitsMissingMediaRows(rows, &MapNamed);
     for (const NamedRow& row : rows) {
         D d = Make(D::Subject::Unit, D::Problem::MissingRow, row.Id, "UnitInfoID", row.Reference);
         d.Name = row.Name;
@@ -287,13 +265,11 @@ void FillUnitNames(CSqliteWrapper& db, std::vector<Disagreement>& found)
 
     std::unordered_map<int, QString> names;
     for (size_t first = 0; first < ids.size(); first += kNamesPerQuery) {
-        QStringList list;
-        for (size_t i = first; i < ids.size() && i < first + kNamesPerQuery; ++i)
-            list << QString::number(ids[i]);
+        const size_t last = std::min(ids.size(), first + kNamesPerQuery);
+        const std::vector<int> batch(ids.begin() + static_cast<std::ptrdiff_t>(first),
+                                     ids.begin() + static_cast<std::ptrdiff_t>(last));
         std::vector<NamedRow> rows;
-        db.QueryRows(QStringLiteral("SELECT UnitID, UnitName FROM Units WHERE UnitID IN (%1)")
-                         .arg(list.join(QLatin1Char(','))),
-                     rows, &MapNamed);
+        db.GetUnitNames(batch, rows, &MapNamed);
         for (NamedRow& row : rows)
             names[row.Id] = std::move(row.Name);
     }

@@ -1,15 +1,10 @@
 #include "document/EditHistory.h"
 
 #include "errorlog/ErrorLog.h"
-#include "sqlitewrapper/RowMappers.h"
 #include "sqlitewrapper/SqliteWrapper.h"
 #include "sqlitewrapper/Transaction.h"
 
-#include <QStringList>
-
 #include <cstddef>
-
-using SqlText::Format;
 
 namespace {
 
@@ -31,31 +26,6 @@ void CEditHistory::SetEnabled(bool enabled)
     m_enabled = enabled;
     if (!enabled)
         Clear();
-}
-
-CEditHistory::ExtensionRows CEditHistory::ReadExtensions()
-{
-    std::vector<RowMappers::ExtensionRow> rows;
-    m_db.QueryRows(QStringLiteral("SELECT Name, CategoryID FROM FileExtensions ORDER BY rowid"),
-                   rows, &RowMappers::Extensions);
-    ExtensionRows result;
-    result.reserve(rows.size());
-    for (const auto& row : rows)
-        result.emplace_back(row.Name, row.CategoryID);
-    return result;
-}
-
-void CEditHistory::WriteExtensions(const ExtensionRows& rows)
-{
-    // Written back in their order, so the table reads as it did.
-    m_db.Execute(QStringLiteral("DELETE FROM FileExtensions"));
-    if (rows.empty())
-        return;
-    QStringList values;
-    for (const auto& [name, categoryId] : rows)
-        values << Format("(%s, %d)", {SqlText::QuoteSqlString(name), categoryId});
-    m_db.Execute(QStringLiteral("INSERT INTO FileExtensions(Name, CategoryID) VALUES ") +
-                 values.join(QStringLiteral(", ")));
 }
 
 void CEditHistory::AbandonRecording(const char* what)
@@ -81,7 +51,7 @@ void CEditHistory::Begin(const QString& description, const EditSubject& subject)
     if (!IsEnabled())
         return;
     try {
-        m_recording.ExtensionsBefore = ReadExtensions();
+        m_recording.ExtensionsBefore = m_db.GetExtensionRows();
         m_db.StartRecording();
     } catch (const CSqliteWrapperError& error) {
         AbandonRecording(error.what());
@@ -112,7 +82,7 @@ bool CEditHistory::End()
             return false;
         }
         step.Changes = m_db.TakeRecording();
-        step.ExtensionsAfter = ReadExtensions();
+        step.ExtensionsAfter = m_db.GetExtensionRows();
     } catch (const CSqliteWrapperError& error) {
         AbandonRecording(error.what());
         return false;
@@ -205,7 +175,7 @@ void CEditHistory::Apply(Step& step, bool undo)
             m_db.ApplyChangeset(step.Changes, undo != step.ChangesAreUndo);
         }
         if (step.ExtensionsChanged)
-            WriteExtensions(undo ? step.ExtensionsBefore : step.ExtensionsAfter);
+            m_db.ReplaceExtensionRows(undo ? step.ExtensionsBefore : step.ExtensionsAfter);
         transaction.Commit();
     } catch (const CSqliteWrapperError& error) {
         m_db.StopRecording();
@@ -244,25 +214,13 @@ void CEditHistory::RemoveAddition(int unitId)
         if (!empty && unit.Kind == UnitKind::Folder)
             folders += 1;
     }
-    m_db.Execute(Format("UPDATE Storages SET FilesNumber = FilesNumber - %lld, FoldersNumber = "
-                        "FoldersNumber - %lld, DiscsNumber = DiscsNumber - %d, StorageSize = "
-                        "StorageSize - %lld WHERE StorageID = %d",
-                        {files, folders, discs, unit.UnitSize, storageId}));
+    m_db.SubtractFromStorage(storageId, files, folders, discs, unit.UnitSize);
     // One query for the whole subtree, however many units it holds.
-    std::vector<int> ids;
-    m_db.QueryRows(Format("WITH RECURSIVE Subtree(UnitID) AS (SELECT %d UNION SELECT "
-                          "Units.UnitID FROM Units JOIN Subtree ON Units.ParentUnitID = "
-                          "Subtree.UnitID) SELECT UnitID FROM Subtree",
-                          {unitId}),
-                   ids, &RowMappers::Ids);
-    std::vector<int> discInfo;
-    m_db.QueryRows(Format("SELECT DiscInfoID FROM Units WHERE UnitID = %d", {unitId}), discInfo,
-                   &RowMappers::Ids);
+    const std::vector<int> ids = m_db.GetSubtreeIds(unitId);
+    const int discInfoId = m_db.GetUnitDiscInfoId(unitId);
     m_db.DeleteUnitRows(ids);
-    if (!discInfo.empty() && discInfo.front() != 0)
-        m_db.Execute(Format("DELETE FROM DiscInfo WHERE DiscInfoID = %d AND NOT EXISTS (SELECT 1 "
-                            "FROM Units WHERE DiscInfoID = %d)",
-                            {discInfo.front(), discInfo.front()}));
+    if (discInfoId != 0)
+        m_db.DeleteUnusedDiscInfo(discInfoId);
 }
 
 void CEditHistory::Clear()

@@ -107,8 +107,6 @@ private:
     void Push(Step step);
     void Apply(Step& step, bool undo);
     void RemoveAddition(int unitId);
-    ExtensionRows ReadExtensions();
-    void WriteExtensions(const ExtensionRows& rows);
     void AbandonRecording(const char* what);
     void Trim();
     static qint64 StepSize(const Step& step);

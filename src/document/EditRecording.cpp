@@ -3,11 +3,8 @@
 #include "document/ShelfwiseDoc.h"
 
 #include "settings/Settings.h"
-#include "sqlitewrapper/RowMappers.h"
 
 #include <algorithm>
-
-using SqlText::Format;
 
 namespace {
 
@@ -142,14 +139,11 @@ bool CShelfwiseDoc::ApplyHistory(bool redo, EditPlace* shown)
 
 bool CShelfwiseDoc::UnitExists(int unitId)
 {
-    std::vector<int> found;
     try {
-        m_db.QueryRows(Format("SELECT UnitID FROM Units WHERE UnitID = %d", {unitId}), found,
-                       &RowMappers::Ids);
+        return m_db.UnitExists(unitId);
     } catch (const CSqliteWrapperError&) {
         return false;
     }
-    return !found.empty();
 }
 
 EditPlace CShelfwiseDoc::PlaceOf(const EditSubject& subject)

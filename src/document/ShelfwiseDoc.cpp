@@ -6,10 +6,7 @@
 #include "settings/Settings.h"
 #include "sqlitewrapper/Transaction.h"
 
-#include <QStringList>
-
 using SqlText::Format;
-using SqlText::QuoteSqlString;
 
 namespace {
 
@@ -142,10 +139,8 @@ int CShelfwiseDoc::AddStorage(const QString& name, const QString& notes)
 
 bool CShelfwiseDoc::RenameStorage(int storageId, const QString& name)
 {
-    if (!Recorded(tr("Rename \"%1\"").arg(StorageName(storageId)), StorageSubject(storageId), [&] {
-            m_db.Execute(Format("UPDATE Storages SET StorageName = %s WHERE StorageID = %d",
-                                {QuoteSqlString(name), storageId}));
-        }))
+    if (!Recorded(tr("Rename \"%1\"").arg(StorageName(storageId)), StorageSubject(storageId),
+                  [&] { m_db.RenameStorage(storageId, name); }))
         return false;
     ReloadStorages();
     MarkChanged();
@@ -184,10 +179,8 @@ bool CShelfwiseDoc::UpdateStorage(int storageId, const QString& name, const QStr
 
 bool CShelfwiseDoc::RenameUnit(int unitId, const QString& name, QObject* sender)
 {
-    if (!Recorded(tr("Rename \"%1\"").arg(UnitName(unitId)), UnitSubject(unitId), [&] {
-            m_db.Execute(Format("UPDATE Units SET UnitName = %s WHERE UnitID = %d",
-                                {QuoteSqlString(name), unitId}));
-        }))
+    if (!Recorded(tr("Rename \"%1\"").arg(UnitName(unitId)), UnitSubject(unitId),
+                  [&] { m_db.RenameUnit(unitId, name); }))
         return false;
     MarkChanged();
     emit unitRenamed(unitId, sender);
@@ -205,10 +198,8 @@ bool CShelfwiseDoc::SetUnitNotes(int unitId, const QString& notes)
 
 bool CShelfwiseDoc::SetUnitCategory(int unitId, int categoryId)
 {
-    if (!Recorded(tr("Change Category of \"%1\"").arg(UnitName(unitId)), UnitSubject(unitId), [&] {
-            m_db.Execute(
-                Format("UPDATE Units SET CategoryID = %d WHERE UnitID = %d", {categoryId, unitId}));
-        }))
+    if (!Recorded(tr("Change Category of \"%1\"").arg(UnitName(unitId)), UnitSubject(unitId),
+                  [&] { m_db.SetUnitCategory(unitId, categoryId); }))
         return false;
     MarkChanged();
     emit viewsNeedUpdate(nullptr);
@@ -237,11 +228,8 @@ bool CShelfwiseDoc::SetExtensionFilesCategory(const QString& extension, int cate
 
 bool CShelfwiseDoc::DropExtensionFilesCategory(const QString& extension)
 {
-    if (!Recorded(tr("Change Category of *.%1 Files").arg(extension), EditSubject(), [&] {
-            m_db.ExecuteSingleStatement(Format("UPDATE Units SET CategoryID = 1 WHERE UnitType = "
-                                               "'F' AND UnitName LIKE '%%.%s'",
-                                               {SqlText::EscapeSqlQuotes(extension)}));
-        }))
+    if (!Recorded(tr("Change Category of *.%1 Files").arg(extension), EditSubject(),
+                  [&] { m_db.ResetExtensionFilesCategory(extension); }))
         return false;
     MarkChanged();
     return true;
@@ -249,49 +237,10 @@ bool CShelfwiseDoc::DropExtensionFilesCategory(const QString& extension)
 
 bool CShelfwiseDoc::MoveUnitToStorage(int unitId, int storageId)
 {
-    // The unit's row moves, and with it its subtree and its share of the two storages'
-    // counters, so both storages stay consistent with their units.
     const QString description =
         tr("Move \"%1\" to \"%2\"").arg(UnitName(unitId), StorageName(storageId));
-    const bool moved = Recorded(description, UnitSubject(unitId), [&] {
-        const UnitListItem unit = m_db.GetUnit(unitId);
-        const int oldStorage = m_db.GetUnitStorageId(unitId);
-        const std::vector<int> descendants = m_db.GetDescendantIds(unitId);
-        qint64 files = 0;
-        qint64 folders = 0;
-        int discs = 0;
-        if (unit.Kind == UnitKind::File) {
-            files = 1;
-        } else {
-            const FolderDetails details = m_db.GetFolderProperties(unitId);
-            files = details.SubfilesNumber;
-            folders = details.SubfoldersNumber;
-            const bool empty = files == 0 && folders == 0 && unit.UnitSize == 0;
-            // An empty disc or folder was never counted in its storage.
-            if (unit.Kind == UnitKind::Disc && !empty)
-                discs = 1;
-            if (unit.Kind == UnitKind::Folder && !empty)
-                folders += 1;
-        }
-        std::vector<QString> statements{
-            Format("UPDATE Units SET StorageID = %d WHERE UnitID = %d", {storageId, unitId})};
-        if (!descendants.empty()) {
-            QStringList ids;
-            for (int id : descendants)
-                ids << QString::number(id);
-            statements.push_back(Format("UPDATE Units SET StorageID = %d WHERE UnitID IN (%s)",
-                                        {storageId, ids.join(QLatin1Char(','))}));
-        }
-        const char* counters = "UPDATE Storages SET FilesNumber = FilesNumber %s %lld, "
-                               "FoldersNumber = FoldersNumber %s %lld, DiscsNumber = "
-                               "DiscsNumber %s %d, StorageSize = StorageSize %s %lld WHERE "
-                               "StorageID = %d";
-        statements.push_back(Format(
-            counters, {"-", files, "-", folders, "-", discs, "-", unit.UnitSize, oldStorage}));
-        statements.push_back(Format(
-            counters, {"+", files, "+", folders, "+", discs, "+", unit.UnitSize, storageId}));
-        m_db.ExecuteInTransaction(statements);
-    });
+    const bool moved = Recorded(description, UnitSubject(unitId),
+                                [&] { m_db.MoveUnitToStorage(unitId, storageId); });
     if (!moved)
         return false;
     ReloadStorages();

@@ -188,6 +188,84 @@ int CSqliteWrapper::GetUnitStorageId(int unitId)
     return rows.empty() ? 0 : rows.front();
 }
 
+bool CSqliteWrapper::UnitExists(int unitId)
+{
+    std::vector<int> found;
+    QueryRows(Format("SELECT UnitID FROM Units WHERE UnitID = %d", {unitId}), found,
+              &RowMappers::Ids);
+    return !found.empty();
+}
+
+std::vector<int> CSqliteWrapper::GetSubtreeIds(int unitId)
+{
+    std::vector<int> ids;
+    QueryRows(Format("WITH RECURSIVE Subtree(UnitID) AS (SELECT %d UNION SELECT "
+                     "Units.UnitID FROM Units JOIN Subtree ON Units.ParentUnitID = "
+                     "Subtree.UnitID) SELECT UnitID FROM Subtree",
+                     {unitId}),
+              ids, &RowMappers::Ids);
+    return ids;
+}
+
+int CSqliteWrapper::GetUnitDiscInfoId(int unitId)
+{
+    std::vector<int> discInfo;
+    QueryRows(Format("SELECT DiscInfoID FROM Units WHERE UnitID = %d", {unitId}), discInfo,
+              &RowMappers::Ids);
+    return discInfo.empty() ? 0 : discInfo.front();
+}
+
+std::vector<std::pair<QString, int>> CSqliteWrapper::GetExtensionRows()
+{
+    std::vector<RowMappers::ExtensionRow> rows;
+    QueryRows(QStringLiteral("SELECT Name, CategoryID FROM FileExtensions ORDER BY rowid"), rows,
+              &RowMappers::Extensions);
+    std::vector<std::pair<QString, int>> result;
+    result.reserve(rows.size());
+    for (const auto& row : rows)
+        result.emplace_back(row.Name, row.CategoryID);
+    return result;
+}
+
+qint64 CSqliteWrapper::CountUnits()
+{
+    std::vector<QString> count;
+    QueryRows(QStringLiteral("SELECT COUNT(*) FROM Units"), count, &RowMappers::Texts);
+    return count.empty() ? 0 : count.front().toLongLong();
+}
+
+QString CSqliteWrapper::CheckStatement(CheckQuery query)
+{
+    switch (query) {
+    case CheckQuery::UnitCounters:
+        return QStringLiteral("SELECT UnitID, ParentUnitID, StorageID, UnitType, UnitSize, "
+                              "SubfilesNumber, SubfoldersNumber FROM Units ORDER BY UnitID");
+    case CheckQuery::StorageCounters:
+        return QStringLiteral("SELECT StorageID, StorageName, FilesNumber, FoldersNumber, "
+                              "DiscsNumber, StorageSize FROM Storages ORDER BY StorageID");
+    case CheckQuery::MissingMediaRows:
+        return QStringLiteral(
+            "SELECT UnitID, UnitName, CategoryID, UnitInfoID FROM Units "
+            "WHERE UnitInfoID IS NOT NULL AND ("
+            "(CategoryID = 2 AND NOT EXISTS (SELECT 1 FROM FilmInfo WHERE FilmInfoID = "
+            "UnitInfoID)) OR "
+            "(CategoryID = 3 AND NOT EXISTS (SELECT 1 FROM MusicInfo WHERE MusicInfoID = "
+            "UnitInfoID)) OR "
+            "(CategoryID = 4 AND NOT EXISTS (SELECT 1 FROM PictureInfo WHERE PictureInfoID = "
+            "UnitInfoID))) ORDER BY UnitID");
+    }
+    return QString();
+}
+
+QString CSqliteWrapper::UnitNamesStatement(const std::vector<int>& unitIds)
+{
+    QStringList list;
+    for (int id : unitIds)
+        list << QString::number(id);
+    return QStringLiteral("SELECT UnitID, UnitName FROM Units WHERE UnitID IN (%1)")
+        .arg(list.join(QLatin1Char(',')));
+}
+
 std::vector<int> CSqliteWrapper::GetAncestorIds(int unitId)
 {
     g_ancestorIds.clear();

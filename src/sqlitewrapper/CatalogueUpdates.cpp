@@ -3,6 +3,8 @@
 #include "sqlitewrapper/RowMappers.h"
 #include "sqlitewrapper/SqliteWrapper.h"
 
+#include <QStringList>
+
 using SqlText::Format;
 using SqlText::FormatSqlDate;
 using SqlText::QuoteOptionalSqlString;
@@ -56,6 +58,21 @@ void CSqliteWrapper::UpdateStorage(int storageId, const QString& name, const QSt
     // Both quoted: empty notes become an empty string here, unlike AddStorage.
     Execute(Format("UPDATE Storages SET StorageName = %s, StorageNotes = %s WHERE StorageID = %d",
                    {QuoteSqlString(name), QuoteOptionalSqlString(notes), storageId}));
+}
+
+void CSqliteWrapper::RenameStorage(int storageId, const QString& name)
+{
+    Execute(Format("UPDATE Storages SET StorageName = %s WHERE StorageID = %d",
+                   {QuoteSqlString(name), storageId}));
+}
+
+void CSqliteWrapper::SubtractFromStorage(int storageId, qint64 files, qint64 folders, int discs,
+                                         qint64 size)
+{
+    Execute(Format("UPDATE Storages SET FilesNumber = FilesNumber - %lld, FoldersNumber = "
+                   "FoldersNumber - %lld, DiscsNumber = DiscsNumber - %d, StorageSize = "
+                   "StorageSize - %lld WHERE StorageID = %d",
+                   {files, folders, discs, size, storageId}));
 }
 
 void CSqliteWrapper::DeleteStorage(int storageId)
@@ -239,6 +256,67 @@ void CSqliteWrapper::DeleteUnit(int unitId)
     }
 }
 
+void CSqliteWrapper::RenameUnit(int unitId, const QString& name)
+{
+    Execute(
+        Format("UPDATE Units SET UnitName = %s WHERE UnitID = %d", {QuoteSqlString(name), unitId}));
+}
+
+void CSqliteWrapper::SetUnitCategory(int unitId, int categoryId)
+{
+    Execute(Format("UPDATE Units SET CategoryID = %d WHERE UnitID = %d", {categoryId, unitId}));
+}
+
+void CSqliteWrapper::MoveUnitToStorage(int unitId, int storageId)
+{
+    // The unit's row moves, and with it its subtree and its share of the two storages'
+    // counters, so both storages stay consistent with their units.
+    const UnitListItem unit = GetUnit(unitId);
+    const int oldStorage = GetUnitStorageId(unitId);
+    const std::vector<int> descendants = GetDescendantIds(unitId);
+    qint64 files = 0;
+    qint64 folders = 0;
+    int discs = 0;
+    if (unit.Kind == UnitKind::File) {
+        files = 1;
+    } else {
+        const FolderDetails details = GetFolderProperties(unitId);
+        files = details.SubfilesNumber;
+        folders = details.SubfoldersNumber;
+        const bool empty = files == 0 && folders == 0 && unit.UnitSize == 0;
+        // An empty disc or folder was never counted in its storage.
+        if (unit.Kind == UnitKind::Disc && !empty)
+            discs = 1;
+        if (unit.Kind == UnitKind::Folder && !empty)
+            folders += 1;
+    }
+    std::vector<QString> statements{
+        Format("UPDATE Units SET StorageID = %d WHERE UnitID = %d", {storageId, unitId})};
+    if (!descendants.empty()) {
+        QStringList ids;
+        for (int id : descendants)
+            ids << QString::number(id);
+        statements.push_back(Format("UPDATE Units SET StorageID = %d WHERE UnitID IN (%s)",
+                                    {storageId, ids.join(QLatin1Char(','))}));
+    }
+    const char* counters = "UPDATE Storages SET FilesNumber = FilesNumber %s %lld, "
+                           "FoldersNumber = FoldersNumber %s %lld, DiscsNumber = "
+                           "DiscsNumber %s %d, StorageSize = StorageSize %s %lld WHERE "
+                           "StorageID = %d";
+    statements.push_back(
+        Format(counters, {"-", files, "-", folders, "-", discs, "-", unit.UnitSize, oldStorage}));
+    statements.push_back(
+        Format(counters, {"+", files, "+", folders, "+", discs, "+", unit.UnitSize, storageId}));
+    ExecuteInTransaction(statements);
+}
+
+void CSqliteWrapper::DeleteUnusedDiscInfo(int discInfoId)
+{
+    Execute(Format("DELETE FROM DiscInfo WHERE DiscInfoID = %d AND NOT EXISTS (SELECT 1 "
+                   "FROM Units WHERE DiscInfoID = %d)",
+                   {discInfoId, discInfoId}));
+}
+
 void CSqliteWrapper::DeleteUnitRows(const std::vector<int>& ids)
 {
     if (ids.empty())
@@ -317,6 +395,27 @@ void CSqliteWrapper::SetFileExtensionCategory(const QString& fileName, int categ
         DeleteFileExtension(extension);
     }
     SetExtensionFilesCategory(extension, categoryId);
+}
+
+void CSqliteWrapper::ReplaceExtensionRows(const std::vector<std::pair<QString, int>>& rows)
+{
+    // Written back in their order, so the table reads as it did.
+    Execute(QStringLiteral("DELETE FROM FileExtensions"));
+    if (rows.empty())
+        return;
+    QStringList values;
+    for (const auto& [name, categoryId] : rows)
+        values << Format("(%s, %d)", {QuoteSqlString(name), categoryId});
+    Execute(QStringLiteral("INSERT INTO FileExtensions(Name, CategoryID) VALUES ") +
+            values.join(QStringLiteral(", ")));
+}
+
+void CSqliteWrapper::ResetExtensionFilesCategory(const QString& extension)
+{
+    // As SetExtensionFilesCategory, for the general category.
+    ExecuteSingleStatement(Format("UPDATE Units SET CategoryID = 1 WHERE UnitType = "
+                                  "'F' AND UnitName LIKE '%%.%s'",
+                                  {SqlText::EscapeSqlQuotes(extension)}));
 }
 
 void CSqliteWrapper::SetExtensionFilesCategory(const QString& extension, int categoryId)

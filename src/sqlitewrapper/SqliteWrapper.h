@@ -14,6 +14,7 @@
 
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 // SQLite's session object, declared by sqlite3.h only where the session extension is
@@ -80,6 +81,11 @@ public:
     bool GetMusicInfo(int unitId, MusicInfo& info);
     bool GetPictureInfo(int unitId, PictureInfo& info);
     int GetUnitStorageId(int unitId);
+    bool UnitExists(int unitId);
+    // The unit and every unit below it, at any depth, in one query.
+    std::vector<int> GetSubtreeIds(int unitId);
+    // The unit's DiscInfoID; 0 when it has none.
+    int GetUnitDiscInfoId(int unitId);
     // Both keep their result in one process-wide list, which the next call
     // overwrites; they are not re-entrant. The returned list is a copy.
     std::vector<int> GetAncestorIds(int unitId);
@@ -136,6 +142,54 @@ public:
     // Every file unit with the extension moves to the category (the LIKE of the
     // extension map's update, without touching the map).
     void SetExtensionFilesCategory(const QString& extension, int categoryId);
+    // Every file unit with the extension goes back to the general category.
+    void ResetExtensionFilesCategory(const QString& extension);
+    void RenameStorage(int storageId, const QString& name);
+    void RenameUnit(int unitId, const QString& name);
+    void SetUnitCategory(int unitId, int categoryId);
+    // Moves the unit with its subtree to another storage, and its share of the counters
+    // with it, in one transaction.
+    void MoveUnitToStorage(int unitId, int storageId);
+    // Takes a unit's share off its storage's counters.
+    void SubtractFromStorage(int storageId, qint64 files, qint64 folders, int discs, qint64 size);
+    // Deletes the DiscInfo row unless a unit still refers to it.
+    void DeleteUnusedDiscInfo(int discInfoId);
+    // The extension map's rows as stored, in their order, and the map replaced by rows
+    // (in that order). Neither touches the extension cache (LoadFileExtensions).
+    std::vector<std::pair<QString, int>> GetExtensionRows();
+    void ReplaceExtensionRows(const std::vector<std::pair<QString, int>>& rows);
+
+    // The consistency check's reads. Each fills the caller's own records through a
+    // mapper that reads the columns listed, in that order.
+    qint64 CountUnits();
+    // UnitID, ParentUnitID, StorageID, UnitType, UnitSize, SubfilesNumber,
+    // SubfoldersNumber of every unit, by UnitID.
+    template <typename Record>
+    void GetUnitCounters(std::vector<Record>& rows, RowMapper<Record> mapper)
+    {
+        QueryRows(CheckStatement(CheckQuery::UnitCounters), rows, mapper);
+    }
+    // StorageID, StorageName, FilesNumber, FoldersNumber, DiscsNumber, StorageSize of
+    // every storage, by StorageID.
+    template <typename Record>
+    void GetStorageCounters(std::vector<Record>& rows, RowMapper<Record> mapper)
+    {
+        QueryRows(CheckStatement(CheckQuery::StorageCounters), rows, mapper);
+    }
+    // UnitID, UnitName, CategoryID, UnitInfoID of the units whose UnitInfoID names no
+    // row of their category's media table, by UnitID.
+    template <typename Record>
+    void GetUnitsMissingMediaRows(std::vector<Record>& rows, RowMapper<Record> mapper)
+    {
+        QueryRows(CheckStatement(CheckQuery::MissingMediaRows), rows, mapper);
+    }
+    // UnitID, UnitName of the units with these ids, in one statement.
+    template <typename Record>
+    void GetUnitNames(const std::vector<int>& unitIds, std::vector<Record>& rows,
+                      RowMapper<Record> mapper)
+    {
+        QueryRows(UnitNamesStatement(unitIds), rows, mapper);
+    }
 
     // Execute for a statement built around a typed or scanned text: refused with a
     // database error unless the text is exactly one statement (and, with readOnly,
@@ -159,6 +213,9 @@ public:
     void ApplyChangeset(const QByteArray& changeset, bool inverse);
 
 private:
+    enum class CheckQuery { UnitCounters, StorageCounters, MissingMediaRows };
+    static QString CheckStatement(CheckQuery query);
+    static QString UnitNamesStatement(const std::vector<int>& unitIds);
     // String 150 in the narrow code page: the message when no catalogue is open.
     static std::string InaccessibleMessage();
     void CollectDescendants(int unitId, std::vector<int>& ids);
