@@ -170,13 +170,13 @@ class Driver final : public QObject
 {
 public:
     explicit Driver(QEventLoop& loop) : m_loop(loop) {}
-    qintptr Outcome = WorkerEvent::Failed;
+    WorkOutcome Outcome = WorkOutcome::Failed;
 
 protected:
     void customEvent(QEvent* event) override
     {
         if (WorkerEvent::Is(event, WorkerEvent::Finished)) {
-            Outcome = static_cast<WorkerEvent*>(event)->WParam();
+            Outcome = static_cast<WorkerEvent*>(event)->Outcome();
             m_loop.quit();
         }
     }
@@ -215,7 +215,7 @@ bool RunReport(CSqliteWrapper& db, int storage, const QString& path, ReportRun& 
     run.peakAfterKb = static_cast<long>(BenchSupport::PeakMemory() / 1024);
     run.rows = job.Done;
     run.pageBytes = QFileInfo(path).size();
-    return driver.Outcome == WorkerEvent::Succeeded && job.PageWritten;
+    return driver.Outcome == WorkOutcome::Succeeded && job.PageWritten;
 }
 
 void PrintRun(const char* what, const ReportRun& run)

@@ -222,7 +222,7 @@ bool CAddLocationDlg::IsBusy() const
 
 bool CAddLocationDlg::Succeeded() const
 {
-    return m_ended && m_outcome == CAddLocationJob::Outcome::Succeeded;
+    return m_ended && m_outcome == WorkOutcome::Succeeded;
 }
 
 void CAddLocationDlg::accept()
@@ -360,7 +360,7 @@ void CAddLocationDlg::Start(const CAddLocationJob::Request& request)
         return;
     // A single file that could not be read (the job said so): nothing was added.
     m_ended = true;
-    m_outcome = CAddLocationJob::Outcome::Failed;
+    m_outcome = WorkOutcome::Failed;
     QDialog::reject();
 }
 
@@ -376,14 +376,14 @@ void CAddLocationDlg::OnProgress(int percent)
     m_ui->progressText->setText(QStringLiteral("%1 %").arg(percent));
 }
 
-void CAddLocationDlg::OnFinished(CAddLocationJob::Outcome outcome)
+void CAddLocationDlg::OnFinished(WorkOutcome outcome)
 {
     // The job has committed or rolled back, released the tray and shown its failure or
     // cancel message by now.
     m_ended = true;
     m_outcome = outcome;
     switch (outcome) {
-    case CAddLocationJob::Outcome::Succeeded: {
+    case WorkOutcome::Succeeded: {
         OnProgress(100);
         // A single file is read without the scanner, which alone keeps the error list.
         const std::vector<FileSystemError> errors = ErrorLog::Instance().FileSystemErrors();
@@ -392,10 +392,10 @@ void CAddLocationDlg::OnFinished(CAddLocationJob::Outcome outcome)
         QDialog::accept();
         break;
     }
-    case CAddLocationJob::Outcome::Failed:
+    case WorkOutcome::Failed:
         QDialog::accept();
         break;
-    case CAddLocationJob::Outcome::Cancelled:
+    case WorkOutcome::Cancelled:
         QDialog::reject();
         break;
     }

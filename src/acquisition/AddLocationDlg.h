@@ -88,7 +88,7 @@ private:
     void OnOpenDisc();
     void OnCategoryChoice();
     void OnProgress(int percent);
-    void OnFinished(CAddLocationJob::Outcome outcome);
+    void OnFinished(WorkOutcome outcome);
 
     // Each returns false after showing why the input cannot be added (or after the
     // duplicate dialog closed this dialog).
@@ -109,7 +109,7 @@ private:
     std::unique_ptr<CAddLocationJob> m_job;
     bool m_started = false;
     bool m_ended = false;
-    CAddLocationJob::Outcome m_outcome = CAddLocationJob::Outcome::Failed;
+    WorkOutcome m_outcome = WorkOutcome::Failed;
     int m_revealUnitId = 0;
     // What auto eject says for a drive, kept while an image greys it.
     bool m_ejectChoice = false;

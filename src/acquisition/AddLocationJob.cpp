@@ -192,7 +192,7 @@ bool CAddLocationJob::Start(const Request& request)
         m_adding = true;
         if (!AddLocation(static_cast<quint64>(request.discSize))) {
             m_adding = false;
-            End(Outcome::Failed);
+            End(WorkOutcome::Failed);
             return false;
         }
         return true;
@@ -204,7 +204,7 @@ bool CAddLocationJob::Start(const Request& request)
         if (!AddLocation(0))
             return false;
         emit progress(100);
-        emit finished(Outcome::Succeeded);
+        emit finished(WorkOutcome::Succeeded);
         return true;
     }
     return false;
@@ -215,7 +215,7 @@ void CAddLocationJob::StartImport(quint64 totalSize)
     m_adding = true;
     if (!AddLocation(totalSize)) {
         m_adding = false;
-        End(Outcome::Failed);
+        End(WorkOutcome::Failed);
     }
 }
 
@@ -258,7 +258,7 @@ void CAddLocationJob::customEvent(QEvent* event)
         if (!m_counting)
             return;
         if (m_cancelRequested) {
-            End(Outcome::Cancelled);
+            End(WorkOutcome::Cancelled);
             return;
         }
         m_counting = false;
@@ -267,17 +267,13 @@ void CAddLocationJob::customEvent(QEvent* event)
     }
     if (!WorkerEvent::Is(event, WorkerEvent::Finished) || !IsBusy())
         return; // a second worker's end after the first one ended the job
-    const qintptr outcome = static_cast<WorkerEvent*>(event)->WParam();
-    if (m_cancelRequested && outcome == WorkerEvent::Succeeded) {
-        End(Outcome::Cancelled);
-        return;
-    }
-    End(outcome == WorkerEvent::Succeeded ? Outcome::Succeeded
-        : outcome == WorkerEvent::Failed  ? Outcome::Failed
-                                          : Outcome::Cancelled);
+    const WorkOutcome outcome = static_cast<WorkerEvent*>(event)->Outcome();
+    // A worker that finished before it saw the cancel does not commit what the user
+    // cancelled.
+    End(m_cancelRequested && outcome == WorkOutcome::Succeeded ? WorkOutcome::Cancelled : outcome);
 }
 
-void CAddLocationJob::End(Outcome outcome)
+void CAddLocationJob::End(WorkOutcome outcome)
 {
     StopWorkers();
     const bool wasAdding = m_adding;
@@ -285,17 +281,17 @@ void CAddLocationJob::End(Outcome outcome)
     m_adding = false;
     UserPrompter& prompter = UserPrompter::Current();
     switch (outcome) {
-    case Outcome::Succeeded:
+    case WorkOutcome::Succeeded:
         if (m_lastProgress < 100)
             emit progress(100);
         m_doc.FinishUpdate();
         break;
-    case Outcome::Failed:
+    case WorkOutcome::Failed:
         if (wasAdding)
             m_doc.RollbackAdd();
         prompter.ShowMessage(Strings::IDS_OPERATION_FAILED, UserPrompter::Icon::Error);
         break;
-    case Outcome::Cancelled:
+    case WorkOutcome::Cancelled:
         if (wasAdding)
             m_doc.RollbackAdd();
         prompter.ShowMessage(Strings::IDS_OPERATION_CANCELLED, UserPrompter::Icon::Information);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "acquisition/SubunitQueue.h"
+#include "common/WorkOutcome.h"
 
 #include <QObject>
 #include <QString>
@@ -30,7 +31,6 @@ class CAddLocationJob final : public QObject
 
 public:
     enum class Mode { Disc = 1, Folder = 2, File = 3 };
-    enum class Outcome { Succeeded = 0, Failed = 1, Cancelled = 2 };
 
     struct Request
     {
@@ -79,7 +79,7 @@ public:
 signals:
     void progress(int percent);
     // After the catalogue was committed or rolled back and the tray released.
-    void finished(CAddLocationJob::Outcome outcome);
+    void finished(WorkOutcome outcome);
 
 protected:
     void customEvent(QEvent* event) override;
@@ -91,7 +91,7 @@ private:
     // the catalogue refused the top unit (both reported); no worker runs then.
     bool AddLocation(quint64 totalSize);
     void StartImport(quint64 totalSize);
-    void End(Outcome outcome);
+    void End(WorkOutcome outcome);
     void StopWorkers();
 
     CShelfwiseDoc& m_doc;

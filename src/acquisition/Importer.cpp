@@ -81,14 +81,14 @@ bool CImporter::IsRunning() const
     return m_thread.IsRunning();
 }
 
-int CImporter::Run()
+WorkOutcome CImporter::Run()
 {
     // The reading threads live as long as this run.
     if (m_readerFactory) {
         const int threads = m_mediaThreads > 0 ? m_mediaThreads : MediaReadPool::DefaultThreads();
         m_pool = std::make_unique<MediaReadPool>(m_readerFactory, threads);
     }
-    int outcome = WorkerEvent::Failed;
+    WorkOutcome outcome = WorkOutcome::Failed;
     try {
         outcome = Drain();
     } catch (const CSqliteWrapperError& error) {
@@ -102,20 +102,21 @@ int CImporter::Run()
     m_window.clear();
     if (m_files)
         m_files->Clear();
-    if (outcome == WorkerEvent::Succeeded)
+    if (outcome == WorkOutcome::Succeeded)
         WriteTotals();
-    Post(m_notify, WorkerEvent::Finished, outcome);
+    if (m_notify)
+        QCoreApplication::postEvent(m_notify, new WorkerEvent(outcome));
     return outcome;
 }
 
-int CImporter::Drain()
+WorkOutcome CImporter::Drain()
 {
     SubunitQueue& queue = m_queue;
     std::vector<SubunitInfoPtr> arrived;
     arrived.reserve(kWindow);
     for (;;) {
         if (m_cancel.load(std::memory_order_relaxed) == 1)
-            return WorkerEvent::Cancelled;
+            return WorkOutcome::Cancelled;
         if (m_window.size() < kWindow) {
             queue.PopBatch(arrived, kWindow - m_window.size());
             for (SubunitInfoPtr& record : arrived)
@@ -126,17 +127,14 @@ int CImporter::Drain()
             // Write what is gathered before waiting for the scanner: a slow disc's
             // files then reach the catalogue as it goes.
             FlushFiles();
-            switch (queue.WaitNext()) {
-            case SubunitQueue::Ready:
-                break;
-            case SubunitQueue::Finished:
-                return WorkerEvent::Succeeded;
-            case SubunitQueue::Cancelled:
+            if (!queue.WaitNext()) {
+                if (queue.Outcome() == WorkOutcome::Succeeded)
+                    return WorkOutcome::Succeeded;
+                // The walk was cancelled. The dialog sets both flags together: this
+                // lasts only an instant.
                 if (m_cancel.load() == 1)
-                    return WorkerEvent::Cancelled;
-                // The dialog sets both flags together: this lasts only an instant.
+                    return WorkOutcome::Cancelled;
                 QThread::yieldCurrentThread();
-                break;
             }
             continue;
         }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "acquisition/SubunitInfo.h"
+#include "common/WorkOutcome.h"
 #include "common/WorkerThread.h"
 #include "media/MediaReadPool.h"
 #include "sqlitewrapper/FileInsertBatch.h"
@@ -65,7 +66,7 @@ public:
     bool IsRunning() const;
 
     // The import itself, on the calling thread: returns the outcome it posts.
-    int Run();
+    WorkOutcome Run();
 
 private:
     // One scanned folder (or the root, at index 0) and its counters: first of its own
@@ -86,7 +87,7 @@ private:
         MediaReadPool::JobPtr media;
     };
 
-    int Drain();
+    WorkOutcome Drain();
     void Admit(SubunitInfoPtr record);
     void ImportRecord(Pending& pending);
     void ImportFile(const SubunitInfo& record, int categoryId, const CNullable<int>& unitInfoId,

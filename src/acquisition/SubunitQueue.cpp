@@ -70,23 +70,32 @@ void SubunitQueue::SetCancelled()
     Signal();
 }
 
-SubunitQueue::WaitResult SubunitQueue::WaitNext()
+std::optional<WorkOutcome> SubunitQueue::Outcome() const
 {
     if (m_cancelled.load())
-        return Cancelled;
+        return WorkOutcome::Cancelled;
+    if (m_finished.load())
+        return WorkOutcome::Succeeded;
+    return std::nullopt;
+}
+
+bool SubunitQueue::WaitNext()
+{
+    if (m_cancelled.load())
+        return false;
     for (;;) {
         std::unique_lock<std::mutex> lock(m_mutex);
         if (m_count > 0)
-            return Ready;
+            return true;
         if (m_finished.load())
-            return Finished;
+            return false;
         // Auto-reset: the wait consumes the signal. A signal left over from a push
         // whose item was already taken only causes one more look at the queue.
         m_signal.wait(lock, [this] { return m_signalled; });
         m_signalled = false;
         lock.unlock();
         if (m_cancelled.load())
-            return Cancelled;
+            return false;
     }
 }
 

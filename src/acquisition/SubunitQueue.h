@@ -2,11 +2,13 @@
 
 #include "acquisition/SubunitInfo.h"
 #include "acquisition/SubunitSink.h"
+#include "common/WorkOutcome.h"
 
 #include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
+#include <optional>
 #include <vector>
 
 // The hand-over between the scanner (producer) and the importer (consumer) of one
@@ -20,8 +22,6 @@
 class SubunitQueue final : public SubunitSink
 {
 public:
-    enum WaitResult { Ready = 0, Finished = 1, Cancelled = 2 };
-
     SubunitQueue() = default;
     ~SubunitQueue() override = default;
     SubunitQueue(const SubunitQueue&) = delete;
@@ -40,14 +40,15 @@ public:
     // The scanner has walked the whole tree / stopped on a cancel request. Both signal.
     void SetFinished() override;
     void SetCancelled() override;
-    bool IsFinished() const { return m_finished.load(); }
-    bool IsCancelled() const { return m_cancelled.load(); }
+    // How the walk into the queue ended: Succeeded once the scanner has walked the
+    // whole tree, Cancelled once it stopped on cancel (which wins); none while it runs.
+    std::optional<WorkOutcome> Outcome() const;
 
-    // Ready when an item is there, Finished when the scanner is done and nothing is
-    // left, Cancelled when the scanner stopped on cancel. Blocks while the queue is
-    // empty and the scanner still runs.
-    WaitResult WaitNext();
-    // Removes and returns the first item; only after WaitNext() said Ready.
+    // True when an item is there to take. False when the walk has ended and nothing is
+    // left, or at once when it was cancelled (records may be left then): Outcome() says
+    // which. Blocks while the queue is empty and the scanner still runs.
+    bool WaitNext();
+    // Removes and returns the first item; only after WaitNext() said true.
     SubunitInfoPtr Pop();
     // Moves up to max of the first items to the end of out under one lock and returns
     // how many; 0 when none is there. Never blocks.

@@ -129,5 +129,6 @@ void SubunitsSearcher::EndCancelled()
 {
     m_sink.SetCancelled();
     m_pending.clear();
-    Post(m_notify.load(), WorkerEvent::Finished, WorkerEvent::Cancelled);
+    if (QObject* notify = m_notify.load())
+        QCoreApplication::postEvent(notify, new WorkerEvent(WorkOutcome::Cancelled));
 }

@@ -44,10 +44,10 @@ int RunAddition(CliContext& ctx, CAddLocationJob& job, const CAddLocationJob::Re
         return ExitStatus::Cancelled;
     QEventLoop loop;
     bool done = false;
-    auto outcome = CAddLocationJob::Outcome::Failed;
+    auto outcome = WorkOutcome::Failed;
     QObject::connect(&job, &CAddLocationJob::progress, &loop,
                      [&](int percent) { line.Show(percent); });
-    QObject::connect(&job, &CAddLocationJob::finished, &loop, [&](CAddLocationJob::Outcome result) {
+    QObject::connect(&job, &CAddLocationJob::finished, &loop, [&](WorkOutcome result) {
         outcome = result;
         done = true;
         loop.quit();
@@ -68,13 +68,13 @@ int RunAddition(CliContext& ctx, CAddLocationJob& job, const CAddLocationJob::Re
     line.Done();
 
     switch (outcome) {
-    case CAddLocationJob::Outcome::Succeeded:
+    case WorkOutcome::Succeeded:
         for (const FileSystemError& error : ErrorLog::Instance().FileSystemErrors())
             PrintError(QStringLiteral("%1 - %2").arg(error.Path, error.Message));
         break;
-    case CAddLocationJob::Outcome::Failed:
+    case WorkOutcome::Failed:
         return ExitStatus::Error;
-    case CAddLocationJob::Outcome::Cancelled:
+    case WorkOutcome::Cancelled:
         return ExitStatus::Cancelled;
     }
     if (!ctx.SaveCatalogue())

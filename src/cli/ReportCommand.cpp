@@ -31,7 +31,7 @@ class ReportDriver final : public QObject
 public:
     explicit ReportDriver(QEventLoop& loop) : m_loop(loop), m_progress("Writing the report") {}
 
-    qintptr Outcome() const { return m_outcome; }
+    WorkOutcome Outcome() const { return m_outcome; }
 
 protected:
     void customEvent(QEvent* event) override
@@ -41,7 +41,7 @@ protected:
             m_progress.Show(static_cast<int>(workerEvent->WParam()));
         } else if (WorkerEvent::Is(event, WorkerEvent::Finished)) {
             m_progress.Done();
-            m_outcome = workerEvent->WParam();
+            m_outcome = workerEvent->Outcome();
             m_loop.quit();
         }
     }
@@ -49,7 +49,7 @@ protected:
 private:
     QEventLoop& m_loop;
     ProgressLine m_progress;
-    qintptr m_outcome = WorkerEvent::Failed;
+    WorkOutcome m_outcome = WorkOutcome::Failed;
 };
 
 void PrintError(const QString& text)
@@ -122,9 +122,9 @@ int Report(CliContext& ctx)
     poll.stop();
 
     switch (driver.Outcome()) {
-    case WorkerEvent::Succeeded:
+    case WorkOutcome::Succeeded:
         break;
-    case WorkerEvent::Cancelled:
+    case WorkOutcome::Cancelled:
         PrintError(Strings::LoadString(Strings::IDS_OPERATION_CANCELLED));
         return ExitStatus::Cancelled;
     default:

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "common/WorkOutcome.h"
+
 #include <QEvent>
 #include <QtGlobal>
 
@@ -9,22 +11,23 @@ class WorkerEvent final : public QEvent
 {
 public:
     // The codes the workers post.
-    static constexpr int Finished = 1025; // wParam 0 success, 1 failure, 2 cancelled
+    static constexpr int Finished = 1025; // carries the WorkOutcome
     static constexpr int Progress = 1026; // wParam: percentage 0 to 100
     static constexpr int Walked = 1027;   // the size-counting scan has walked the tree
-
-    // Outcomes carried by Finished.
-    static constexpr qintptr Succeeded = 0;
-    static constexpr qintptr Failed = 1;
-    static constexpr qintptr Cancelled = 2;
 
     WorkerEvent(int code, qintptr wParam)
         : QEvent(static_cast<QEvent::Type>(code)), m_wParam(wParam)
     {
     }
+    // The Finished event of work that ended so.
+    explicit WorkerEvent(WorkOutcome outcome) : WorkerEvent(Finished, static_cast<qintptr>(outcome))
+    {
+    }
 
     int Code() const { return static_cast<int>(type()); }
     qintptr WParam() const { return m_wParam; }
+    // How the work ended; for a Finished event only.
+    WorkOutcome Outcome() const { return static_cast<WorkOutcome>(m_wParam); }
 
     static bool Is(const QEvent* event, int code)
     {

@@ -54,8 +54,7 @@ void VolumeInfoWorker::Start(QObject* receiver)
     m_thread.Start([state, receiver] {
         state->Result = state->Drives->ReadVolumeInfo(state->DrivePath);
         state->Finished.store(true);
-        QCoreApplication::postEvent(receiver,
-                                    new WorkerEvent(WorkerEvent::Finished, WorkerEvent::Succeeded));
+        QCoreApplication::postEvent(receiver, new WorkerEvent(WorkOutcome::Succeeded));
     });
 }
 

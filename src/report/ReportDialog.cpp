@@ -199,7 +199,7 @@ void CReportDialog::customEvent(QEvent* event)
     if (WorkerEvent::Is(event, WorkerEvent::Progress))
         ShowProgress(static_cast<int>(static_cast<const WorkerEvent*>(event)->WParam()));
     else if (WorkerEvent::Is(event, WorkerEvent::Finished))
-        OnFinished(static_cast<const WorkerEvent*>(event)->WParam());
+        OnFinished(static_cast<const WorkerEvent*>(event)->Outcome());
     else
         QDialog::customEvent(event);
 }
@@ -219,7 +219,7 @@ void CReportDialog::SetRunning(bool running)
     m_ui->levelCombo->setEnabled(!running);
 }
 
-void CReportDialog::OnFinished(qintptr outcome)
+void CReportDialog::OnFinished(WorkOutcome outcome)
 {
     // The end event is the worker's last act: joining it takes no time.
     m_writer.Wait();
@@ -229,14 +229,14 @@ void CReportDialog::OnFinished(qintptr outcome)
     emit reportRunning(false);
 
     switch (outcome) {
-    case WorkerEvent::Succeeded:
+    case WorkOutcome::Succeeded:
         // A path that could not be created still ends here: nothing was written, and
         // the desktop says that the page is missing when it is asked to open it.
         if (m_openUrl)
             m_openUrl(QUrl::fromLocalFile(m_job.Path));
         QDialog::accept();
         break;
-    case WorkerEvent::Cancelled:
+    case WorkOutcome::Cancelled:
         UserPrompter::Current().ShowMessage(Strings::IDS_OPERATION_CANCELLED,
                                             UserPrompter::Icon::Information);
         break;

@@ -90,7 +90,7 @@ private:
     void FillNestingLevels();
     void ShowProgress(int percent);
     void SetRunning(bool running);
-    void OnFinished(qintptr outcome);
+    void OnFinished(WorkOutcome outcome);
     /// The document's display name, as the window's title shows it.
     QString DocumentTitle() const;
 

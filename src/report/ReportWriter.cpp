@@ -198,9 +198,10 @@ void Post(const ReportJob& job, int code, qintptr value)
         QCoreApplication::postEvent(job.Receiver, new WorkerEvent(code, value));
 }
 
-qintptr Finish(const ReportJob& job, qintptr outcome)
+WorkOutcome Finish(const ReportJob& job, WorkOutcome outcome)
 {
-    Post(job, WorkerEvent::Finished, outcome);
+    if (job.Receiver)
+        QCoreApplication::postEvent(job.Receiver, new WorkerEvent(outcome));
     return outcome;
 }
 
@@ -267,14 +268,14 @@ void CReportWriter::Cancel(ReportJob& job)
     job.Cancel.exchange(1);
 }
 
-qintptr CReportWriter::Run(ReportJob& job)
+WorkOutcome CReportWriter::Run(ReportJob& job)
 {
     job.Total = 0;
     job.Done = 0;
     job.LastPercent = 0;
     job.PageWritten = false;
     if (CancelRequested(job))
-        return Finish(job, WorkerEvent::Cancelled);
+        return Finish(job, WorkOutcome::Cancelled);
 
     std::vector<StorageRecord> storages;
     std::vector<ReportUnit> units;
@@ -283,10 +284,10 @@ qintptr CReportWriter::Run(ReportJob& job)
         ReadUnits(*job.Catalogue, job.Storage, units);
     } catch (const CSqliteWrapperError& error) {
         ErrorLog::Instance().ReportException(error, true);
-        return Finish(job, WorkerEvent::Failed);
+        return Finish(job, WorkOutcome::Failed);
     }
     if (CancelRequested(job))
-        return Finish(job, WorkerEvent::Cancelled);
+        return Finish(job, WorkOutcome::Cancelled);
 
     job.Total = static_cast<quint32>(units.size());
     job.LastPercent = 10;
@@ -299,7 +300,7 @@ qintptr CReportWriter::Run(ReportJob& job)
         if (page.Create(job.Path)) {
             if (!WritePage(job, storages, units, page)) {
                 page.Close(); // the rows written so far stay
-                return Finish(job, WorkerEvent::Cancelled);
+                return Finish(job, WorkOutcome::Cancelled);
             }
             job.PageWritten = page.Close();
         }
@@ -307,7 +308,7 @@ qintptr CReportWriter::Run(ReportJob& job)
         // Out of memory, most likely: the worker still ends with an outcome.
         ErrorLog::Instance().WriteLogEntry(0, QString::fromLocal8Bit(error.what()),
                                            QString::fromLatin1(kSource), __LINE__);
-        return Finish(job, WorkerEvent::Failed);
+        return Finish(job, WorkOutcome::Failed);
     }
-    return Finish(job, WorkerEvent::Succeeded);
+    return Finish(job, WorkOutcome::Succeeded);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "common/WorkOutcome.h"
 #include "common/WorkerThread.h"
 
 #include <QString>
@@ -59,7 +60,7 @@ public:
     static void Cancel(ReportJob& job);
 
     /// The worker's whole job on the calling thread; returns the outcome it posted.
-    static qintptr Run(ReportJob& job);
+    static WorkOutcome Run(ReportJob& job);
 
 private:
     CWorkerThread m_thread;

@@ -84,17 +84,16 @@ protected:
     }
 
     // Runs the job to its end; progress percentages are collected.
-    CAddLocationJob::Outcome Add(CAddLocationJob::Mode mode, const QString& path,
-                                 bool cancelOnFirstProgress = false, bool categorise = true,
-                                 int category = 1,
-                                 const std::function<void(CImporter&)>& configure = {})
+    WorkOutcome Add(CAddLocationJob::Mode mode, const QString& path,
+                    bool cancelOnFirstProgress = false, bool categorise = true, int category = 1,
+                    const std::function<void(CImporter&)>& configure = {})
     {
         CAddLocationJob job(m_doc);
         job.SetFolderLister(m_lister);
         if (configure)
             configure(job.Importer());
         QEventLoop loop;
-        auto outcome = CAddLocationJob::Outcome::Failed;
+        auto outcome = WorkOutcome::Failed;
         bool done = false;
         m_progress.clear();
         QObject::connect(&job, &CAddLocationJob::progress, [&](int p) {
@@ -102,7 +101,7 @@ protected:
             if (cancelOnFirstProgress)
                 job.Cancel();
         });
-        QObject::connect(&job, &CAddLocationJob::finished, [&](CAddLocationJob::Outcome o) {
+        QObject::connect(&job, &CAddLocationJob::finished, [&](WorkOutcome o) {
             outcome = o;
             done = true;
             loop.quit();
@@ -115,7 +114,7 @@ protected:
         request.categorise = categorise;
         request.fixedCategory = category;
         if (!job.Start(request))
-            return CAddLocationJob::Outcome::Failed;
+            return WorkOutcome::Failed;
         QTimer::singleShot(60000, &loop, &QEventLoop::quit);
         if (!done)
             loop.exec();
@@ -193,7 +192,7 @@ TEST_F(AddLocation, FolderTotalsFollowTheTree)
     QDir().mkpath(root + QStringLiteral("/A/Empty"));
 
     ASSERT_EQ(Add(CAddLocationJob::Mode::Folder, root + QStringLiteral("/")),
-              CAddLocationJob::Outcome::Succeeded);
+              WorkOutcome::Succeeded);
     EXPECT_EQ(Unit("SubfilesNumber", "A"), 2);
     EXPECT_EQ(Unit("SubfoldersNumber", "A"), 2);
     EXPECT_EQ(Unit("UnitSize", "A"), 15);
@@ -231,8 +230,7 @@ TEST_F(AddLocation, GeneratedTreeMatchesFindAndProgressOnlyRises)
             bytes += size;
         }
     }
-    ASSERT_EQ(Add(CAddLocationJob::Mode::Folder, root, false, false, 4),
-              CAddLocationJob::Outcome::Succeeded);
+    ASSERT_EQ(Add(CAddLocationJob::Mode::Folder, root, false, false, 4), WorkOutcome::Succeeded);
     QProcess find;
     find.start(QStringLiteral("find"), {root, QStringLiteral("-mindepth"), QStringLiteral("1"),
                                         QStringLiteral("-printf"), QStringLiteral("%y\\n")});
@@ -270,7 +268,7 @@ TEST_F(AddLocation, AFoldersEntriesGetTheirIdsInNameOrderFromTheFolderAndFromIts
         MakeFile(root + QStringLiteral("/Apple/") + QLatin1String(name), 1);
     const QStringList appleInOrder = {"Core", "CORE.txt", "core.txt", "zed.txt"};
 
-    ASSERT_EQ(Add(CAddLocationJob::Mode::Folder, root), CAddLocationJob::Outcome::Succeeded);
+    ASSERT_EQ(Add(CAddLocationJob::Mode::Folder, root), WorkOutcome::Succeeded);
     EXPECT_EQ(ChildrenByIdOf(QStringLiteral("order")),
               inOrder.join(QLatin1Char('|')).toStdString());
     EXPECT_EQ(ChildrenByIdOf(QStringLiteral("Apple")),
@@ -295,7 +293,7 @@ TEST_F(AddLocation, AFoldersEntriesGetTheirIdsInNameOrderFromTheFolderAndFromIts
     ASSERT_TRUE(lister);
     m_lister = lister.get();
     m_storage = m_doc.AddStorage(QStringLiteral("Discs"), QString());
-    ASSERT_EQ(Add(CAddLocationJob::Mode::Disc, image), CAddLocationJob::Outcome::Succeeded);
+    ASSERT_EQ(Add(CAddLocationJob::Mode::Disc, image), WorkOutcome::Succeeded);
     m_lister = nullptr;
     EXPECT_EQ(ChildrenByIdOf(QStringLiteral("order.iso")),
               inOrder.join(QLatin1Char('|')).toStdString());
@@ -310,14 +308,14 @@ TEST_F(AddLocation, CancelLeavesNothingBehind)
     for (int i = 0; i < 400; ++i)
         MakeFile(QStringLiteral("%1/d%2/f%3").arg(root).arg(i % 20).arg(i), 100);
     m_doc.SetModified(false);
-    EXPECT_EQ(Add(CAddLocationJob::Mode::Folder, root, true), CAddLocationJob::Outcome::Cancelled);
+    EXPECT_EQ(Add(CAddLocationJob::Mode::Folder, root, true), WorkOutcome::Cancelled);
     EXPECT_EQ(Number(QStringLiteral("SELECT COUNT(*) FROM Units")), 0);
     EXPECT_EQ(m_doc.Database().GetStorage(m_storage).FilesNumber, 0);
     EXPECT_FALSE(m_doc.Database().InTransaction());
     EXPECT_EQ(m_prompter.LastMessage(), QStringLiteral("Operation has been cancelled"));
 
     // The catalogue takes the next addition as if nothing had happened.
-    ASSERT_EQ(Add(CAddLocationJob::Mode::Folder, root), CAddLocationJob::Outcome::Succeeded);
+    ASSERT_EQ(Add(CAddLocationJob::Mode::Folder, root), WorkOutcome::Succeeded);
     EXPECT_EQ(Unit("SubfilesNumber", "big"), 400);
 }
 
@@ -326,7 +324,7 @@ TEST_F(AddLocation, SingleFilesAndPathChecks)
     QTemporaryDir dir;
     const QString song = dir.filePath(QStringLiteral("Tom's 100% \"best\".mp3"));
     MakeFile(song, 1234);
-    ASSERT_EQ(Add(CAddLocationJob::Mode::File, song), CAddLocationJob::Outcome::Succeeded);
+    ASSERT_EQ(Add(CAddLocationJob::Mode::File, song), WorkOutcome::Succeeded);
     EXPECT_EQ(Number(QStringLiteral("SELECT UnitSize FROM Units WHERE UnitType = 'F'")), 1234);
     EXPECT_EQ(Number(QStringLiteral("SELECT CategoryID FROM Units WHERE UnitType = 'F'")), 3);
     const StorageRecord storage = m_doc.Database().GetStorage(m_storage);
@@ -335,7 +333,7 @@ TEST_F(AddLocation, SingleFilesAndPathChecks)
     EXPECT_EQ(m_progress.back(), 100);
 
     EXPECT_EQ(Add(CAddLocationJob::Mode::File, dir.filePath(QStringLiteral("gone.txt"))),
-              CAddLocationJob::Outcome::Failed);
+              WorkOutcome::Failed);
     EXPECT_EQ(m_prompter.LastMessage(), QStringLiteral("Add file operation has been failed"));
     EXPECT_EQ(Number(QStringLiteral("SELECT COUNT(*) FROM Units")), 1);
     EXPECT_FALSE(m_doc.Database().InTransaction());
@@ -362,7 +360,7 @@ TEST_F(AddLocation, SingleRowAndBatchedWritesGiveTheSameCatalogue)
         SCOPED_TRACE(rows);
         ASSERT_EQ(Add(CAddLocationJob::Mode::Folder, root, false, true, 1,
                       [rows](CImporter& importer) { importer.SetFileBatchRows(rows); }),
-                  CAddLocationJob::Outcome::Succeeded);
+                  WorkOutcome::Succeeded);
         EXPECT_TRUE(CCatalogueCheck(m_doc.Database()).Run().empty());
         const std::map<QString, QString> units = UnitsByPath();
         if (reference.empty()) {
@@ -402,7 +400,7 @@ TEST_F(AddLocation, CancelInsideABatchLeavesNothing)
     // a thousand rows is full.
     const auto largeBatches = [](CImporter& importer) { importer.SetFileBatchRows(1000); };
     EXPECT_EQ(Add(CAddLocationJob::Mode::Folder, root, true, true, 1, largeBatches),
-              CAddLocationJob::Outcome::Cancelled);
+              WorkOutcome::Cancelled);
     EXPECT_EQ(Number(QStringLiteral("SELECT COUNT(*) FROM Units")), 0);
     EXPECT_EQ(m_doc.Database().GetStorage(m_storage).FoldersNumber, 0);
     EXPECT_FALSE(m_doc.Database().InTransaction());
@@ -429,7 +427,7 @@ TEST_F(AddLocation, AFailingBatchRollsTheWholeAdditionBack)
     const qsizetype logged = logText().size();
     m_doc.SetModified(false);
 
-    EXPECT_EQ(Add(CAddLocationJob::Mode::Folder, root), CAddLocationJob::Outcome::Failed);
+    EXPECT_EQ(Add(CAddLocationJob::Mode::Folder, root), WorkOutcome::Failed);
     EXPECT_EQ(m_prompter.LastMessage(), QStringLiteral("Operation has been failed"));
     EXPECT_EQ(Number(QStringLiteral("SELECT COUNT(*) FROM Units")), 0);
     EXPECT_EQ(m_doc.Database().GetStorage(m_storage).FilesNumber, 0);
@@ -439,7 +437,7 @@ TEST_F(AddLocation, AFailingBatchRollsTheWholeAdditionBack)
 
     // Without the refusal the same tree goes in whole.
     m_doc.Database().Execute(QStringLiteral("DROP TRIGGER Poison"));
-    EXPECT_EQ(Add(CAddLocationJob::Mode::Folder, root), CAddLocationJob::Outcome::Succeeded);
+    EXPECT_EQ(Add(CAddLocationJob::Mode::Folder, root), WorkOutcome::Succeeded);
     EXPECT_EQ(Number(QStringLiteral("SELECT SubfilesNumber FROM Units WHERE UnitName = 'mixed'")),
               701);
 }

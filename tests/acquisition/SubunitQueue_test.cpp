@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -15,13 +16,12 @@ void PushSignalled(SubunitQueue& queue, quint32 id)
     queue.Signal();
 }
 
-// Takes records until the queue says something other than Ready.
-SubunitQueue::WaitResult Drain(SubunitQueue& queue, std::vector<quint32>* ids)
+// Takes records until the queue says the walk has ended; how it ended.
+std::optional<WorkOutcome> Drain(SubunitQueue& queue, std::vector<quint32>* ids)
 {
-    SubunitQueue::WaitResult result;
-    while ((result = queue.WaitNext()) == SubunitQueue::Ready)
+    while (queue.WaitNext())
         ids->push_back(queue.Pop()->ID);
-    return result;
+    return queue.Outcome();
 }
 
 } // namespace
@@ -33,18 +33,19 @@ TEST(SubunitQueueTest, RecordsLeftAfterTheEndAreStillTakenButCancelWinsAndClearR
     PushSignalled(queue, 2);
     queue.SetFinished();
     std::vector<quint32> ids;
-    EXPECT_EQ(Drain(queue, &ids), SubunitQueue::Finished);
+    EXPECT_EQ(Drain(queue, &ids), WorkOutcome::Succeeded);
     EXPECT_EQ(ids, (std::vector<quint32>{1, 2}));
     EXPECT_EQ(queue.Pop(), nullptr);
 
     queue.Clear();
-    EXPECT_FALSE(queue.IsFinished());
+    EXPECT_EQ(queue.Outcome(), std::nullopt);
     PushSignalled(queue, 3);
     queue.SetCancelled();
-    EXPECT_EQ(queue.WaitNext(), SubunitQueue::Cancelled);
+    EXPECT_FALSE(queue.WaitNext());
+    EXPECT_EQ(queue.Outcome(), WorkOutcome::Cancelled);
     queue.Clear();
     EXPECT_EQ(queue.Size(), 0u);
-    EXPECT_FALSE(queue.IsCancelled());
+    EXPECT_EQ(queue.Outcome(), std::nullopt);
 }
 
 TEST(SubunitQueueTest, AWaitingConsumerGetsEveryRecordInOrderAndIsWokenByTheEnd)
@@ -54,13 +55,13 @@ TEST(SubunitQueueTest, AWaitingConsumerGetsEveryRecordInOrderAndIsWokenByTheEnd)
     // The producer runs at its own pace, so the consumer meets both a full and an
     // empty queue.
     std::vector<quint32> ids;
-    SubunitQueue::WaitResult end = SubunitQueue::Ready;
+    std::optional<WorkOutcome> end;
     std::thread consumer([&] { end = Drain(queue, &ids); });
     for (quint32 id = 1; id <= kCount; ++id)
         PushSignalled(queue, id);
     queue.SetFinished();
     consumer.join();
-    EXPECT_EQ(end, SubunitQueue::Finished);
+    EXPECT_EQ(end, WorkOutcome::Succeeded);
     ASSERT_EQ(ids.size(), kCount);
     for (quint32 i = 0; i < kCount; ++i)
         ASSERT_EQ(ids[i], i + 1);
@@ -70,5 +71,5 @@ TEST(SubunitQueueTest, AWaitingConsumerGetsEveryRecordInOrderAndIsWokenByTheEnd)
     std::thread waiting([&] { end = Drain(empty, &ids); });
     empty.SetCancelled();
     waiting.join();
-    EXPECT_EQ(end, SubunitQueue::Cancelled);
+    EXPECT_EQ(end, WorkOutcome::Cancelled);
 }

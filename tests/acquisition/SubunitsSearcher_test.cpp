@@ -19,15 +19,17 @@
 #include <cstring>
 #include <fcntl.h>
 #include <map>
+#include <optional>
 #include <thread>
 #include <unistd.h>
 #include <vector>
 
 namespace {
 
+// An event's code and parameter: a Finished event's is its outcome.
 using Event = std::pair<int, qintptr>;
 const Event kWalked{WorkerEvent::Walked, 0};
-const Event kCancelled{WorkerEvent::Finished, WorkerEvent::Cancelled};
+const Event kCancelled{WorkerEvent::Finished, static_cast<qintptr>(WorkOutcome::Cancelled)};
 
 // Stands in for the dialog: receives what the scanner posts, on the test's thread.
 class EventRecorder final : public QObject
@@ -44,7 +46,7 @@ protected:
         const auto* posted = static_cast<const WorkerEvent*>(event);
         Events.emplace_back(posted->Code(), posted->WParam());
         if (posted->Code() == WorkerEvent::Walked && m_queue)
-            FinishedWhenWalked = m_queue->IsFinished();
+            FinishedWhenWalked = m_queue->Outcome() == WorkOutcome::Succeeded;
     }
 
 private:
@@ -72,13 +74,12 @@ private:
 };
 
 // Takes records until the walk has ended; the records, and how it ended.
-std::pair<std::vector<SubunitInfoPtr>, SubunitQueue::WaitResult> Consume(SubunitQueue& queue)
+std::pair<std::vector<SubunitInfoPtr>, std::optional<WorkOutcome>> Consume(SubunitQueue& queue)
 {
     std::vector<SubunitInfoPtr> taken;
-    SubunitQueue::WaitResult end = SubunitQueue::Ready;
-    while ((end = queue.WaitNext()) == SubunitQueue::Ready)
+    while (queue.WaitNext())
         taken.push_back(queue.Pop());
-    return {taken, end};
+    return {taken, queue.Outcome()};
 }
 
 class SubunitsSearcherTest : public ::testing::Test
@@ -200,14 +201,14 @@ TEST_F(SubunitsSearcherTest, ConcurrentWalkFeedsAWaitingConsumerAndEachWalkNumbe
     // same searcher numbers from 1 again.
     EventRecorder recorder;
     first.Clear();
-    std::pair<std::vector<SubunitInfoPtr>, SubunitQueue::WaitResult> taken;
+    std::pair<std::vector<SubunitInfoPtr>, std::optional<WorkOutcome>> taken;
     searcher.Start(m_dir.path(), &recorder, false);
     std::thread consumer([&] { taken = Consume(first); });
     consumer.join();
     searcher.Wait();
     QCoreApplication::sendPostedEvents(&recorder);
 
-    EXPECT_EQ(taken.second, SubunitQueue::Finished);
+    EXPECT_EQ(taken.second, WorkOutcome::Succeeded);
     ASSERT_EQ(taken.first.size(), 55u);
     EXPECT_EQ(taken.first.front()->ID, 1u);
     EXPECT_EQ(taken.first.back()->ID, 55u);
@@ -241,8 +242,8 @@ TEST_F(SubunitsSearcherTest, TwoWalksAtOnceEachFillOnlyTheirOwnSink)
     SubunitQueue queueTwo;
     SubunitsSearcher one(queueOne, &listerOne);
     SubunitsSearcher two(queueTwo, &listerTwo);
-    std::pair<std::vector<SubunitInfoPtr>, SubunitQueue::WaitResult> takenOne;
-    std::pair<std::vector<SubunitInfoPtr>, SubunitQueue::WaitResult> takenTwo;
+    std::pair<std::vector<SubunitInfoPtr>, std::optional<WorkOutcome>> takenOne;
+    std::pair<std::vector<SubunitInfoPtr>, std::optional<WorkOutcome>> takenTwo;
     one.Start(At("one"), nullptr, false);
     two.Start(At("two"), nullptr, false);
     std::thread consumerOne([&] { takenOne = Consume(queueOne); });
@@ -278,8 +279,8 @@ TEST_F(SubunitsSearcherTest, TwoWalksAtOnceEachFillOnlyTheirOwnSink)
         paths.sort();
         EXPECT_EQ(paths, expected.at(tree));
     }
-    EXPECT_EQ(takenOne.second, SubunitQueue::Finished);
-    EXPECT_EQ(takenTwo.second, SubunitQueue::Finished);
+    EXPECT_EQ(takenOne.second, WorkOutcome::Succeeded);
+    EXPECT_EQ(takenTwo.second, WorkOutcome::Succeeded);
 }
 
 TEST_F(SubunitsSearcherTest, LinksAreListedAsThemselvesAndARootReachedThroughOneIsWalked)
@@ -352,8 +353,7 @@ TEST_F(SubunitsSearcherTest, CancelStopsBeforeTheNextEntryAndIsPostedOnce)
         const bool cancelled = point.Posted == kCancelled;
         EXPECT_EQ(m_records.size(), point.Records);
         EXPECT_EQ(m_events, std::vector<Event>{point.Posted});
-        EXPECT_EQ(queue.IsCancelled(), cancelled);
-        EXPECT_EQ(queue.IsFinished(), !cancelled);
+        EXPECT_EQ(queue.Outcome(), cancelled ? WorkOutcome::Cancelled : WorkOutcome::Succeeded);
     }
 }
 

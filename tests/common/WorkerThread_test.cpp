@@ -31,14 +31,14 @@ void RunEventLoop()
 class FinishedEvents final : public QObject
 {
 public:
-    std::vector<qintptr> Outcomes;
+    std::vector<WorkOutcome> Outcomes;
 
 protected:
     void customEvent(QEvent* event) override
     {
         const auto* posted = static_cast<const WorkerEvent*>(event);
         if (posted->Code() == WorkerEvent::Finished)
-            Outcomes.push_back(posted->WParam());
+            Outcomes.push_back(posted->Outcome());
     }
 };
 
@@ -128,5 +128,5 @@ TEST(WorkerThread, AnImporterThatHasFinishedIsWaitedForAndRunsAgain)
         EXPECT_EQ(events.Outcomes.size(), static_cast<size_t>(run));
     }
     EXPECT_EQ(events.Outcomes,
-              (std::vector<qintptr>{WorkerEvent::Succeeded, WorkerEvent::Succeeded}));
+              (std::vector<WorkOutcome>{WorkOutcome::Succeeded, WorkOutcome::Succeeded}));
 }

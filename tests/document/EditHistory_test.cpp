@@ -85,8 +85,8 @@ protected:
         CAddLocationJob job(m_doc);
         QEventLoop loop;
         bool succeeded = false;
-        QObject::connect(&job, &CAddLocationJob::finished, [&](CAddLocationJob::Outcome o) {
-            succeeded = o == CAddLocationJob::Outcome::Succeeded;
+        QObject::connect(&job, &CAddLocationJob::finished, [&](WorkOutcome o) {
+            succeeded = o == WorkOutcome::Succeeded;
             loop.quit();
         });
         CAddLocationJob::Request request;

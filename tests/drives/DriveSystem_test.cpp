@@ -52,12 +52,15 @@ class Receiver final : public QObject
 {
 public:
     std::vector<std::pair<int, qintptr>> events;
+    std::vector<WorkOutcome> outcomes; // of the Finished events
 
 protected:
     void customEvent(QEvent* event) override
     {
         const auto* worker = static_cast<WorkerEvent*>(event);
         events.emplace_back(worker->Code(), worker->WParam());
+        if (worker->Code() == WorkerEvent::Finished)
+            outcomes.push_back(worker->Outcome());
     }
 };
 
@@ -269,7 +272,7 @@ TEST(VolumeInfoWorker, ReadsOnItsOwnThreadAndPostsOneFinishedEvent)
     QCoreApplication::processEvents();
     ASSERT_EQ(receiver.events.size(), 1u);
     EXPECT_EQ(receiver.events[0].first, WorkerEvent::Finished);
-    EXPECT_EQ(receiver.events[0].second, WorkerEvent::Succeeded);
+    EXPECT_EQ(receiver.outcomes, std::vector<WorkOutcome>{WorkOutcome::Succeeded});
     EXPECT_TRUE(worker.IsFinished());
     EXPECT_EQ(worker.Result().Label, QStringLiteral("MOVIES"));
     EXPECT_EQ(worker.Result().SerialNumber, 42u);

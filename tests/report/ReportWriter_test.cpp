@@ -31,7 +31,7 @@ class Receiver final : public QObject
 {
 public:
     std::vector<int> Progress;
-    std::vector<qintptr> Finished;
+    std::vector<WorkOutcome> Finished;
 
 protected:
     void customEvent(QEvent* event) override
@@ -40,7 +40,7 @@ protected:
         if (e->Code() == WorkerEvent::Progress)
             Progress.push_back(static_cast<int>(e->WParam()));
         else if (e->Code() == WorkerEvent::Finished)
-            Finished.push_back(e->WParam());
+            Finished.push_back(e->Outcome());
     }
 };
 
@@ -152,7 +152,7 @@ TEST_F(ReportWriterTest, WritesTheWholePageOfASmallCatalogue)
     // Names are written as they stand; the head forbids scripts and remote resources.
     EXPECT_EQ(Page(OutPath()), Golden().toStdString());
 
-    EXPECT_EQ(m_receiver.Finished, std::vector<qintptr>{WorkerEvent::Succeeded});
+    EXPECT_EQ(m_receiver.Finished, std::vector<WorkOutcome>{WorkOutcome::Succeeded});
     EXPECT_TRUE(m_job.PageWritten);
     EXPECT_EQ(m_job.Total, 7u);
     EXPECT_EQ(m_job.Done, 7u);
@@ -175,7 +175,7 @@ TEST_F(ReportWriterTest, NestingLevelStopsTheWalkAndTheProgressShort)
     EXPECT_EQ(m_job.Done, 2u);
     EXPECT_EQ(m_job.Total, 6u);
     EXPECT_EQ(m_receiver.Progress.back(), 40); // 10 + 2 * 90 / 6: never 100
-    EXPECT_EQ(m_receiver.Finished.back(), WorkerEvent::Succeeded);
+    EXPECT_EQ(m_receiver.Finished.back(), WorkOutcome::Succeeded);
 
     Run(box, 2);
     EXPECT_EQ(Tables(), (QStringList{"# Box", "A | Disc | 0 bytes", "·Folder | Folder | 0 bytes",
@@ -225,7 +225,7 @@ TEST_F(ReportWriterTest, EmptyCatalogueOrStorageHasOnlyTheHeadAndTheFooter)
     EXPECT_EQ(Page(OutPath()), frame.toStdString());
     EXPECT_EQ(m_receiver.Progress, (std::vector<int>{10, 10}));
     EXPECT_EQ(m_receiver.Finished,
-              (std::vector<qintptr>{WorkerEvent::Succeeded, WorkerEvent::Succeeded}));
+              (std::vector<WorkOutcome>{WorkOutcome::Succeeded, WorkOutcome::Succeeded}));
     EXPECT_EQ(m_job.Total, 0u);
 }
 
@@ -241,7 +241,7 @@ TEST_F(ReportWriterTest, PathThatCannotBeCreatedEndsNormallyWithoutAPage)
         m_receiver.Progress.clear();
         m_receiver.Finished.clear();
         Run(-1, -1, path);
-        EXPECT_EQ(m_receiver.Finished, std::vector<qintptr>{WorkerEvent::Succeeded})
+        EXPECT_EQ(m_receiver.Finished, std::vector<WorkOutcome>{WorkOutcome::Succeeded})
             << path.toStdString();
         EXPECT_EQ(m_receiver.Progress, std::vector<int>{10}) << path.toStdString();
         EXPECT_FALSE(m_job.PageWritten) << path.toStdString();
@@ -258,7 +258,7 @@ TEST_F(ReportWriterTest, CancelBeforeReadingAndDatabaseErrors)
 
     m_job.Cancel.store(1);
     Run(-1, -1);
-    EXPECT_EQ(m_receiver.Finished, std::vector<qintptr>{WorkerEvent::Cancelled});
+    EXPECT_EQ(m_receiver.Finished, std::vector<WorkOutcome>{WorkOutcome::Cancelled});
     EXPECT_TRUE(m_receiver.Progress.empty());
     EXPECT_FALSE(QFile::exists(OutPath()));
 
@@ -266,7 +266,7 @@ TEST_F(ReportWriterTest, CancelBeforeReadingAndDatabaseErrors)
     m_receiver.Finished.clear();
     Db().Execute("ALTER TABLE Units RENAME TO OldUnits");
     Run(-1, -1);
-    EXPECT_EQ(m_receiver.Finished, std::vector<qintptr>{WorkerEvent::Failed});
+    EXPECT_EQ(m_receiver.Finished, std::vector<WorkOutcome>{WorkOutcome::Failed});
     EXPECT_TRUE(m_receiver.Progress.empty());
     EXPECT_FALSE(QFile::exists(OutPath()));
 }
@@ -316,7 +316,7 @@ TEST_F(ReportWriterTest, CancelStopsBeforeTheNextRowAndKeepsWhatWasWritten)
     writer.Wait();
     QCoreApplication::sendPostedEvents(&m_receiver);
 
-    EXPECT_EQ(m_receiver.Finished, std::vector<qintptr>{WorkerEvent::Cancelled});
+    EXPECT_EQ(m_receiver.Finished, std::vector<WorkOutcome>{WorkOutcome::Cancelled});
     EXPECT_GT(m_job.Done, 0u);
     EXPECT_LT(m_job.Done, m_job.Total);
     EXPECT_FALSE(m_job.PageWritten);
