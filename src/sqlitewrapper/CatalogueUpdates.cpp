@@ -2,6 +2,7 @@
 // the extension map.
 #include "sqlitewrapper/RowMappers.h"
 #include "sqlitewrapper/SqliteWrapper.h"
+#include "sqlitewrapper/Transaction.h"
 
 #include <QStringList>
 
@@ -198,62 +199,56 @@ void CSqliteWrapper::DeleteUnit(int unitId)
     const std::vector<int> descendants = GetDescendantIds(unitId);
     const std::vector<int> ancestors = GetAncestorIds(unitId);
 
-    Execute(QStringLiteral("BEGIN TRANSACTION"));
-    try {
-        const qint64 size = unit.UnitSize;
-        if (unit.Kind == UnitKind::Disc || unit.Kind == UnitKind::Folder) {
-            qint64 files = 0;
-            qint64 folders = 0;
-            if (unit.Kind == UnitKind::Disc) {
-                const DiscDetails disc = GetDiscProperties(unitId);
-                files = disc.SubfilesNumber;
-                folders = disc.SubfoldersNumber;
-            } else {
-                const FolderDetails folder = GetFolderProperties(unitId);
-                files = folder.SubfilesNumber;
-                folders = folder.SubfoldersNumber + 1; // the folder itself
-            }
-            for (int ancestor : ancestors) {
-                Execute(Format("UPDATE Units SET SubfilesNumber = SubfilesNumber - %lld,     "
-                               "SubfoldersNumber = SubfoldersNumber - %lld,     UnitSize = "
-                               "UnitSize - %lld WHERE UnitID = %d",
-                               {files, folders, size, ancestor}));
-            }
-            if (unit.Kind == UnitKind::Disc) {
-                Execute(Format("UPDATE Storages SET FilesNumber = FilesNumber - %lld,     "
-                               "FoldersNumber = FoldersNumber - %lld, \t DiscsNumber = "
-                               "DiscsNumber - 1,     StorageSize = StorageSize - %lld WHERE "
-                               "StorageID = (SELECT StorageID FROM Units WHERE UnitID = %d)",
-                               {files, folders, size, unitId}));
-            } else {
-                Execute(Format("UPDATE Storages SET FilesNumber = FilesNumber - %lld,     "
-                               "FoldersNumber = FoldersNumber - %lld,     StorageSize = "
-                               "StorageSize - %lld WHERE StorageID = (SELECT StorageID FROM "
-                               "Units WHERE UnitID = %d)",
-                               {files, folders, size, unitId}));
-            }
-        } else if (unit.Kind == UnitKind::File) {
-            for (int ancestor : ancestors) {
-                Execute(Format("UPDATE Units SET SubfilesNumber = SubfilesNumber - 1,     "
-                               "UnitSize = UnitSize - %lld WHERE UnitID = %d",
-                               {size, ancestor}));
-            }
-            Execute(Format("UPDATE Storages SET FilesNumber = FilesNumber - 1,     StorageSize = "
-                           "StorageSize - %lld WHERE StorageID = (SELECT StorageID FROM Units "
-                           "WHERE UnitID = %d)",
-                           {size, unitId}));
+    CTransaction transaction(*this);
+    const qint64 size = unit.UnitSize;
+    if (unit.Kind == UnitKind::Disc || unit.Kind == UnitKind::Folder) {
+        qint64 files = 0;
+        qint64 folders = 0;
+        if (unit.Kind == UnitKind::Disc) {
+            const DiscDetails disc = GetDiscProperties(unitId);
+            files = disc.SubfilesNumber;
+            folders = disc.SubfoldersNumber;
+        } else {
+            const FolderDetails folder = GetFolderProperties(unitId);
+            files = folder.SubfilesNumber;
+            folders = folder.SubfoldersNumber + 1; // the folder itself
         }
-        std::vector<int> ids;
-        ids.reserve(descendants.size() + 1);
-        ids.push_back(unitId);
-        ids.insert(ids.end(), descendants.begin(), descendants.end());
-        DeleteUnitRows(ids);
-        if (InTransaction())
-            Execute(QStringLiteral("COMMIT TRANSACTION"));
-    } catch (const CSqliteWrapperError&) {
-        RollbackTransaction();
-        throw;
+        for (int ancestor : ancestors) {
+            Execute(Format("UPDATE Units SET SubfilesNumber = SubfilesNumber - %lld,     "
+                           "SubfoldersNumber = SubfoldersNumber - %lld,     UnitSize = "
+                           "UnitSize - %lld WHERE UnitID = %d",
+                           {files, folders, size, ancestor}));
+        }
+        if (unit.Kind == UnitKind::Disc) {
+            Execute(Format("UPDATE Storages SET FilesNumber = FilesNumber - %lld,     "
+                           "FoldersNumber = FoldersNumber - %lld, \t DiscsNumber = "
+                           "DiscsNumber - 1,     StorageSize = StorageSize - %lld WHERE "
+                           "StorageID = (SELECT StorageID FROM Units WHERE UnitID = %d)",
+                           {files, folders, size, unitId}));
+        } else {
+            Execute(Format("UPDATE Storages SET FilesNumber = FilesNumber - %lld,     "
+                           "FoldersNumber = FoldersNumber - %lld,     StorageSize = "
+                           "StorageSize - %lld WHERE StorageID = (SELECT StorageID FROM "
+                           "Units WHERE UnitID = %d)",
+                           {files, folders, size, unitId}));
+        }
+    } else if (unit.Kind == UnitKind::File) {
+        for (int ancestor : ancestors) {
+            Execute(Format("UPDATE Units SET SubfilesNumber = SubfilesNumber - 1,     "
+                           "UnitSize = UnitSize - %lld WHERE UnitID = %d",
+                           {size, ancestor}));
+        }
+        Execute(Format("UPDATE Storages SET FilesNumber = FilesNumber - 1,     StorageSize = "
+                       "StorageSize - %lld WHERE StorageID = (SELECT StorageID FROM Units "
+                       "WHERE UnitID = %d)",
+                       {size, unitId}));
     }
+    std::vector<int> ids;
+    ids.reserve(descendants.size() + 1);
+    ids.push_back(unitId);
+    ids.insert(ids.end(), descendants.begin(), descendants.end());
+    DeleteUnitRows(ids);
+    transaction.Commit();
 }
 
 void CSqliteWrapper::RenameUnit(int unitId, const QString& name)
@@ -352,18 +347,12 @@ int CSqliteWrapper::AddCategory(const QString& name)
 
 void CSqliteWrapper::DeleteCategory(int categoryId)
 {
-    Execute(QStringLiteral("BEGIN TRANSACTION"));
-    try {
-        Execute(Format("DELETE FROM Categories WHERE CategoryID = %d", {categoryId}));
-        Execute(Format("DELETE FROM FileExtensions WHERE CategoryID = %d", {categoryId}));
-        Execute(Format("UPDATE Units SET CategoryID = %d WHERE CategoryID = %d",
-                       {CategoryIds::General, categoryId}));
-        if (InTransaction())
-            Execute(QStringLiteral("COMMIT TRANSACTION"));
-    } catch (const CSqliteWrapperError&) {
-        RollbackTransaction();
-        throw;
-    }
+    CTransaction transaction(*this);
+    Execute(Format("DELETE FROM Categories WHERE CategoryID = %d", {categoryId}));
+    Execute(Format("DELETE FROM FileExtensions WHERE CategoryID = %d", {categoryId}));
+    Execute(Format("UPDATE Units SET CategoryID = %d WHERE CategoryID = %d",
+                   {CategoryIds::General, categoryId}));
+    transaction.Commit();
     LoadCategories();
     LoadFileExtensions();
 }
