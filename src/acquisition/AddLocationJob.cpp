@@ -15,6 +15,7 @@
 #include <QFileInfo>
 
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -56,7 +57,7 @@ CAddLocationJob::~CAddLocationJob()
         Cancel();
         StopWorkers();
         if (m_adding)
-            m_doc.RollbackAdd();
+            m_doc.RollbackAdd(TakeAddition());
     }
 }
 
@@ -92,15 +93,17 @@ bool CAddLocationJob::AddLocation(quint64 totalSize)
     FileFacts facts;
     bool fileFailed = false;
     int unitId = 0;
+    // Everything the addition writes is one transaction; an error below rolls it back.
+    std::optional<CTransaction> transaction;
     const bool started = m_doc.Guard([&] {
-        db.Execute(QStringLiteral("BEGIN TRANSACTION"));
+        transaction.emplace(db);
         const int discInfoId = isDisc ? db.AddDiscInfo(r.discLabel, r.discSerial, r.discSize) : 0;
         int category = r.categorise ? CategoryIds::General : r.fixedCategory;
         CNullable<int> unitInfoId;
         if (kind == UnitKind::File) {
             if (!ReadFileFacts(r.path, facts)) {
                 fileFailed = true;
-                db.Execute(QStringLiteral("ROLLBACK TRANSACTION"));
+                transaction->Rollback();
                 return;
             }
             if (r.categorise)
@@ -123,23 +126,21 @@ bool CAddLocationJob::AddLocation(quint64 totalSize)
 
     switch (kind) {
     case UnitKind::Disc:
+        // Held until the job ends: the document commits it or rolls it back.
+        m_addition = std::move(transaction);
         Searcher().Start(r.path, this, false);
         Importer().SetCreationFromWrite(true);
         Importer().StartImport(this, r.categorise, r.fixedCategory, r.storageId, unitId, totalSize);
         return true;
     case UnitKind::Folder:
+        m_addition = std::move(transaction);
         Importer().SetCreationFromWrite(false);
         Importer().StartImport(this, r.categorise, r.fixedCategory, r.storageId, unitId, totalSize);
         return true;
     default:
-        if (!m_doc.Guard([&] {
-                db.Execute(SqlText::Format("UPDATE Storages SET FilesNumber = FilesNumber + 1,  "
-                                           "   StorageSize = StorageSize + %lld WHERE StorageID "
-                                           "= %d",
-                                           {facts.size, r.storageId}));
-            }))
+        if (!m_doc.Guard([&] { db.AddFileToStorage(r.storageId, facts.size); }))
             return false;
-        m_doc.FinishUpdate();
+        m_doc.FinishUpdate(std::move(*transaction));
         return true;
     }
 }
@@ -232,6 +233,14 @@ void CAddLocationJob::Cancel()
         m_importer->Cancel();
 }
 
+CTransaction CAddLocationJob::TakeAddition()
+{
+    // Held from the moment AddLocation started the workers to the end of the job.
+    CTransaction addition = std::move(m_addition.value());
+    m_addition.reset();
+    return addition;
+}
+
 void CAddLocationJob::StopWorkers()
 {
     // Both workers end before the catalogue is committed or rolled back: the scanner
@@ -284,16 +293,16 @@ void CAddLocationJob::End(WorkOutcome outcome)
     case WorkOutcome::Succeeded:
         if (m_lastProgress < 100)
             emit progress(100);
-        m_doc.FinishUpdate();
+        m_doc.FinishUpdate(TakeAddition());
         break;
     case WorkOutcome::Failed:
         if (wasAdding)
-            m_doc.RollbackAdd();
+            m_doc.RollbackAdd(TakeAddition());
         prompter.ShowMessage(Strings::IDS_OPERATION_FAILED, UserPrompter::Icon::Error);
         break;
     case WorkOutcome::Cancelled:
         if (wasAdding)
-            m_doc.RollbackAdd();
+            m_doc.RollbackAdd(TakeAddition());
         prompter.ShowMessage(Strings::IDS_OPERATION_CANCELLED, UserPrompter::Icon::Information);
         break;
     }

@@ -2,11 +2,13 @@
 
 #include "acquisition/SubunitQueue.h"
 #include "common/WorkOutcome.h"
+#include "sqlitewrapper/Transaction.h"
 
 #include <QObject>
 #include <QString>
 
 #include <memory>
+#include <optional>
 #include <vector>
 
 class CImporter;
@@ -92,12 +94,17 @@ private:
     bool AddLocation(quint64 totalSize);
     void StartImport(quint64 totalSize);
     void End(WorkOutcome outcome);
+    // The addition's transaction, handed to the document that ends it.
+    CTransaction TakeAddition();
     void StopWorkers();
 
     CShelfwiseDoc& m_doc;
     DriveSystem* m_drives = nullptr;
     FolderLister* m_folderLister = nullptr;
-    SubunitQueue m_queue; // declared before the workers, which go first
+    // The transaction of a disc's or folder's addition while its workers run, and the
+    // queue between them: both declared before the workers, which go first.
+    std::optional<CTransaction> m_addition;
+    SubunitQueue m_queue;
     std::unique_ptr<SubunitsSearcher> m_searcher;
     std::unique_ptr<CImporter> m_importer;
     Request m_request;

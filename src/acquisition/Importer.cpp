@@ -299,14 +299,10 @@ void CImporter::WriteTotals()
         parent.size += child.size;
     }
     try {
+        // An empty folder keeps the zeros it was written with.
         for (size_t i = 1; i < m_folders.size(); ++i) {
             const Folder& t = m_folders[i];
-            if (t.files == 0 && t.folders == 0 && t.size == 0)
-                continue;
-            m_db.Execute(
-                SqlText::Format("UPDATE Units SET SubfilesNumber = %d, SubfoldersNumber = "
-                                "%d, UnitSize = %lld WHERE UnitID = %d",
-                                {t.files, t.folders, static_cast<qint64>(t.size), t.unitId}));
+            m_db.SetUnitTotals(t.unitId, t.files, t.folders, static_cast<qint64>(t.size), false);
         }
         const Folder& root = m_folders.front();
         m_db.SetUnitTotals(root.unitId, root.files, root.folders, static_cast<qint64>(root.size),

@@ -86,23 +86,21 @@ void CShelfwiseDoc::MarkChanged()
         FileSave();
 }
 
-void CShelfwiseDoc::FinishUpdate()
+void CShelfwiseDoc::FinishUpdate(CTransaction addition)
 {
-    if (Guard([&] {
-            if (m_db.InTransaction())
-                m_db.Execute(QStringLiteral("COMMIT TRANSACTION"));
-        }))
+    // A commit that fails is reported and the addition rolled back.
+    if (Guard([&] { addition.Commit(); }))
         RecordAddition();
     ReloadStorages();
     emit viewsNeedUpdate(nullptr);
     MarkChanged();
 }
 
-void CShelfwiseDoc::RollbackAdd()
+void CShelfwiseDoc::RollbackAdd(CTransaction addition)
 {
     m_additionPending = false;
     try {
-        m_db.Execute(QStringLiteral("ROLLBACK TRANSACTION"));
+        addition.Rollback();
     } catch (const CSqliteWrapperError& error) {
         ErrorLog::Instance().ReportException(error, true);
     }

@@ -4,6 +4,7 @@
 #include "document/EditHistory.h"
 #include "document/Selection.h"
 #include "sqlitewrapper/SqliteWrapper.h"
+#include "sqlitewrapper/Transaction.h"
 
 #include <QObject>
 #include <QString>
@@ -64,8 +65,9 @@ public:
     const ::Selection& Selection() const { return m_selection; }
     void SetSelection(const ::Selection& selection, QObject* sender);
 
-    // The common end of a multi-statement update.
-    void FinishUpdate();
+    // The end of an addition that succeeded: commits its transaction, makes it an undo
+    // step, refreshes the views and marks the document changed.
+    void FinishUpdate(CTransaction addition);
     // VACUUM after the caller asked the user.
     bool CompressDatabase();
 
@@ -115,7 +117,7 @@ public:
 
     // The end of an addition that failed or was cancelled: its transaction is rolled
     // back. (The addition itself is CAddLocationJob's.)
-    void RollbackAdd();
+    void RollbackAdd(CTransaction addition);
     // The storage that received the last addition and its top unit, which the views
     // reveal.
     void SetLastAdded(int storageId, int unitId);

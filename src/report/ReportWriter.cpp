@@ -3,7 +3,6 @@
 #include "common/WorkerEvent.h"
 #include "errorlog/ErrorLog.h"
 #include "report/ReportPage.h"
-#include "sqlitewrapper/RowMappers.h"
 #include "sqlitewrapper/SqliteWrapper.h"
 
 #include <QCoreApplication>
@@ -71,9 +70,7 @@ void ReadStorages(CSqliteWrapper& catalogue, int storageId, std::vector<StorageR
     storages.clear();
     if (storageId == -1) {
         // The page lists storages and units by name, whatever order the window uses.
-        catalogue.QueryRows(QStringLiteral("SELECT * FROM Storages ORDER BY StorageName COLLATE "
-                                           "NOCASE"),
-                            storages, &RowMappers::StorageRecords);
+        catalogue.GetStoragesByName(storages);
         return;
     }
     StorageRecord record = catalogue.GetStorage(storageId);
@@ -81,18 +78,11 @@ void ReadStorages(CSqliteWrapper& catalogue, int storageId, std::vector<StorageR
         storages.push_back(std::move(record));
 }
 
-// Every unit of the report in one query: the statement of GetStorageUnits, read into
-// compact records because a report may hold millions of them.
+// Every unit of the report in one query, read into compact records because a report
+// may hold millions of them.
 void ReadUnits(CSqliteWrapper& catalogue, int storageId, std::vector<ReportUnit>& units)
 {
-    QString sql = QStringLiteral(
-        "SELECT UnitID, ParentUnitID, StorageID, UnitName, UnitType, UnitSize, DateAdded "
-        "FROM Units");
-    if (storageId != -1)
-        sql += SqlText::Format(" WHERE StorageID = %d", {storageId});
-    sql += QStringLiteral(" ORDER BY UnitName COLLATE NOCASE");
-    units.clear();
-    catalogue.QueryRows(sql, units, &MapUnit);
+    catalogue.GetStorageUnitsByName(units, storageId, &MapUnit);
 }
 
 // The units' tree rebuilt from the parent ids: the children of unit i are

@@ -58,6 +58,13 @@ void CSqliteWrapper::GetStorages(std::vector<StorageRecord>& records)
     QueryRows(sql, records, &RowMappers::StorageRecords);
 }
 
+void CSqliteWrapper::GetStoragesByName(std::vector<StorageRecord>& records)
+{
+    records.clear();
+    QueryRows(QStringLiteral("SELECT * FROM Storages ORDER BY StorageName COLLATE NOCASE"), records,
+              &RowMappers::StorageRecords);
+}
+
 StorageRecord CSqliteWrapper::GetStorage(int storageId)
 {
     std::vector<StorageRecord> rows;
@@ -357,17 +364,22 @@ std::map<int, QString> CSqliteWrapper::GetUnitLocations(const std::vector<int>& 
     return locations;
 }
 
-void CSqliteWrapper::GetStorageUnits(std::vector<ReportRow>& rows, int storageId)
+QString CSqliteWrapper::StorageUnitsStatement(int storageId, bool byName)
 {
     QString sql = QStringLiteral(
         "SELECT UnitID, ParentUnitID, StorageID, UnitName, UnitType, UnitSize, DateAdded "
         "FROM Units");
     if (storageId != -1)
         sql += Format(" WHERE StorageID = %d", {storageId});
-    if (m_sortByName)
+    if (byName)
         sql += QStringLiteral(" ORDER BY UnitName COLLATE NOCASE");
+    return sql;
+}
+
+void CSqliteWrapper::GetStorageUnits(std::vector<ReportRow>& rows, int storageId)
+{
     rows.clear();
-    QueryRows(sql, rows, &RowMappers::ReportRows);
+    QueryRows(StorageUnitsStatement(storageId, m_sortByName), rows, &RowMappers::ReportRows);
 }
 
 std::vector<int> CSqliteWrapper::FindDuplicateDiscs(const QString& label, quint32 serialNumber,

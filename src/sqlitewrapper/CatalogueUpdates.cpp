@@ -187,6 +187,14 @@ void CSqliteWrapper::SetUnitTotals(int unitId, int files, int folders, qint64 si
                    {files, folders, discs, size, unitId}));
 }
 
+void CSqliteWrapper::AddFileToStorage(int storageId, qint64 size)
+{
+    Execute(Format("UPDATE Storages SET FilesNumber = FilesNumber + 1,  "
+                   "   StorageSize = StorageSize + %lld WHERE StorageID "
+                   "= %d",
+                   {size, storageId}));
+}
+
 void CSqliteWrapper::SetUnitNotes(int unitId, const QString& notes)
 {
     Execute(

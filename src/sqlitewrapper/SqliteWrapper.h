@@ -67,6 +67,8 @@ public:
     QString GetDatabaseVersion();
     void GetStorageList(std::vector<StorageListItem>& items);
     void GetStorages(std::vector<StorageRecord>& records);
+    // Ordered by name whatever SortByName says (a report lists them so).
+    void GetStoragesByName(std::vector<StorageRecord>& records);
     StorageRecord GetStorage(int storageId);
     void GetSubunits(std::vector<UnitListItem>& items, int id, bool topLevel);
     // The stored DateModified of the units GetSubunits lists, by UnitID; a unit
@@ -97,6 +99,11 @@ public:
     std::map<int, QString> GetUnitLocations(const std::vector<int>& unitIds);
     static const QString kLocationSeparator;
     void GetStorageUnits(std::vector<ReportRow>& rows, int storageId);
+    // The same units (storageId -1: of every storage) in the same columns, ordered by
+    // name whatever SortByName says, each row given to the caller's mapper: a report
+    // reads millions of them into compact records of its own.
+    template <typename Record>
+    void GetStorageUnitsByName(std::vector<Record>& rows, int storageId, RowMapper<Record> mapper);
     std::vector<int> FindDuplicateDiscs(const QString& label, quint32 serialNumber, qint64 size,
                                         bool bySerial, bool bySize, bool byLabel);
     void SearchUnits(const SearchCriteria& criteria, std::vector<UnitListItem>& items);
@@ -128,6 +135,8 @@ public:
     int AddMusicInfo(const MusicInfo& info);
     int AddPictureInfo(const PictureInfo& info);
     void SetUnitTotals(int unitId, int files, int folders, qint64 size, bool addToStorage);
+    // One more file of size bytes in the storage (a single file added on its own).
+    void AddFileToStorage(int storageId, qint64 size);
     void SetUnitNotes(int unitId, const QString& notes);
     void DeleteUnit(int unitId);
     void DeleteUnitRows(const std::vector<int>& ids);
@@ -216,6 +225,8 @@ private:
     enum class CheckQuery { UnitCounters, StorageCounters, MissingMediaRows };
     static QString CheckStatement(CheckQuery query);
     static QString UnitNamesStatement(const std::vector<int>& unitIds);
+    // GetStorageUnits' statement.
+    static QString StorageUnitsStatement(int storageId, bool byName);
     // String 150 in the narrow code page: the message when no catalogue is open.
     static std::string InaccessibleMessage();
     void CollectDescendants(int unitId, std::vector<int>& ids);
@@ -243,6 +254,14 @@ template <typename Record> int MapRow(void* context, int columns, char** values,
 }
 
 } // namespace SqliteWrapperDetail
+
+template <typename Record>
+void CSqliteWrapper::GetStorageUnitsByName(std::vector<Record>& rows, int storageId,
+                                           RowMapper<Record> mapper)
+{
+    rows.clear();
+    QueryRows(StorageUnitsStatement(storageId, true), rows, mapper);
+}
 
 template <typename Record>
 void CSqliteWrapper::QueryRows(const QString& sql, std::vector<Record>& rows,

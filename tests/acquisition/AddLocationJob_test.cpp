@@ -7,6 +7,7 @@
 
 #include "acquisition/AddLocationJob.h"
 #include "acquisition/Importer.h"
+#include "acquisition/SubunitsSearcher.h"
 #include "document/CatalogueCheck.h"
 #include "document/ShelfwiseDoc.h"
 #include "errorlog/ErrorLog.h"
@@ -14,6 +15,7 @@
 #include "sqlitewrapper/RowMappers.h"
 #include "sqlitewrapper/SqlText.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QEventLoop>
 #include <QFile>
@@ -27,6 +29,8 @@
 
 #include <functional>
 #include <map>
+#include <memory>
+#include <optional>
 
 namespace {
 
@@ -440,4 +444,72 @@ TEST_F(AddLocation, AFailingBatchRollsTheWholeAdditionBack)
     EXPECT_EQ(Add(CAddLocationJob::Mode::Folder, root), WorkOutcome::Succeeded);
     EXPECT_EQ(Number(QStringLiteral("SELECT SubfilesNumber FROM Units WHERE UnitName = 'mixed'")),
               701);
+}
+
+TEST_F(AddLocation, AnAdditionEndedAfterItsImportLeavesTheCatalogueAsItWas)
+{
+    QTemporaryDir dir;
+    const QString root = dir.filePath(QStringLiteral("disc"));
+    for (int i = 0; i < 120; ++i)
+        MakeFile(QStringLiteral("%1/d%2/f%3.txt").arg(root).arg(i % 4).arg(i), 10);
+    // Every row of every table, so that a leftover anywhere shows.
+    const auto everything = [this] {
+        std::vector<QString> tables;
+        m_doc.Database().QueryRows(
+            QStringLiteral("SELECT name FROM sqlite_master WHERE type = 'table' ORDER BY name"),
+            tables, &RowMappers::Texts);
+        const CSqliteWrapper::RowMapper<QString> allColumns = [](std::vector<QString>& rows,
+                                                                 int columns, char** values) {
+            QStringList row;
+            for (int i = 0; i < columns; ++i)
+                row << (values[i] ? QString::fromUtf8(values[i]) : QStringLiteral("NULL"));
+            rows.push_back(row.join(QLatin1Char('|')));
+        };
+        std::vector<QString> rows;
+        for (const QString& table : tables) {
+            rows.push_back(QStringLiteral("== ") + table);
+            m_doc.Database().QueryRows(QStringLiteral("SELECT * FROM \"%1\"").arg(table), rows,
+                                       allColumns);
+        }
+        return rows;
+    };
+    const std::vector<QString> before = everything();
+    m_doc.SetModified(false);
+
+    // The workers have written the whole disc, but the job has not yet seen them end:
+    // a cancel now, and a job that goes away now, both take it all back.
+    for (const bool destroy : {false, true}) {
+        SCOPED_TRACE(destroy ? "destroyed" : "cancelled");
+        auto job = std::make_unique<CAddLocationJob>(m_doc);
+        std::optional<WorkOutcome> outcome;
+        QObject::connect(job.get(), &CAddLocationJob::finished,
+                         [&](WorkOutcome o) { outcome = o; });
+        CAddLocationJob::Request request;
+        request.mode = CAddLocationJob::Mode::Disc;
+        request.path = root;
+        request.name = QStringLiteral("disc");
+        request.storageId = m_storage;
+        ASSERT_TRUE(job->Start(request));
+        job->Searcher().Wait();
+        job->Importer().Wait();
+        // Written inside the open transaction, seen by this connection.
+        EXPECT_EQ(Number(QStringLiteral("SELECT COUNT(*) FROM Units")), 1 + 4 + 120);
+        EXPECT_TRUE(m_doc.Database().InTransaction());
+
+        if (destroy) {
+            job.reset();
+        } else {
+            job->Cancel();
+            QCoreApplication::sendPostedEvents(job.get());
+            EXPECT_EQ(outcome, WorkOutcome::Cancelled);
+            EXPECT_EQ(m_prompter.LastMessage(), QStringLiteral("Operation has been cancelled"));
+        }
+        EXPECT_FALSE(m_doc.Database().InTransaction());
+        EXPECT_EQ(everything(), before);
+        EXPECT_FALSE(m_doc.IsModified());
+    }
+
+    // The same disc left to end goes in whole.
+    EXPECT_EQ(Add(CAddLocationJob::Mode::Disc, root), WorkOutcome::Succeeded);
+    EXPECT_EQ(Number(QStringLiteral("SELECT COUNT(*) FROM Units")), 1 + 4 + 120);
 }
