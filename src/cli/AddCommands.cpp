@@ -200,25 +200,25 @@ int AddDisc(CliContext& ctx)
 
 std::vector<CliCommand> AddCommands()
 {
-    const std::vector<CommandLine::Option> options{{kNotes, 1}, {kCategory, 1}};
+    using Arg = CliArgument;
+    const Arg file = Arg::Positional("FILE");
+    const Arg storage = Arg::Positional("STORAGE");
+    const Arg notes = Arg::Option(kNotes, {"TEXT"}).Optional();
+    const Arg category = Arg::Option(kCategory, {"CATEGORY"}).Optional();
     return {
-        {"add-folder", "FILE STORAGE PATH [--notes TEXT] [--category CATEGORY]",
-         "catalogues a folder; without --category files are categorised by extension", options, 3,
-         3, &AddFolder},
-        {"add-file", "FILE STORAGE PATH [--notes TEXT] [--category CATEGORY]",
-         "catalogues one file", options, 3, 3, &AddFile},
+        {"add-folder",
+         "catalogues a folder; without --category files are categorised by extension",
+         {file, storage, Arg::Positional("PATH"), notes, category},
+         &AddFolder},
+        {"add-file",
+         "catalogues one file",
+         {file, storage, Arg::Positional("PATH"), notes, category},
+         &AddFile},
         {"add-disc",
-         "FILE STORAGE DRIVE [--name NAME] [--notes TEXT] [--category CATEGORY] [--force] "
-         "[--eject]",
          "catalogues the disc in DRIVE (its mount point, or a disc image file); refuses a "
          "duplicate unless --force",
-         {{kNotes, 1},
-          {kCategory, 1},
-          {QStringLiteral("--name"), 1},
-          {QStringLiteral("--force"), 0},
-          {QStringLiteral("--eject"), 0}},
-         3,
-         3,
+         {file, storage, Arg::Positional("DRIVE"), Arg::Option("--name", {"NAME"}).Optional(),
+          notes, category, Arg::Option("--force").Optional(), Arg::Option("--eject").Optional()},
          &AddDisc,
          "The disc is named after its volume label unless --name is given. A disc that\n"
          "matches a catalogued one by the duplicate settings (CheckSerialNumber,\n"

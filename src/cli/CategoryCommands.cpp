@@ -151,37 +151,24 @@ int SetCategory(CliContext& ctx)
 
 std::vector<CliCommand> CategoryCommands()
 {
+    using Arg = CliArgument;
+    const Arg file = Arg::Positional("FILE");
+    const Arg category = Arg::Positional("CATEGORY");
+    const Arg extension = Arg::Positional("EXT");
     return {
-        {"categories", "FILE", "lists the categories with their extensions", {}, 1, 1, &Categories},
-        {"add-category", "FILE NAME", "adds a custom category", {}, 2, 2, &AddCategory},
-        {"delete-category",
-         "FILE CATEGORY",
-         "deletes a custom category",
-         {},
-         2,
-         2,
-         &DeleteCategory},
-        {"extensions", "FILE [CATEGORY]", "lists the extension map", {}, 1, 2, &Extensions},
+        {"categories", "lists the categories with their extensions", {file}, &Categories},
+        {"add-category", "adds a custom category", {file, Arg::Positional("NAME")}, &AddCategory},
+        {"delete-category", "deletes a custom category", {file, category}, &DeleteCategory},
+        {"extensions", "lists the extension map", {file, category.Optional()}, &Extensions},
         {"map-extension",
-         "FILE EXT CATEGORY",
          "maps an extension to a category",
-         {},
-         3,
-         3,
+         {file, extension, category},
          &MapExtension},
-        {"unmap-extension",
-         "FILE EXT",
-         "removes an extension's mapping",
-         {},
-         2,
-         2,
-         &UnmapExtension},
+        {"unmap-extension", "removes an extension's mapping", {file, extension}, &UnmapExtension},
         {"set-category",
-         "FILE --unit ID CATEGORY [--all-with-extension]",
          "changes a file's category, or that of every file with its extension",
-         {{QStringLiteral("--unit"), 1}, {QStringLiteral("--all-with-extension"), 0}},
-         2,
-         2,
+         {file, Arg::Option("--unit", {"ID"}), category,
+          Arg::Option("--all-with-extension").Optional()},
          &SetCategory},
     };
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "cli/CatalogueLock.h"
+#include "cli/CliCommand.h"
 #include "cli/CliMain.h"
 #include "cli/CliPrompter.h"
 #include "cli/CommandLine.h"
@@ -8,7 +9,6 @@
 
 #include <memory>
 #include <utility>
-#include <vector>
 
 // Exit statuses of shelfwise-cli.
 namespace ExitStatus {
@@ -67,26 +67,3 @@ private:
     CatalogueLock m_lock;
     std::unique_ptr<CShelfwiseDoc> m_doc;
 };
-
-// One subcommand.
-struct CliCommand
-{
-    const char* name;
-    const char* usage;   // the arguments after the name
-    const char* summary; // one line
-    std::vector<CommandLine::Option> options;
-    int minPositionals;
-    int maxPositionals;
-    int (*run)(CliContext&);
-    // More help after the summary, in COMMAND --help and the manual page: paragraphs
-    // separated by an empty line, lines of at most 80 columns. nullptr when there is none.
-    const char* details = nullptr;
-};
-
-std::vector<CliCommand> AddCommands();
-std::vector<CliCommand> CatalogueCommands();
-std::vector<CliCommand> CategoryCommands();
-std::vector<CliCommand> DriveCommands();
-std::vector<CliCommand> ReportCommands();
-std::vector<CliCommand> SearchCommands();
-std::vector<CliCommand> SettingsCommands();

@@ -1,7 +1,5 @@
 #include "cli/CliHelp.h"
 
-#include <QRegularExpression>
-
 namespace CliHelp {
 
 QString ProgramName()
@@ -18,26 +16,51 @@ std::vector<CliCommand> AllCommands()
     return all;
 }
 
-const std::vector<GlobalOption>& GlobalOptions()
+const std::vector<CliArgument>& GlobalOptions()
 {
-    static const std::vector<GlobalOption> options{
-        {"--settings-dir DIR", "use DIR as the settings folder (as SHELFWISE_SETTINGS_DIR does)"},
-        {"--json", "print results as JSON instead of tab-separated text"},
-        {"--yes, --no", "answer every question the window would ask"},
+    using Arg = CliArgument;
+    static const std::vector<Arg> options{
+        Arg::Option("--settings-dir", {"DIR"})
+            .Optional()
+            .Help("use DIR as the settings folder (as SHELFWISE_SETTINGS_DIR does)"),
+        Arg::Option("--json").Optional().Help(
+            "print results as JSON instead of tab-separated text"),
+        Arg::Option("--yes")
+            .Or(Arg::Option("--no"))
+            .Optional()
+            .Help("answer every question the window would ask"),
     };
     return options;
 }
 
-QStringList Synopsis()
+const std::vector<CliArgument>& LoneOptions()
 {
-    QString first;
-    for (const GlobalOption& option : GlobalOptions()) {
-        QString names = QString::fromLatin1(option.names);
-        names.replace(QStringLiteral(", "), QStringLiteral(" | "));
-        first += QStringLiteral("[%1] ").arg(names);
-    }
-    return {first + QStringLiteral("COMMAND [ARGS...]"),
-            QStringLiteral("--version | --help | COMMAND --help")};
+    static const std::vector<CliArgument> options{CliArgument::Option("--version"),
+                                                  CliArgument::Option("--help")};
+    return options;
+}
+
+const std::vector<CliArgument>& CommandOptions()
+{
+    static const std::vector<CliArgument> options{CliArgument::Option("--help")};
+    return options;
+}
+
+QStringList Synopsis(const CliArgument::Style& style)
+{
+    const CliArgument command = CliArgument::Positional("COMMAND");
+    std::vector<CliArgument> first = GlobalOptions();
+    first.push_back(command);
+    first.push_back(CliArgument::Positional("ARGS").Optional().Repeatable());
+
+    QStringList alternatives;
+    for (const CliArgument& option : LoneOptions())
+        alternatives << option.Usage(style);
+    std::vector<CliArgument> afterCommand{command};
+    afterCommand.insert(afterCommand.end(), CommandOptions().begin(), CommandOptions().end());
+    alternatives << CliArgument::Usage(afterCommand, style);
+    const QString bar = QLatin1Char(' ') + style.syntax(QStringLiteral("|")) + QLatin1Char(' ');
+    return {CliArgument::Usage(first, style), alternatives.join(bar)};
 }
 
 QString Description()
@@ -58,12 +81,6 @@ QStringList Examples()
     };
 }
 
-QString OneLineUsage(const CliCommand& command)
-{
-    static const QRegularExpression lineBreak(QStringLiteral("\\s*\\n\\s*"));
-    return QString::fromLatin1(command.usage).replace(lineBreak, QStringLiteral(" "));
-}
-
 QStringList DetailParagraphs(const CliCommand& command)
 {
     QStringList paragraphs;
@@ -82,10 +99,10 @@ QString GeneralHelp(const std::vector<CliCommand>& commands)
     QString text = QStringLiteral("usage: %1 %2\n       %1 %3\n\n%4\n\n")
                        .arg(ProgramName(), synopsis.at(0), synopsis.at(1), Description());
     text += QStringLiteral("Options (also after the command name):\n");
-    for (const GlobalOption& option : GlobalOptions())
+    for (const CliArgument& option : GlobalOptions())
         text += QStringLiteral("  %1  %2\n")
-                    .arg(QString::fromLatin1(option.names), -18)
-                    .arg(QString::fromLatin1(option.summary));
+                    .arg(option.Forms(CliArgument::Plain(), QStringLiteral(", ")), -18)
+                    .arg(option.HelpText());
     text += QStringLiteral("\nCommands:\n");
     for (const CliCommand& command : commands)
         text += QStringLiteral("  %1  %2\n")
@@ -103,10 +120,9 @@ QString GeneralHelp(const std::vector<CliCommand>& commands)
 
 QString CommandHelp(const CliCommand& command)
 {
-    QString text =
-        QStringLiteral("usage: %1 %2 %3\n\n%4.\n")
-            .arg(ProgramName(), QString::fromLatin1(command.name),
-                 QString::fromLatin1(command.usage), QString::fromLatin1(command.summary));
+    QString text = QStringLiteral("usage: %1 %2 %3\n\n%4.\n")
+                       .arg(ProgramName(), QString::fromLatin1(command.name), command.Usage(),
+                            QString::fromLatin1(command.summary));
     if (command.details)
         text += QLatin1Char('\n') + QString::fromLatin1(command.details) + QLatin1Char('\n');
     return text;

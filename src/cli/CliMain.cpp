@@ -115,13 +115,13 @@ int RunShelfwiseCli(int argc, char** argv, const DriveSystemFactory& drives)
     CliContext context(prompter, drives);
     context.Json = json;
     QString error;
-    if (!context.Args.Parse(rest.mid(1), command->options, error)) {
+    if (!context.Args.Parse(rest.mid(1), command->Options(), error)) {
         Print(stderr, QStringLiteral("shelfwise-cli %1: %2\n").arg(rest.first(), error) +
                           CliHelp::CommandHelp(*command));
         return ExitStatus::Usage;
     }
     const int count = static_cast<int>(context.Args.Positionals().size());
-    if (count < command->minPositionals || count > command->maxPositionals) {
+    if (count < command->MinPositionals() || count > command->MaxPositionals()) {
         Print(stderr, CliHelp::CommandHelp(*command));
         return ExitStatus::Usage;
     }

@@ -1,7 +1,8 @@
 # The manual pages and the bash completion of shelfwise-cli.
 #
-# shelfwise-mkdocs writes them at build time from the command table that --help prints,
-# into the build tree's share/ folder, laid out as they are installed:
+# shelfwise-mkdocs writes them at build time from the command table that --help prints
+# and the templates of src/mkdocs/templates (the script around the completion's data, the
+# pages' prose), into the build tree's share/ folder, laid out as they are installed:
 # share/man/man1/shelfwise-cli.1, share/man/man1/Shelfwise.1 and
 # share/bash-completion/completions/shelfwise-cli.
 
@@ -14,6 +15,15 @@ endif()
 add_executable(shelfwise-mkdocs ${CMAKE_CURRENT_LIST_DIR}/../mkdocs/main.cpp)
 target_link_libraries(shelfwise-mkdocs PRIVATE shelfwise_cli)
 
+# The templates, read when the files are written: a changed one writes them again.
+set(SHELFWISE_DOCS_TEMPLATE_DIR ${CMAKE_CURRENT_LIST_DIR}/../mkdocs/templates)
+cmake_path(NORMAL_PATH SHELFWISE_DOCS_TEMPLATE_DIR)
+set(SHELFWISE_DOCS_TEMPLATE_NAMES
+  shelfwise-cli.1.in Shelfwise.1.in environment.man.in files.man.in recent-files.man.in
+  shelfwise-cli.bash.in)
+list(TRANSFORM SHELFWISE_DOCS_TEMPLATE_NAMES PREPEND ${SHELFWISE_DOCS_TEMPLATE_DIR}/
+  OUTPUT_VARIABLE SHELFWISE_DOCS_TEMPLATES)
+
 set(SHELFWISE_DOCS_DIR ${CMAKE_BINARY_DIR}/share)
 set(SHELFWISE_CLI_MAN_PAGE ${SHELFWISE_DOCS_DIR}/man/man1/shelfwise-cli.1)
 set(SHELFWISE_DESKTOP_MAN_PAGE ${SHELFWISE_DOCS_DIR}/man/man1/Shelfwise.1)
@@ -25,8 +35,9 @@ file(CONFIGURE OUTPUT ${SHELFWISE_DOCS_DATE_FILE} CONTENT "${SHELFWISE_RELEASE_D
 
 add_custom_command(
   OUTPUT ${SHELFWISE_CLI_MAN_PAGE} ${SHELFWISE_DESKTOP_MAN_PAGE} ${SHELFWISE_BASH_COMPLETION}
-  COMMAND shelfwise-mkdocs ${SHELFWISE_DOCS_DIR} ${SHELFWISE_RELEASE_DATE}
-  DEPENDS shelfwise-mkdocs ${SHELFWISE_DOCS_DATE_FILE}
+  COMMAND shelfwise-mkdocs ${SHELFWISE_DOCS_TEMPLATE_DIR} ${SHELFWISE_DOCS_DIR}
+          ${SHELFWISE_RELEASE_DATE}
+  DEPENDS shelfwise-mkdocs ${SHELFWISE_DOCS_DATE_FILE} ${SHELFWISE_DOCS_TEMPLATES}
   COMMENT "Writing the manual pages and the bash completion of shelfwise-cli"
   VERBATIM)
 
@@ -75,8 +86,10 @@ if(UNIX AND NOT APPLE)
 endif()
 
 add_custom_target(cli_docs ALL DEPENDS ${SHELFWISE_DOCS_OUTPUTS})
-# Where the tests find what was written.
+# Where the tests find what was written, and the templates.
 set_target_properties(cli_docs PROPERTIES
+  SHELFWISE_DOCS_TEMPLATE_DIR ${SHELFWISE_DOCS_TEMPLATE_DIR}
+  SHELFWISE_DOCS_TEMPLATE_NAMES "${SHELFWISE_DOCS_TEMPLATE_NAMES}"
   SHELFWISE_CLI_MAN_PAGE ${SHELFWISE_CLI_MAN_PAGE}
   SHELFWISE_DESKTOP_MAN_PAGE ${SHELFWISE_DESKTOP_MAN_PAGE}
   SHELFWISE_BASH_COMPLETION ${SHELFWISE_BASH_COMPLETION})

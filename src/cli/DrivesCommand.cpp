@@ -32,10 +32,7 @@ int DrivesCommand(CliContext& ctx)
 std::vector<CliCommand> DriveCommands()
 {
     return {{"drives",
-             "",
              "lists the optical drives and the label, serial number and size of the disc in each",
              {},
-             0,
-             0,
              &DrivesCommand}};
 }

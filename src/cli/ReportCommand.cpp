@@ -143,13 +143,14 @@ int Report(CliContext& ctx)
 
 std::vector<CliCommand> ReportCommands()
 {
+    using Arg = CliArgument;
     return {
         {"report",
-         "FILE OUT.html [--storage STORAGE] [--level 1|2|3|all] [--open]",
          "writes the HTML report of the catalogue or of one storage",
-         {{kStorage, 1}, {kLevel, 1}, {kOpen, 0}},
-         2,
-         2,
+         {Arg::Positional("FILE"), Arg::Positional("OUT.html"),
+          Arg::Option(kStorage, {"STORAGE"}).Optional(),
+          Arg::Option(kLevel, {Arg::Value::OneOf({"1", "2", "3", "all"})}).Optional(),
+          Arg::Option(kOpen).Optional()},
          &Report,
          "Without --storage the report holds every storage. --level 1 (the default)\n"
          "lists what lies directly in each storage, 2 and 3 go that many levels down,\n"

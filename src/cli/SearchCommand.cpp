@@ -219,31 +219,27 @@ int Search(CliContext& ctx)
 
 std::vector<CliCommand> SearchCommands()
 {
+    using Arg = CliArgument;
+    const auto text = [](const char* option) { return Arg::Option(option, {"TEXT"}).Optional(); };
+    const auto measure = [](const char* option) {
+        return Arg::Option(option, {"OP", "N"}).Optional();
+    };
+    // The modes of the advanced search, or one custom category: the built-in categories
+    // are what the modes stand for, and the search refuses them.
+    const Arg::Value mode = Arg::Value::OneOf({"all", "music", "pictures", "films"})
+                                .Or("CATEGORY", CliKind::CustomCategory);
+    const Arg::Value order = Arg::Value::OneOf({"name", "category", "size", "type"});
     return {{"search",
-             "FILE [--text TEXT] [--notes] [--size OP NUMBER UNIT] [--storage STORAGE]\n"
-             "            [--date FIELD FROM TO] [--category all|music|pictures|films|CATEGORY]\n"
-             "            [--title TEXT] [--artist TEXT] [--album TEXT] [--year N] [--genre TEXT]\n"
-             "            [--width OP N] [--height OP N] [--duration OP N]\n"
-             "            [--sort name|category|size|type] [--descending]",
              "finds units by name, notes, size, storage, date, category and media details",
-             {{Opt("--text"), 1},
-              {Opt("--notes"), 0},
-              {Opt("--size"), 3},
-              {Opt("--storage"), 1},
-              {Opt("--date"), 3},
-              {Opt("--category"), 1},
-              {Opt("--title"), 1},
-              {Opt("--artist"), 1},
-              {Opt("--album"), 1},
-              {Opt("--year"), 1},
-              {Opt("--genre"), 1},
-              {Opt("--width"), 2},
-              {Opt("--height"), 2},
-              {Opt("--duration"), 2},
-              {Opt("--sort"), 1},
-              {Opt("--descending"), 0}},
-             1,
-             1,
+             {Arg::Positional("FILE"), text("--text"), Arg::Option("--notes").Optional(),
+              Arg::Option("--size", {"OP", "NUMBER", "UNIT"}).Optional(),
+              Arg::Option("--storage", {"STORAGE"}).Optional(),
+              Arg::Option("--date", {"FIELD", "FROM", "TO"}).Optional().OnNewLine(),
+              Arg::Option("--category", {mode}).Optional(), text("--title").OnNewLine(),
+              text("--artist"), text("--album"), Arg::Option("--year", {"N"}).Optional(),
+              text("--genre"), measure("--width").OnNewLine(), measure("--height"),
+              measure("--duration"), Arg::Option("--sort", {order}).Optional().OnNewLine(),
+              Arg::Option("--descending").Optional()},
              &Search,
              "--text finds the units whose name holds TEXT, with --notes also those whose\n"
              "notes hold it. Texts are taken as typed, apostrophes included; * or % stands\n"

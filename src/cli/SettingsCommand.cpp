@@ -37,11 +37,9 @@ int SettingsCommand(CliContext& ctx)
 
 std::vector<CliCommand> SettingsCommands()
 {
+    using Arg = CliArgument;
     return {{"settings",
-             "[set KEY VALUE]",
              "prints every setting, or changes one in the settings file",
-             {},
-             0,
-             3,
+             {Arg::Positional({Arg::Value::Word("set"), "KEY", "VALUE"}).Optional()},
              &SettingsCommand}};
 }

@@ -1,12 +1,15 @@
 // shelfwise-mkdocs: writes the manual pages and the bash completion at build time,
-// from the command table that shelfwise-cli --help prints.
+// from the command table that shelfwise-cli --help prints and the templates beside this
+// file.
 //
-//   shelfwise-mkdocs OUTPUT_DIR DATE
+//   shelfwise-mkdocs TEMPLATE_DIR OUTPUT_DIR DATE
 //
-// writes OUTPUT_DIR/man/man1/shelfwise-cli.1, OUTPUT_DIR/man/man1/Shelfwise.1 and
+// fills the templates of TEMPLATE_DIR (src/mkdocs/templates) and writes
+// OUTPUT_DIR/man/man1/shelfwise-cli.1, OUTPUT_DIR/man/man1/Shelfwise.1 and
 // OUTPUT_DIR/bash-completion/completions/shelfwise-cli. DATE (YYYY-MM-DD) is the date
 // the manual pages carry: the release's, never the build's, so that every build of a
-// version writes the same files.
+// version writes the same files. When a template is missing or does not fit the command
+// table, nothing is written.
 #include "cli/BashCompletion.h"
 #include "cli/CliHelp.h"
 #include "cli/ManPage.h"
@@ -18,7 +21,7 @@
 #include <QSaveFile>
 
 #include <cstdio>
-#include <stdexcept>
+#include <exception>
 
 namespace {
 
@@ -43,33 +46,36 @@ bool Write(const QString& path, const QString& text)
 
 int main(int argc, char** argv)
 {
-    if (argc != 3) {
-        std::fprintf(stderr, "usage: shelfwise-mkdocs OUTPUT_DIR DATE\n");
+    if (argc != 4) {
+        std::fprintf(stderr, "usage: shelfwise-mkdocs TEMPLATE_DIR OUTPUT_DIR DATE\n");
         return 2;
     }
-    const QString output = QFile::decodeName(argv[1]);
-    const QString date = QString::fromLocal8Bit(argv[2]);
+    const QString templates = QFile::decodeName(argv[1]);
+    const QString output = QFile::decodeName(argv[2]);
+    const QString date = QString::fromLocal8Bit(argv[3]);
     if (!QDate::fromString(date, QStringLiteral("yyyy-MM-dd")).isValid()) {
         std::fprintf(stderr, "shelfwise-mkdocs: the date must be YYYY-MM-DD, not \"%s\"\n",
-                     argv[2]);
+                     argv[3]);
         return 2;
     }
 
     const std::vector<CliCommand> commands = CliHelp::AllCommands();
     const QString version = Version::ProgramVersionText();
+    QString cliPage;
+    QString desktopPage;
     QString completion;
     try {
-        completion = BashCompletion::Script(commands, version);
-    } catch (const std::invalid_argument& error) {
+        cliPage = ManPage::CliPage(commands, version, date, templates);
+        desktopPage = ManPage::DesktopPage(version, date, templates);
+        completion = BashCompletion::Script(commands, version, templates);
+    } catch (const std::exception& error) {
         std::fprintf(stderr, "shelfwise-mkdocs: %s\n", error.what());
         return 1;
     }
     const QDir folder(output);
     const bool written =
-        Write(folder.filePath(QStringLiteral("man/man1/shelfwise-cli.1")),
-              ManPage::CliPage(commands, version, date)) &&
-        Write(folder.filePath(QStringLiteral("man/man1/Shelfwise.1")),
-              ManPage::DesktopPage(version, date)) &&
+        Write(folder.filePath(QStringLiteral("man/man1/shelfwise-cli.1")), cliPage) &&
+        Write(folder.filePath(QStringLiteral("man/man1/Shelfwise.1")), desktopPage) &&
         Write(folder.filePath(QStringLiteral("bash-completion/completions/shelfwise-cli")),
               completion);
     return written ? 0 : 1;

@@ -121,14 +121,47 @@ bool Render(const QString& page, QString& text, QString& warnings)
     return true;
 }
 
-// shelfwise-mkdocs' exit status, its output kept out of the test's.
-int MakeDocs(const QStringList& arguments)
+const QString kTemplates = QStringLiteral(SHELFWISE_DOCS_TEMPLATE_DIR);
+
+struct MakeDocsResult
+{
+    int status;
+    QString err;
+};
+
+// shelfwise-mkdocs run on the templates given, its exit status and what it said on stderr.
+MakeDocsResult MakeDocs(const QString& output, const QString& date,
+                        const QString& templates = kTemplates)
 {
     QProcess process;
-    process.start(QStringLiteral(SHELFWISE_MKDOCS), arguments);
+    process.start(QStringLiteral(SHELFWISE_MKDOCS), {templates, output, date});
     process.waitForFinished(60000);
-    return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+            QString::fromLocal8Bit(process.readAllStandardError())};
 }
+
+// The templates copied into folder, to be changed there.
+void CopyTemplates(const QString& folder)
+{
+    const QDir templates(kTemplates);
+    for (const QString& name : templates.entryList(QDir::Files))
+        ASSERT_TRUE(QFile::copy(templates.filePath(name), QDir(folder).filePath(name)))
+            << name.toStdString();
+}
+
+void Replace(const QString& path, const QString& before, const QString& after)
+{
+    QString text = ReadText(path);
+    ASSERT_TRUE(text.contains(before)) << path.toStdString() << ": " << before.toStdString();
+    text.replace(before, after);
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    file.write(text.toUtf8());
+}
+
+const QStringList kWritten{QStringLiteral("man/man1/shelfwise-cli.1"),
+                           QStringLiteral("man/man1/Shelfwise.1"),
+                           QStringLiteral("bash-completion/completions/shelfwise-cli")};
 
 } // namespace
 
@@ -238,11 +271,9 @@ TEST_F(ManPage, EveryBuildWritesTheSameFilesForTheDateGiven)
 {
     QTemporaryDir first;
     QTemporaryDir second;
-    const QStringList files{QStringLiteral("man/man1/shelfwise-cli.1"),
-                            QStringLiteral("man/man1/Shelfwise.1"),
-                            QStringLiteral("bash-completion/completions/shelfwise-cli")};
+    const QStringList& files = kWritten;
     for (const QTemporaryDir* dir : {&first, &second}) {
-        ASSERT_EQ(MakeDocs({dir->path(), QStringLiteral("2031-02-03")}), 0);
+        ASSERT_EQ(MakeDocs(dir->path(), QStringLiteral("2031-02-03")).status, 0);
     }
     for (const QString& file : files) {
         const QString text = ReadText(QDir(first.path()).filePath(file));
@@ -253,6 +284,82 @@ TEST_F(ManPage, EveryBuildWritesTheSameFilesForTheDateGiven)
     EXPECT_TRUE(page.contains(QStringLiteral("\n.TH SHELFWISE\\-CLI 1 \"2031\\-02\\-03\" ")));
 
     QTemporaryDir refused;
-    EXPECT_EQ(MakeDocs({refused.path(), QStringLiteral("03/02/2031")}), 2);
+    EXPECT_EQ(MakeDocs(refused.path(), QStringLiteral("03/02/2031")).status, 2);
     EXPECT_TRUE(QDir(refused.path()).isEmpty());
+}
+
+// The build writes the files again when one of the templates it lists changes: those
+// are the folder's files, and all that the generator reads.
+TEST_F(ManPage, TheBuildListsEveryTemplateThatIsRead)
+{
+    QStringList listed = QStringLiteral(SHELFWISE_DOCS_TEMPLATES).split(QLatin1Char('|'));
+    QStringList present = QDir(kTemplates).entryList(QDir::Files);
+    listed.sort();
+    present.sort();
+    EXPECT_EQ(present, listed);
+
+    QTemporaryDir copy;
+    for (const QString& name : listed)
+        ASSERT_TRUE(QFile::copy(QDir(kTemplates).filePath(name), QDir(copy.path()).filePath(name)));
+    QTemporaryDir fromCopy;
+    QTemporaryDir fromSource;
+    ASSERT_EQ(MakeDocs(fromCopy.path(), QStringLiteral("2031-02-03"), copy.path()).status, 0);
+    ASSERT_EQ(MakeDocs(fromSource.path(), QStringLiteral("2031-02-03")).status, 0);
+    for (const QString& file : kWritten)
+        EXPECT_EQ(ReadText(QDir(fromCopy.path()).filePath(file)),
+                  ReadText(QDir(fromSource.path()).filePath(file)))
+            << file.toStdString();
+}
+
+TEST_F(ManPage, WhatATemplateSaysIsWhatIsWritten)
+{
+    QTemporaryDir templates;
+    CopyTemplates(templates.path());
+    const QDir folder(templates.path());
+    // The section both pages share, and the script around the completion's data.
+    Replace(folder.filePath(QStringLiteral("environment.man.in")),
+            QStringLiteral("Where the default settings folder lies"),
+            QStringLiteral("Below it lies the default settings folder"));
+    Replace(folder.filePath(QStringLiteral("shelfwise-cli.bash.in")),
+            QStringLiteral("# bash completion for shelfwise-cli "),
+            QStringLiteral("# The bash completion of shelfwise-cli "));
+    QTemporaryDir output;
+    const MakeDocsResult made =
+        MakeDocs(output.path(), QStringLiteral("2031-02-03"), templates.path());
+    ASSERT_EQ(made.status, 0) << made.err.toStdString();
+    const QDir written(output.path());
+    for (const QString& page : {kWritten.at(0), kWritten.at(1)})
+        EXPECT_TRUE(ReadText(written.filePath(page))
+                        .contains(QStringLiteral("\n.TP\n\\fBXDG_DATA_HOME\\fR\n"
+                                                 "Below it lies the default settings folder")))
+            << page.toStdString();
+    const QString completion = ReadText(written.filePath(kWritten.at(2)));
+    EXPECT_TRUE(completion.startsWith(QStringLiteral("# The bash completion of shelfwise-cli ")));
+    // The reader's notes of the templates are not written.
+    for (const QString& file : kWritten)
+        EXPECT_FALSE(ReadText(written.filePath(file)).contains(QStringLiteral("@@")))
+            << file.toStdString();
+}
+
+TEST_F(ManPage, ATemplateThatDoesNotFitWritesNothing)
+{
+    QTemporaryDir unknownSlot;
+    CopyTemplates(unknownSlot.path());
+    Replace(QDir(unknownSlot.path()).filePath(QStringLiteral("files.man.in")),
+            QStringLiteral(".SH FILES\n"), QStringLiteral(".SH FILES\n@NO_SUCH_SLOT@\n"));
+    QTemporaryDir output;
+    MakeDocsResult made = MakeDocs(output.path(), QStringLiteral("2031-02-03"), unknownSlot.path());
+    EXPECT_EQ(made.status, 1);
+    EXPECT_TRUE(made.err.contains(QStringLiteral("files.man.in")) &&
+                made.err.contains(QStringLiteral("@NO_SUCH_SLOT@")))
+        << made.err.toStdString();
+    EXPECT_TRUE(QDir(output.path()).isEmpty());
+
+    QTemporaryDir missing;
+    CopyTemplates(missing.path());
+    ASSERT_TRUE(QFile::remove(QDir(missing.path()).filePath(QStringLiteral("Shelfwise.1.in"))));
+    made = MakeDocs(output.path(), QStringLiteral("2031-02-03"), missing.path());
+    EXPECT_EQ(made.status, 1);
+    EXPECT_TRUE(made.err.contains(QStringLiteral("Shelfwise.1.in"))) << made.err.toStdString();
+    EXPECT_TRUE(QDir(output.path()).isEmpty());
 }
