@@ -2,6 +2,7 @@
 
 #include "listers/DiscImageLister.h"
 #include "volumes/UdfDescriptors.h"
+#include "volumes/UdfLayout.h"
 
 #include <QFileInfo>
 
@@ -9,7 +10,6 @@
 
 #include <algorithm>
 #include <climits>
-#include <map>
 #include <vector>
 
 static_assert(UdfDescriptors::kNoTime == FindData::kNoTime, "a missing UDF time is a missing time");
@@ -32,17 +32,12 @@ constexpr int kMaxDescriptorChain = 256;
 
 struct UdfImageFolderLister::Volume
 {
-    struct Extent
-    {
-        quint64 Length = 0; // bytes
-        quint32 Block = 0;  // in the underlying partition
-    };
     struct Partition
     {
         bool Usable = false;
         quint32 Start = 0; // first block of the underlying partition in the image
         bool Metadata = false;
-        std::vector<Extent> Extents; // of the metadata file, for a metadata partition
+        std::vector<UdfLayout::Extent> Extents; // of the metadata file, for a metadata partition
     };
 
     udf_t* Handle = nullptr;
@@ -82,16 +77,8 @@ struct UdfImageFolderLister::Volume
             *block = static_cast<qint64>(partition.Start + inside);
             return true;
         }
-        quint64 skip = inside * kBlock;
-        for (const Extent& extent : partition.Extents) {
-            if (skip < extent.Length) {
-                *block = static_cast<qint64>(partition.Start) + extent.Block +
-                         static_cast<qint64>(skip / kBlock);
-                return true;
-            }
-            skip -= extent.Length;
-        }
-        return false;
+        return UdfLayout::MetadataBlock(partition.Extents, partition.Start,
+                                        static_cast<quint32>(inside), kBlock, block);
     }
 
     int ReadBlock(quint64 location, QByteArray* data) const
@@ -174,97 +161,73 @@ struct UdfImageFolderLister::Volume
     }
 
     bool ReadLayout();
-    bool ReadSequence(quint32 first, quint32 length, QByteArray* logicalVolume,
-                      std::map<quint16, quint32>* starts) const;
-    bool ReadMetadataFile(Partition* partition, quint32 fileBlock) const;
+    void ReadPartitions(const UdfLayout& layout);
 };
 
-// Collects the partition and logical volume descriptors of one volume descriptor
-// sequence.
-bool UdfImageFolderLister::Volume::ReadSequence(quint32 first, quint32 length,
-                                                QByteArray* logicalVolume,
-                                                std::map<quint16, quint32>* starts) const
+// The partitions, in the order of their reference numbers: up to the first map that is
+// shorter than a type 1 map or does not lie inside the map table and the descriptor. Type 1
+// maps, sparable partitions and metadata partitions are read; a virtual partition, and
+// any other, is not.
+void UdfImageFolderLister::Volume::ReadPartitions(const UdfLayout& layout)
 {
-    const quint32 blocks = qMin<quint32>(length / kBlock, kMaxSequenceBlocks);
-    for (quint32 i = 0; i < blocks; ++i) {
-        QByteArray d;
-        if (ReadImage(static_cast<qint64>(first) + i, 1, &d) != 0 ||
-            HasTag(d, 0, kTerminatingDescriptor))
+    for (const UdfLayout::PartitionMap& map : layout.PartitionMaps()) {
+        if (map.Length < 6 || !map.Inside)
             break;
-        if (HasTag(d, 0, kPartitionDescriptor))
-            starts->emplace(U16(d, 22), U32(d, 188));
-        else if (HasTag(d, 0, kLogicalVolumeDescriptor) && logicalVolume->isEmpty())
-            *logicalVolume = d;
+        Partition partition;
+        if (map.Type == 1) {
+            partition.Usable = true;
+        } else if (map.Type == 2 && map.Length >= 64) {
+            partition.Metadata = map.Kind == UdfLayout::MapKind::Metadata;
+            partition.Usable = partition.Metadata || map.Kind == UdfLayout::MapKind::Sparable;
+        }
+        const auto start = layout.PartitionStarts().find(map.PartitionNumber);
+        partition.Usable = partition.Usable && start != layout.PartitionStarts().end();
+        if (partition.Usable)
+            partition.Start = start->second;
+        // A metadata partition (UDF 2.50, Blu-ray) is the content of the metadata file,
+        // whose short allocation descriptors, up to the first that continues elsewhere,
+        // give its extents in the underlying partition.
+        UdfLayout::MetadataFile file;
+        if (partition.Usable && partition.Metadata) {
+            if (layout.ReadMetadataFile(partition.Start, map.MetadataFile, &file) && file.Whole &&
+                file.AllocationKind == 0) {
+                for (const UdfLayout::Extent& extent : file.Extents) {
+                    if (extent.Type == 3)
+                        break;
+                    partition.Extents.push_back(extent);
+                }
+            }
+            partition.Usable = !partition.Extents.empty();
+        }
+        Partitions.push_back(std::move(partition));
     }
-    return !logicalVolume->isEmpty() && !starts->empty();
-}
-
-// A metadata partition (UDF 2.50, Blu-ray) is the content of the metadata file, whose
-// extents lie in the underlying partition.
-bool UdfImageFolderLister::Volume::ReadMetadataFile(Partition* partition, quint32 fileBlock) const
-{
-    QByteArray block;
-    FileEntry entry;
-    if (ReadImage(static_cast<qint64>(partition->Start) + fileBlock, 1, &block) != 0 ||
-        !ParseFileEntry(block, &entry) || entry.AllocationKind != 0)
-        return false;
-    for (int at = 0; at + 8 <= entry.Allocation.size(); at += 8) {
-        const quint32 word = U32(entry.Allocation, at);
-        if ((word & kExtentLengthMask) == 0 || (word >> 30) == 3)
-            break;
-        partition->Extents.push_back({word & kExtentLengthMask, U32(entry.Allocation, at + 4)});
-    }
-    return !partition->Extents.empty();
 }
 
 bool UdfImageFolderLister::Volume::ReadLayout()
 {
-    QByteArray anchor;
-    if (ReadImage(kAnchorBlock, 1, &anchor) != 0 || !HasTag(anchor, 0, kAnchor))
+    // Only 2,048-byte blocks, the anchor at block 256.
+    const UdfLayout::ReadBlock read = [this](qint64 block, qint64 blockSize, QByteArray* data) {
+        return blockSize == kBlock && ReadImage(block, 1, data) == 0;
+    };
+    UdfLayout::Anchor anchor;
+    if (!UdfLayout::ReadAnchor(read, kBlock, kAnchorBlock, &anchor))
         return false;
-    QByteArray lv;
-    std::map<quint16, quint32> starts; // partition number -> first block
-    if (!ReadSequence(U32(anchor, 20), U32(anchor, 16), &lv, &starts) &&
-        !ReadSequence(U32(anchor, 28), U32(anchor, 24), &lv, &starts))
+    // The main sequence, or the reserve one when the main one lacks the logical volume or
+    // its partitions.
+    UdfLayout layout(read, kBlock);
+    const auto complete = [&layout] {
+        return !layout.LogicalVolume().isEmpty() && !layout.PartitionStarts().empty();
+    };
+    layout.ReadSequence(anchor.MainLocation, anchor.MainLength, kMaxSequenceBlocks);
+    if (!complete())
+        layout.ReadSequence(anchor.ReserveLocation, anchor.ReserveLength, kMaxSequenceBlocks);
+    if (!complete() || layout.LogicalBlockSize() != kBlock)
         return false;
-    if (U32(lv, 212) != kBlock)
-        return false;
-
-    // The partition maps, in the order of their reference numbers.
-    const quint32 count = qMin<quint32>(U32(lv, 268), 64);
-    const int end = 440 + static_cast<int>(qMin<quint32>(U32(lv, 264), kBlock - 440));
-    int at = 440;
-    for (quint32 i = 0; i < count && at + 2 <= end; ++i) {
-        const int type = U8(lv, at);
-        const int length = U8(lv, at + 1);
-        if (length < 6 || at + length > end)
-            break;
-        Partition partition;
-        quint16 number = 0;
-        quint32 metadataFile = 0;
-        if (type == 1) {
-            number = U16(lv, at + 4);
-            partition.Usable = true;
-        } else if (type == 2 && length >= 64) {
-            const QByteArray kind = lv.mid(at + 5, 23);
-            number = U16(lv, at + 38);
-            partition.Metadata = kind.startsWith("*UDF Metadata Partition");
-            partition.Usable = partition.Metadata || kind.startsWith("*UDF Sparable Partition");
-            metadataFile = U32(lv, at + 40);
-        }
-        const auto start = starts.find(number);
-        partition.Usable = partition.Usable && start != starts.end();
-        if (partition.Usable)
-            partition.Start = start->second;
-        if (partition.Usable && partition.Metadata)
-            partition.Usable = ReadMetadataFile(&partition, metadataFile);
-        Partitions.push_back(std::move(partition));
-        at += length;
-    }
+    ReadPartitions(layout);
 
     // The file set descriptor names the root folder.
     QByteArray fileSet;
-    if (ReadBlock(Location(U16(lv, 256), U32(lv, 252)), &fileSet) != 0 ||
+    if (ReadBlock(Location(layout.FileSetPartition(), layout.FileSetBlock()), &fileSet) != 0 ||
         !HasTag(fileSet, 0, kFileSetDescriptor))
         return false;
     Root = Location(U16(fileSet, 408), U32(fileSet, 404));

@@ -11,10 +11,11 @@
 // Lists the folders inside a UDF disc image file (DVD-Video, Blu-ray, a disc written by
 // Windows, the UDF side of a UDF-bridge disc) without mounting it. libcdio's udf library
 // opens the image (anchor at block 256, 2,048-byte blocks) and reads its blocks; the
-// volume's partitions and the folders' file entries and identifier descriptors are read
-// here, because that library reads neither extended file entries (UDF 2.0 and later),
-// nor folders held inside their file entry or in several extents, nor 8-bit names
-// beyond ASCII, and trusts every length it finds on the disc.
+// volume's partitions (through UdfLayout, which the volume reader shares) and the
+// folders' file entries and identifier descriptors are read here, because that library
+// reads neither extended file entries (UDF 2.0 and later), nor folders held inside their
+// file entry or in several extents, nor 8-bit names beyond ASCII, and trusts every length
+// it finds on the disc.
 //
 // Paths: the image's own path stands for the root of the disc and "<image>/A/B" for the
 // folder A/B inside it, as the scanner builds them. Names are the UDF names as the disc

@@ -28,6 +28,7 @@ public:
     explicit Bytes(QByteArray data) : m_data(std::move(data)) {}
 
     int Size() const { return static_cast<int>(m_data.size()); }
+    const QByteArray& Data() const { return m_data; }
     quint8 U8(int at) const { return Has(at, 1) ? static_cast<quint8>(m_data[at]) : 0; }
     quint16 U16(int at) const { return static_cast<quint16>(U8(at) | U8(at + 1) << 8); }
     quint32 U32(int at) const { return U16(at) | static_cast<quint32>(U16(at + 2)) << 16; }
