@@ -272,9 +272,10 @@ TEST_F(SubunitsSearcherTest, TwoWalksAtOnceEachFillOnlyTheirOwnSink)
             pathOf[info.ID] = relative;
             EXPECT_EQ(info.ID, i + 1);
             // A parent is a folder of the same walk, met before.
-            if (info.ParentID != 0)
+            if (info.ParentID != 0) {
                 EXPECT_EQ(pathOf.at(info.ParentID) + QLatin1Char('/') + info.Data.FileName,
                           relative);
+            }
         }
         paths.sort();
         EXPECT_EQ(paths, expected.at(tree));
