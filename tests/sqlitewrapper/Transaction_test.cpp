@@ -71,7 +71,8 @@ TEST(Transaction, WhoeverHoldsItLastDecides)
         CTransaction begun(db);
         db.AddStorage(QStringLiteral("Handed on"), QString());
         handedOn.emplace(std::move(begun));
-        EXPECT_FALSE(begun.IsActive());
+        // A moved-from transaction is left inactive: its end undoes nothing.
+        EXPECT_FALSE(begun.IsActive()); // NOLINT(bugprone-use-after-move)
     }
     EXPECT_TRUE(db.InTransaction());
     handedOn->Commit();
