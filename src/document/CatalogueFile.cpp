@@ -90,7 +90,7 @@ void CCatalogueFile::TuneWorkingCopy()
     // The working copy is disposable: Save copies it to the user's file, and a crash
     // leaves that file untouched. So SQLite need not wait for the disk on every spill
     // of a large addition's transaction.
-    m_db.Execute(QStringLiteral("PRAGMA synchronous = OFF"));
+    m_db.SkipDiskSync();
 }
 
 void CCatalogueFile::FinishLoading()
@@ -274,7 +274,7 @@ bool CCatalogueFile::SaveWithName()
 
 bool CCatalogueFile::Compress()
 {
-    return Guard([&] { m_db.Execute(QStringLiteral("VACUUM")); });
+    return Guard([&] { m_db.Compact(); });
 }
 
 void CCatalogueFile::SetModified(bool changed)

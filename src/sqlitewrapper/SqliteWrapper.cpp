@@ -138,6 +138,16 @@ void CSqliteWrapper::RollbackTransaction()
     Execute(QStringLiteral("ROLLBACK TRANSACTION"));
 }
 
+void CSqliteWrapper::SkipDiskSync()
+{
+    Execute(QStringLiteral("PRAGMA synchronous = OFF"));
+}
+
+void CSqliteWrapper::Compact()
+{
+    Execute(QStringLiteral("VACUUM"));
+}
+
 bool CSqliteWrapper::InTransaction() const
 {
     return m_db && sqlite3_get_autocommit(m_db) == 0;

@@ -46,6 +46,11 @@ public:
     void Open(const QString& path, bool fatal);
     void Close();
     bool IsOpen() const { return m_db != nullptr; }
+    // Lets SQLite hand writes to the system without waiting for the disk ("PRAGMA
+    // synchronous = OFF"): for a disposable copy, never for the user's file.
+    void SkipDiskSync();
+    // Rebuilds the catalogue file without its free pages ("VACUUM").
+    void Compact();
 
     // Statements
     void Execute(const QString& sql);
