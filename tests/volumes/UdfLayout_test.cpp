@@ -1,6 +1,7 @@
 // The UDF volume structure of volumes made by mkudffs, read through the layout and checked
 // against what udfinfo reports of them, then read by both the layout's users: the volume
 // reader (any block size, what Windows reads) and the UDF image lister (2,048-byte blocks).
+#include "volumes/SystemTools.h"
 #include "volumes/UdfLayout.h"
 
 #include "listers/UdfImageFolderLister.h"
@@ -21,22 +22,6 @@
 
 namespace {
 
-QString FindTool(const QString& name)
-{
-    QString path = QStandardPaths::findExecutable(name);
-    if (path.isEmpty())
-        path = QStandardPaths::findExecutable(name, {"/usr/sbin", "/sbin", "/usr/bin"});
-    return path;
-}
-
-QString RunTool(const QString& tool, const QStringList& arguments)
-{
-    QProcess process;
-    process.start(FindTool(tool), arguments);
-    process.waitForFinished(60000);
-    return QString::fromUtf8(process.readAllStandardOutput());
-}
-
 // What udfinfo tells of a volume: its "key=value" lines, and the areas of its
 // "start=S, blocks=N, type=T" lines (the first area of each type).
 struct UdfInfo
@@ -46,7 +31,8 @@ struct UdfInfo
 
     explicit UdfInfo(const QString& image)
     {
-        for (const QString& line : RunTool("udfinfo", {image}).split('\n', Qt::SkipEmptyParts)) {
+        for (const QString& line :
+             SystemTools::Run("udfinfo", {image}).split('\n', Qt::SkipEmptyParts)) {
             if (line.startsWith(QLatin1String("start="))) {
                 const QStringList fields = line.split(QStringLiteral(", "));
                 Areas.emplace(fields.value(2).section('=', 1),
@@ -90,7 +76,7 @@ class UdfLayoutTest : public ::testing::Test
 protected:
     void SetUp() override
     {
-        if (FindTool("mkudffs").isEmpty() || FindTool("udfinfo").isEmpty())
+        if (SystemTools::Find("mkudffs").isEmpty() || SystemTools::Find("udfinfo").isEmpty())
             GTEST_SKIP() << "mkudffs and udfinfo (udftools) are not installed";
         ASSERT_TRUE(m_dir.isValid());
     }
@@ -104,8 +90,9 @@ protected:
             return QString();
         file.close();
         QProcess process;
-        process.start(FindTool("mkudffs"), {"--media-type=" + media, "-b",
-                                            QString::number(blockSize), "--label=Reserve", image});
+        process.start(
+            SystemTools::Find("mkudffs"),
+            {"--media-type=" + media, "-b", QString::number(blockSize), "--label=Reserve", image});
         return process.waitForFinished(60000) && process.exitCode() == 0 ? image : QString();
     }
 

@@ -1,6 +1,7 @@
 // VolumeReader on real volumes made by the systems' own tools (xorriso, mkfs.fat, mkntfs,
 // mkudffs), checked against sums and values taken independently from the image bytes and
 // against what blkid and udfinfo report.
+#include "volumes/SystemTools.h"
 #include "volumes/VolumeReader.h"
 
 #include <QFile>
@@ -13,28 +14,9 @@
 
 namespace {
 
-QString FindTool(const QString& name)
-{
-    QString path = QStandardPaths::findExecutable(name);
-    if (path.isEmpty())
-        path = QStandardPaths::findExecutable(name, {"/usr/sbin", "/sbin", "/usr/bin"});
-    return path;
-}
-
-// Runs a tool to its end; its standard output, or a null string when it failed.
-QString RunTool(const QString& tool, const QStringList& arguments)
-{
-    QProcess process;
-    process.start(FindTool(tool), arguments);
-    if (!process.waitForFinished(60000) || process.exitStatus() != QProcess::NormalExit ||
-        process.exitCode() != 0)
-        return QString();
-    return QString::fromUtf8(process.readAllStandardOutput()) + QStringLiteral(" ");
-}
-
 QString Blkid(const QString& image, const char* tag)
 {
-    return RunTool("blkid", {"-p", "-o", "value", "-s", tag, image}).trimmed();
+    return SystemTools::Run("blkid", {"-p", "-o", "value", "-s", tag, image}).trimmed();
 }
 
 QByteArray ReadAll(const QString& path)
@@ -86,12 +68,12 @@ protected:
 
     QString MakeIso(const char* name, const QStringList& options)
     {
-        if (FindTool("xorriso").isEmpty())
+        if (SystemTools::Find("xorriso").isEmpty())
             return QString();
         const QString image = m_dir.filePath(name);
         QStringList arguments{"-as", "mkisofs", "-quiet", "-o", image};
         arguments << options << m_dir.filePath("tree");
-        return RunTool("xorriso", arguments).isNull() ? QString() : image;
+        return SystemTools::Run("xorriso", arguments).isNull() ? QString() : image;
     }
 
     QString Path(const char* name) const { return m_dir.filePath(name); }
@@ -144,7 +126,7 @@ TEST_F(VolumeReaderTest, JolietDescriptorGivesLabelAndSerial)
 
 TEST_F(VolumeReaderTest, ReadsFat12Fat16AndFat32)
 {
-    if (FindTool("mkfs.fat").isEmpty())
+    if (SystemTools::Find("mkfs.fat").isEmpty())
         GTEST_SKIP() << "mkfs.fat (dosfstools) is not installed";
     struct Case
     {
@@ -167,7 +149,7 @@ TEST_F(VolumeReaderTest, ReadsFat12Fat16AndFat32)
         if (QByteArray(c.bits) == "32")
             options << "-s"
                     << "1";
-        ASSERT_FALSE(RunTool("mkfs.fat", options << image).isNull());
+        ASSERT_FALSE(SystemTools::Run("mkfs.fat", options << image).isNull());
 
         VolumeReader::Volume volume;
         QString error;
@@ -183,11 +165,11 @@ TEST_F(VolumeReaderTest, ReadsFat12Fat16AndFat32)
 
 TEST_F(VolumeReaderTest, FatLabelComesFromTheRootFolderNotTheBootSector)
 {
-    if (FindTool("mkfs.fat").isEmpty())
+    if (SystemTools::Find("mkfs.fat").isEmpty())
         GTEST_SKIP() << "mkfs.fat (dosfstools) is not installed";
     const QString image = Path("fat16.img");
     ASSERT_TRUE(MakeEmptyImage(image, 16 << 20));
-    ASSERT_FALSE(RunTool("mkfs.fat", {"-F", "16", "-n", "BOOTLABEL", image}).isNull());
+    ASSERT_FALSE(SystemTools::Run("mkfs.fat", {"-F", "16", "-n", "BOOTLABEL", image}).isNull());
     QByteArray bytes = ReadAll(image);
     const int boot = bytes.indexOf("BOOTLABEL  ");
     const int root = bytes.indexOf("BOOTLABEL  ", boot + 1);
@@ -208,11 +190,11 @@ TEST_F(VolumeReaderTest, FatLabelComesFromTheRootFolderNotTheBootSector)
 
 TEST_F(VolumeReaderTest, ReadsNtfs)
 {
-    if (FindTool("mkntfs").isEmpty())
+    if (SystemTools::Find("mkntfs").isEmpty())
         GTEST_SKIP() << "mkntfs (ntfs-3g) is not installed";
     const QString image = Path("ntfs.img");
     ASSERT_TRUE(MakeEmptyImage(image, 8 << 20));
-    ASSERT_FALSE(RunTool("mkntfs", {"-F", "-q", "-L", "Archiv Müller", image}).isNull());
+    ASSERT_FALSE(SystemTools::Run("mkntfs", {"-F", "-q", "-L", "Archiv Müller", image}).isNull());
 
     VolumeReader::Volume volume;
     QString error;
@@ -228,7 +210,7 @@ TEST_F(VolumeReaderTest, ReadsNtfs)
 
 TEST_F(VolumeReaderTest, ReadsUdfOfSeveralRevisionsAndBlockSizes)
 {
-    if (FindTool("mkudffs").isEmpty() || FindTool("udfinfo").isEmpty())
+    if (SystemTools::Find("mkudffs").isEmpty() || SystemTools::Find("udfinfo").isEmpty())
         GTEST_SKIP() << "mkudffs and udfinfo (udftools) are not installed";
     struct Case
     {
@@ -247,10 +229,10 @@ TEST_F(VolumeReaderTest, ReadsUdfOfSeveralRevisionsAndBlockSizes)
         const QString image = Path("udf.img");
         QFile::remove(image);
         ASSERT_TRUE(MakeEmptyImage(image, c.size));
-        ASSERT_FALSE(
-            RunTool("mkudffs", QStringList{"--utf8"} << c.options << "--label=" + c.label << image)
-                .isNull());
-        const QString info = RunTool("udfinfo", {"--utf8", image});
+        ASSERT_FALSE(SystemTools::Run("mkudffs", QStringList{"--utf8"}
+                                                     << c.options << "--label=" + c.label << image)
+                         .isNull());
+        const QString info = SystemTools::Run("udfinfo", {"--utf8", image});
         const int at = info.indexOf("winserialnum=0x");
         ASSERT_GE(at, 0) << info.toStdString();
 
@@ -345,14 +327,14 @@ TEST_F(VolumeReaderTest, GarbageAndTruncatedVolumesFailCleanly)
     // its structures, never reads outside what it has and never crashes.
     QStringList images;
     images << MakeIso("cut.iso", {"-J", "-V", "CUT"});
-    if (!FindTool("mkfs.fat").isEmpty() && MakeEmptyImage(Path("cut.fat"), 2 << 20) &&
-        !RunTool("mkfs.fat", {"-F", "12", "-n", "CUT", Path("cut.fat")}).isNull())
+    if (!SystemTools::Find("mkfs.fat").isEmpty() && MakeEmptyImage(Path("cut.fat"), 2 << 20) &&
+        !SystemTools::Run("mkfs.fat", {"-F", "12", "-n", "CUT", Path("cut.fat")}).isNull())
         images << Path("cut.fat");
-    if (!FindTool("mkntfs").isEmpty() && MakeEmptyImage(Path("cut.ntfs"), 4 << 20) &&
-        !RunTool("mkntfs", {"-F", "-q", "-L", "CUT", Path("cut.ntfs")}).isNull())
+    if (!SystemTools::Find("mkntfs").isEmpty() && MakeEmptyImage(Path("cut.ntfs"), 4 << 20) &&
+        !SystemTools::Run("mkntfs", {"-F", "-q", "-L", "CUT", Path("cut.ntfs")}).isNull())
         images << Path("cut.ntfs");
-    if (!FindTool("mkudffs").isEmpty() && MakeEmptyImage(Path("cut.udf"), 4 << 20) &&
-        !RunTool("mkudffs", {"-b", "2048", "--label=CUT", Path("cut.udf")}).isNull())
+    if (!SystemTools::Find("mkudffs").isEmpty() && MakeEmptyImage(Path("cut.udf"), 4 << 20) &&
+        !SystemTools::Run("mkudffs", {"-b", "2048", "--label=CUT", Path("cut.udf")}).isNull())
         images << Path("cut.udf");
     QRandomGenerator random(20240601);
     for (const QString& image : images) {
