@@ -290,3 +290,11 @@ UPDATE Storages SET
                      AND (SubfilesNumber <> 0 OR SubfoldersNumber <> 0 OR UnitSize <> 0)),
     StorageSize = (SELECT IFNULL(SUM(UnitSize), 0) FROM Units
                    WHERE Units.StorageID = Storages.StorageID AND UnitType = 'F');
+
+-- Where two of the discs were read from, as every disc, folder and file added from
+-- catalogue version 1.1 on keeps it: one from a drive, one from an image file. The
+-- scan times are in UTC; the other units have no row, like those of an older catalogue.
+INSERT INTO UnitSources (UnitID, SourcePath, MountPoint, ScannedAt) VALUES
+    (1, '/media/anna/HOLIDAY_2019', '/media/anna/HOLIDAY_2019', '2019-11-02 17:44:03'),
+    (70, '/home/anna/Images/backup-2008-03.iso', '/home/anna/Images/backup-2008-03.iso',
+        '2020-01-19 09:09:12');

@@ -89,6 +89,17 @@ CREATE TABLE PictureInfo (
     ColorDepth INTEGER
 );
 
+-- Where a disc, folder or file added on its own was read from: the path it was added
+-- from, a disc's mount point (or its image file) at the time, NULL otherwise, and when
+-- it was scanned, in UTC. Units added before version 1.1 have no row. UnitID is the
+-- unit's id; deleting the unit deletes its row.
+CREATE TABLE UnitSources (
+    UnitID INTEGER PRIMARY KEY,
+    SourcePath TEXT NOT NULL,
+    MountPoint TEXT,
+    ScannedAt TEXT NOT NULL
+);
+
 -- SELECT * FROM Categories is read as id, name, custom flag.
 CREATE TABLE Categories (
     CategoryID INTEGER PRIMARY KEY AUTOINCREMENT,

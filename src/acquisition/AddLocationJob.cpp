@@ -7,10 +7,12 @@
 #include "common/WorkerEvent.h"
 #include "document/ShelfwiseDoc.h"
 #include "drives/DriveSystem.h"
+#include "listers/ListerFor.h"
 #include "media/MediaDetails.h"
 #include "settings/Settings.h"
 
 #include <QDateTime>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
@@ -43,6 +45,42 @@ bool ReadFileFacts(const QString& path, FileFacts& facts)
     if (born.isValid() && born.toMSecsSinceEpoch() != 0)
         facts.created = born;
     return facts.modified.isValid();
+}
+
+// Whether path is root or lies below it.
+bool IsWithin(const QString& path, const QString& root)
+{
+    if (path == root)
+        return true;
+    return path.startsWith(root.endsWith(QLatin1Char('/')) ? root : root + QLatin1Char('/'));
+}
+
+// Where an addition reads from, for its UnitSources row: the path made absolute and, for
+// a disc, the image file itself or the mount point that the drive system gives for the
+// drive holding the path (none when it gives none). The unit's id is filled in later.
+UnitSource SourceOf(const CAddLocationJob::Request& r, DriveSystem* drives)
+{
+    UnitSource source;
+    source.SourcePath = QDir::cleanPath(QFileInfo(r.path).absoluteFilePath());
+    source.ScannedAt = QDateTime::currentDateTimeUtc();
+    if (r.mode != CAddLocationJob::Mode::Disc)
+        return source;
+    if (IsListedFromInside(r.path)) {
+        source.MountPoint = source.SourcePath;
+        return source;
+    }
+    if (!drives)
+        return source;
+    for (const OpticalDrive& drive : drives->ListOpticalDrives()) {
+        const QString mountPoint =
+            drive.MountPoint.isEmpty() ? QString() : QDir::cleanPath(drive.MountPoint);
+        if (r.path == drive.Device || source.SourcePath == QDir::cleanPath(drive.Device) ||
+            (!mountPoint.isEmpty() && IsWithin(source.SourcePath, mountPoint))) {
+            source.MountPoint = drive.MountPoint;
+            break;
+        }
+    }
+    return source;
 }
 
 } // namespace
@@ -93,6 +131,7 @@ bool CAddLocationJob::AddLocation(quint64 totalSize)
     FileFacts facts;
     bool fileFailed = false;
     int unitId = 0;
+    UnitSource source = SourceOf(r, m_drives);
     // Everything the addition writes is one transaction; an error below rolls it back.
     std::optional<CTransaction> transaction;
     const bool started = m_doc.Guard([&] {
@@ -114,6 +153,8 @@ bool CAddLocationJob::AddLocation(quint64 totalSize)
         }
         unitId = db.AddUnit(kind, r.name, r.notes, category, r.storageId, 0, unitInfoId, facts.size,
                             facts.created, facts.modified, discInfoId, true);
+        source.UnitID = unitId;
+        db.AddUnitSource(source);
         m_doc.SetLastAdded(r.storageId, unitId);
     });
     if (fileFailed) {

@@ -251,6 +251,21 @@ void CheckMediaRows(CSqliteWrapper& db, std::vector<Disagreement>& found)
     }
 }
 
+// A source row outlives its unit only when something other than the program deleted
+// the unit.
+void CheckUnitSources(CSqliteWrapper& db, std::vector<Disagreement>& found)
+{
+    using D = Disagreement;
+    std::vector<NamedRow> rows;
+    db.GetOrphanUnitSources(rows, &MapNamed);
+    for (const NamedRow& row : rows) {
+        D d = Make(D::Subject::UnitSource, D::Problem::MissingRow, row.Id, "UnitID", row.Id);
+        d.Name = row.Name;
+        d.Table = QStringLiteral("Units");
+        found.push_back(std::move(d));
+    }
+}
+
 // The counters and references were checked without names; the few units reported get
 // theirs here.
 void FillUnitNames(CSqliteWrapper& db, std::vector<Disagreement>& found)
@@ -304,9 +319,10 @@ std::vector<CatalogueDisagreement> CCatalogueCheck::Run()
     units.shrink_to_fit();
     CheckMediaRows(m_db, found);
     FillUnitNames(m_db, found);
+    CheckUnitSources(m_db, found);
 
-    // Storages before units, each in id order; the problems of one unit keep the order
-    // in which they were found.
+    // Storages before units before source rows, each in id order; the problems of one
+    // unit keep the order in which they were found.
     std::stable_sort(found.begin(), found.end(), [](const Disagreement& a, const Disagreement& b) {
         return std::make_pair(a.What, a.Id) < std::make_pair(b.What, b.Id);
     });
@@ -316,8 +332,9 @@ std::vector<CatalogueDisagreement> CCatalogueCheck::Run()
 QString CCatalogueCheck::Describe(const CatalogueDisagreement& d)
 {
     using D = CatalogueDisagreement;
-    const QString subject =
-        d.What == D::Subject::Storage ? QStringLiteral("Storage") : QStringLiteral("Unit");
+    const QString subject = d.What == D::Subject::Storage      ? QStringLiteral("Storage")
+                            : d.What == D::Subject::UnitSource ? QStringLiteral("Source of unit")
+                                                               : QStringLiteral("Unit");
     QString head = QStringLiteral("%1 %2 \"%3\": %4 is %5")
                        .arg(subject)
                        .arg(d.Id)

@@ -10,7 +10,8 @@ class CSqliteWrapper;
 // One place where a catalogue's rows and what it stores about them disagree.
 struct CatalogueDisagreement
 {
-    enum class Subject { Storage, Unit };
+    // UnitSource: a UnitSources row, named by its UnitID and its SourcePath.
+    enum class Subject { Storage, Unit, UnitSource };
 
     enum class Problem {
         // A stored counter differs from the count or sum over the rows: Stored is the
@@ -47,7 +48,8 @@ struct CatalogueDisagreement
 //   DiscsNumber, the discs that are not empty;
 // - units whose parent or storage is missing, whose parent lies in another storage or
 //   whose parents run in a loop;
-// - units whose UnitInfoID names no row in the media table of their category.
+// - units whose UnitInfoID names no row in the media table of their category;
+// - UnitSources rows whose unit does not exist.
 //
 // The import does not count a disc or a top-level folder that it finds empty (no
 // files, no folders, no bytes) in the storage's counters, so neither does the check.
@@ -65,9 +67,9 @@ public:
     CCatalogueCheck(const CCatalogueCheck&) = delete;
     CCatalogueCheck& operator=(const CCatalogueCheck&) = delete;
 
-    /// Runs every check. Storages come first, in id order, then units in id order; an
-    /// empty list means the catalogue is consistent. Raises CSqliteWrapperError when a
-    /// query fails.
+    /// Runs every check. Storages come first, in id order, then units, then source rows,
+    /// each in id order; an empty list means the catalogue is consistent. Raises
+    /// CSqliteWrapperError when a query fails.
     std::vector<CatalogueDisagreement> Run();
 
     /// One line for a person, e.g.

@@ -260,6 +260,10 @@ QString CSqliteWrapper::CheckStatement(CheckQuery query)
             "UnitInfoID)) OR "
             "(CategoryID = 4 AND NOT EXISTS (SELECT 1 FROM PictureInfo WHERE PictureInfoID = "
             "UnitInfoID))) ORDER BY UnitID");
+    case CheckQuery::OrphanSources:
+        return QStringLiteral("SELECT UnitID, SourcePath FROM UnitSources WHERE NOT EXISTS "
+                              "(SELECT 1 FROM Units WHERE Units.UnitID = UnitSources.UnitID) "
+                              "ORDER BY UnitID");
     }
     return QString();
 }

@@ -331,6 +331,7 @@ void CSqliteWrapper::DeleteUnitRows(const std::vector<int>& ids)
                    {"SELECT UnitInfoID FROM Units WHERE UnitID IN (%s) AND CategoryID = %d"});
         Execute(Format(withSelect, {list, table.categoryId}));
     }
+    DeleteUnitSources(Format("IN (%s)", {list}));
     Execute(Format("DELETE FROM Units WHERE UnitID IN (%s)", {list}));
 }
 
@@ -342,6 +343,7 @@ void CSqliteWrapper::DeleteStorageUnits(int storageId)
                    {"SELECT UnitInfoID FROM Units WHERE StorageID = %d AND CategoryID = %d"});
         Execute(Format(withSelect, {storageId, table.categoryId}));
     }
+    DeleteUnitSources(Format("IN (SELECT UnitID FROM Units WHERE StorageID = %d)", {storageId}));
     Execute(Format("DELETE FROM Units WHERE StorageID = %d", {storageId}));
 }
 

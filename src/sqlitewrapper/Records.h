@@ -2,6 +2,7 @@
 
 #include "sqlitewrapper/Nullable.h"
 
+#include <QDateTime>
 #include <QString>
 #include <QtGlobal>
 
@@ -165,4 +166,15 @@ struct ReportRow
     UnitKind Kind = UnitKind::Unset;
     qint64 UnitSize = 0;
     QString DateAdded;
+};
+
+// Where a disc, folder or file added on its own was read from: a UnitSources row.
+// MountPoint is empty for a folder or a file (and for a disc when the drive system knew
+// no mount point); ScannedAt is in UTC, to the second.
+struct UnitSource
+{
+    int UnitID = 0;
+    QString SourcePath;
+    QString MountPoint;
+    QDateTime ScannedAt;
 };

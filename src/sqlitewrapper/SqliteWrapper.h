@@ -166,6 +166,12 @@ public:
     void MoveUnitToStorage(int unitId, int storageId);
     // Takes a unit's share off its storage's counters.
     void SubtractFromStorage(int storageId, qint64 files, qint64 folders, int discs, qint64 size);
+    // Where a unit added on its own was read from, written in the addition's
+    // transaction; nothing is written to a catalogue still without the table (one left
+    // at a version before 1.1). GetUnitSource is false when the unit has no row, as
+    // every unit catalogued before 1.1.
+    void AddUnitSource(const UnitSource& source);
+    bool GetUnitSource(int unitId, UnitSource& source);
     // Deletes the DiscInfo row unless a unit still refers to it.
     void DeleteUnusedDiscInfo(int discInfoId);
     // The extension map's rows as stored, in their order, and the map replaced by rows
@@ -197,6 +203,14 @@ public:
     {
         QueryRows(CheckStatement(CheckQuery::MissingMediaRows), rows, mapper);
     }
+    // UnitID, SourcePath of the UnitSources rows whose unit does not exist, by UnitID;
+    // none where the catalogue has no such table.
+    template <typename Record>
+    void GetOrphanUnitSources(std::vector<Record>& rows, RowMapper<Record> mapper)
+    {
+        if (HasUnitSources())
+            QueryRows(CheckStatement(CheckQuery::OrphanSources), rows, mapper);
+    }
     // UnitID, UnitName of the units with these ids, in one statement.
     template <typename Record>
     void GetUnitNames(const std::vector<int>& unitIds, std::vector<Record>& rows,
@@ -227,7 +241,7 @@ public:
     void ApplyChangeset(const QByteArray& changeset, bool inverse);
 
 private:
-    enum class CheckQuery { UnitCounters, StorageCounters, MissingMediaRows };
+    enum class CheckQuery { UnitCounters, StorageCounters, MissingMediaRows, OrphanSources };
     static QString CheckStatement(CheckQuery query);
     static QString UnitNamesStatement(const std::vector<int>& unitIds);
     // GetStorageUnits' statement.
@@ -235,6 +249,10 @@ private:
     // String 150 in the narrow code page: the message when no catalogue is open.
     static std::string InaccessibleMessage();
     void CollectDescendants(int unitId, std::vector<int>& ids);
+    // Whether the catalogue has the UnitSources table (version 1.1 on).
+    bool HasUnitSources();
+    // Deletes the UnitSources rows of the units that the condition on UnitID selects.
+    void DeleteUnitSources(const QString& unitCondition);
 
     sqlite3* m_db = nullptr;
     sqlite3_session* m_session = nullptr;

@@ -1,6 +1,7 @@
 #include "FakePrompter.h"
 #include "TestCatalogue.h"
 
+#include "document/CatalogueCheck.h"
 #include "document/ProgramVersion.h"
 #include "document/ShelfwiseDoc.h"
 #include "settings/Settings.h"
@@ -78,7 +79,7 @@ TEST(DatabaseUpgrade, VersionNumbers)
               ParseVersionNumber(QStringLiteral("9.9")));
     EXPECT_EQ(ParseVersionNumber(QStringLiteral("notes.txt")), 0u);
     EXPECT_EQ(ParseVersionNumber(QStringLiteral("12")), 12u);
-    EXPECT_EQ(Version::ProgramVersion(), ParseVersionNumber(QStringLiteral("1.0")));
+    EXPECT_EQ(Version::ProgramVersion(), ParseVersionNumber(QStringLiteral("1.1")));
     EXPECT_EQ(Version::ProgramVersionText().count(QLatin1Char('.')), 3);
 }
 
@@ -156,4 +157,64 @@ TEST(DatabaseUpgrade, RefusedOrNewerCataloguesAreNotUsed)
     // The newer file itself was never changed.
     EXPECT_EQ(Column(newer, QStringLiteral("SELECT VersionNumber FROM DatabaseVersion")),
               std::vector<QString>{"9.3"});
+}
+
+TEST(DatabaseUpgrade, TheShippedScriptsBringTheSampleAtVersion1_0ToTheCurrentSchema)
+{
+    FakePrompter prompter;
+    prompter.SetDefaultYesNo(true);
+    UpdatesFolder updates;
+    QTemporaryDir dir;
+    // The sample as version 1.0 left it: the same rows, without the UnitSources table.
+    const auto oldSample = [&dir](const QString& name) {
+        const QString path = CopySampleCatalogue(dir.filePath(name));
+        CSqliteWrapper db;
+        db.Open(path, false);
+        db.Execute(QStringLiteral("DROP TABLE UnitSources"));
+        db.Execute(QStringLiteral("UPDATE DatabaseVersion SET VersionNumber = '1.0'"));
+        return path;
+    };
+
+    // Without the scripts the catalogue is used as it is: adding and deleting work, and
+    // no unit has a source.
+    const QString unchanged = oldSample(QStringLiteral("unchanged.db3"));
+    {
+        CShelfwiseDoc doc;
+        ASSERT_TRUE(doc.OnOpenDocument(unchanged));
+        EXPECT_EQ(doc.Database().GetDatabaseVersion(), QStringLiteral("1.0"));
+        UnitSource source;
+        EXPECT_FALSE(doc.Database().GetUnitSource(1, source));
+        EXPECT_TRUE(doc.DeleteItem(nullptr, QStringLiteral("Holiday Films 2019"), 1, false));
+        EXPECT_FALSE(doc.Database().UnitExists(1));
+    }
+
+    const QDir shipped(QStringLiteral(SHELFWISE_DATA_DIR "/Updates"));
+    for (const QString& name : shipped.entryList(QDir::Files)) {
+        QFile script(shipped.filePath(name));
+        ASSERT_TRUE(script.open(QIODevice::ReadOnly));
+        updates.Add(name, QString::fromUtf8(script.readAll()));
+    }
+    const QString path = oldSample(QStringLiteral("old.db3"));
+    const QString rows = QStringLiteral("SELECT COUNT(*) || '|' || SUM(UnitSize) || '|' || "
+                                        "group_concat(UnitName, '/') FROM Units");
+    const std::vector<QString> before = Column(path, rows);
+
+    CShelfwiseDoc doc;
+    const size_t asked = prompter.Questions().size();
+    ASSERT_TRUE(doc.OnOpenDocument(path));
+    EXPECT_EQ(prompter.Questions().size(), asked + 1);
+    EXPECT_EQ(doc.Database().GetDatabaseVersion(), QStringLiteral("1.1"));
+    UnitSource source;
+    EXPECT_FALSE(doc.Database().GetUnitSource(1, source));
+    EXPECT_TRUE(CCatalogueCheck(doc.Database()).Run().empty());
+    // Saved at once, rows kept, and the table as the template has it.
+    EXPECT_EQ(Column(path, QStringLiteral("SELECT VersionNumber FROM DatabaseVersion")),
+              std::vector<QString>{"1.1"});
+    EXPECT_EQ(Column(path, rows), before);
+    // The script's lines were joined by CR LF.
+    const QString schema = QStringLiteral(
+        "SELECT REPLACE(sql, char(13), '') FROM sqlite_master WHERE name = 'UnitSources'");
+    EXPECT_EQ(Column(path, schema), Column(TemplateCataloguePath(), schema));
+    EXPECT_EQ(Column(path, QStringLiteral("SELECT COUNT(*) FROM UnitSources")),
+              std::vector<QString>{"0"});
 }

@@ -35,8 +35,9 @@ void JoinColumns(std::vector<QString>& rows, int columns, char** values)
 QStringList Rows(CSqliteWrapper& db)
 {
     QStringList rows;
-    for (const char* table : {"DatabaseVersion", "Storages", "DiscInfo", "Units", "FilmInfo",
-                              "MusicInfo", "PictureInfo", "Categories", "FileExtensions"}) {
+    for (const char* table :
+         {"DatabaseVersion", "Storages", "DiscInfo", "Units", "UnitSources", "FilmInfo",
+          "MusicInfo", "PictureInfo", "Categories", "FileExtensions"}) {
         std::vector<QString> lines;
         db.QueryRows(QStringLiteral("SELECT * FROM %1 ORDER BY rowid").arg(QLatin1String(table)),
                      lines, &JoinColumns);

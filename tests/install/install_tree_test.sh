@@ -20,6 +20,7 @@ app=org.korvalt.Shelfwise
 expected=(
   bin/Shelfwise bin/shelfwise-cli
   share/shelfwise/empty.db3 share/shelfwise/test.db3 share/shelfwise/Updates/1.0.sql
+  share/shelfwise/Updates/1.1.sql
   share/shelfwise/help/index.html
   "share/applications/$app.desktop" "share/metainfo/$app.metainfo.xml"
   share/mime/packages/shelfwise.xml "share/icons/hicolor/scalable/apps/$app.svg"
@@ -60,7 +61,7 @@ version=$("${cli[@]}" --version)
 [[ "$version" == "shelfwise-cli "* ]] || fail "--version printed: $version"
 "${cli[@]}" new "$work/new.db3" >/dev/null || fail "new failed"
 [ -f "$work/new.db3" ] || fail "new wrote no catalogue"
-[ -f "$settings/Updates/1.0.sql" ] || fail "upgrade scripts not copied to the settings folder"
+[ -f "$settings/Updates/1.1.sql" ] || fail "upgrade scripts not copied to the settings folder"
 "${cli[@]}" storages "$settings/test.db3" | grep -q $'\tInstalled copy\t' ||
   fail "the sample catalogue did not come from the installed data folder"
 "${cli[@]}" check "$settings/test.db3" >/dev/null || fail "check of the sample catalogue failed"
@@ -74,7 +75,8 @@ if command -v appstreamcli >/dev/null; then
   appstreamcli validate --no-net "$moved/share/metainfo/$app.metainfo.xml" >/dev/null ||
     fail "AppStream data: $(appstreamcli validate --no-net "$moved/share/metainfo/$app.metainfo.xml")"
 fi
-release=$(sed -n 's/.*<release version="\([^"]*\)".*/\1/p' "$moved/share/metainfo/$app.metainfo.xml")
+# The newest release comes first.
+release=$(sed -n '/<release version=/{s/.*<release version="\([^"]*\)".*/\1/p;q}' "$moved/share/metainfo/$app.metainfo.xml")
 [ "shelfwise-cli $release" = "$version" ] || fail "AppStream release $release, program $version"
 changelog=$(zcat "$moved/share/doc/shelfwise/changelog.gz" | sed -n '1s/^shelfwise (\([^)]*\)).*/\1/p')
 [ "shelfwise-cli $changelog" = "$version" ] || fail "changelog version $changelog, program $version"
