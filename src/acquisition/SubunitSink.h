@@ -2,6 +2,9 @@
 
 #include "acquisition/SubunitInfo.h"
 
+#include <QString>
+#include <QtGlobal>
+
 #include <vector>
 
 // Where a walk of a folder tree (SubunitsSearcher) puts what it finds: the records in
@@ -23,6 +26,16 @@ public:
     virtual void SetFinished() = 0;
     /// The walk stopped on a cancel request; what it handed over before stays.
     virtual void SetCancelled() = 0;
+    /// The folder at path (the record folderId, 0 for the root) could not be listed, or
+    /// not to its end; error is the system's code. Called only by a walk told to keep its
+    /// folder errors in its sink (SubunitsSearcher::KeepFolderErrorsInSink); the others
+    /// report them to ErrorLog.
+    virtual void AddUnreadableFolder(quint32 folderId, const QString& path, int error)
+    {
+        Q_UNUSED(folderId)
+        Q_UNUSED(path)
+        Q_UNUSED(error)
+    }
 
 protected:
     SubunitSink() = default;

@@ -52,7 +52,8 @@ void SubunitsSearcher::Start(const QString& rootPath, QObject* notify, bool coun
     m_entered.clear();
     m_lastId = 0; // the first record gets 1
     m_pending.push_back({std::make_shared<const QString>(rootPath), 0});
-    ErrorLog::Instance().ClearFileSystemErrors();
+    if (!m_errorsToSink)
+        ErrorLog::Instance().ClearFileSystemErrors();
 
     m_thread.Start([this] { Run(); });
 }
@@ -120,7 +121,9 @@ bool SubunitsSearcher::ListFolder(const PendingFolder& folder)
     m_sink.PushBatch(m_batch);
     if (cancelled)
         return false;
-    if (error != 0)
+    if (error != 0 && m_errorsToSink)
+        m_sink.AddUnreadableFolder(folder.ID, *folder.Path, error);
+    else if (error != 0)
         ErrorLog::Instance().ReportFileSystemError(*folder.Path, error);
     return true;
 }

@@ -21,9 +21,10 @@ class SubunitSink;
 // thread and hands every file and folder below the root to its sink as a SubunitInfo
 // record, in small batches as it reads them. Each walk numbers its records from 1, so
 // the records of two walks never mix, whatever else runs. Folders that cannot be listed
-// go to ErrorLog's file-system error list. Symbolic links inside the tree are records of their
-// own and never entered; a folder reached twice all the same (a bind mount of an
-// ancestor) is entered once, so the walk always ends.
+// go to ErrorLog's file-system error list, or to the sink alone when the walk keeps its
+// folder errors there (a rescan, which may run beside an addition). Symbolic links
+// inside the tree are records of their own and never entered; a folder reached twice
+// all the same (a bind mount of an ancestor) is entered once, so the walk always ends.
 //
 // Events posted to the notify object (WorkerEvent):
 // - Finished with Cancelled (1025/2) when the walk stopped on Cancel(); the sink has
@@ -42,7 +43,12 @@ public:
     ~SubunitsSearcher();
     Q_DISABLE_COPY_MOVE(SubunitsSearcher)
 
-    /// Clears the file-system error list and starts walking rootPath on a new thread,
+    /// From the next Start on, folders that cannot be listed go to the sink
+    /// (SubunitSink::AddUnreadableFolder) and ErrorLog is neither cleared nor told.
+    void KeepFolderErrorsInSink(bool keep) { m_errorsToSink = keep; }
+
+    /// Clears the file-system error list (unless the errors are kept in the sink) and
+    /// starts walking rootPath on a new thread,
     /// numbering the records from 1 again; returns at once. The sink is not emptied: its
     /// owner gives each walk an empty one. notify receives the events (may be null). A
     /// walk still running is waited for first.
@@ -74,6 +80,7 @@ private:
     CWorkerThread m_thread;
     std::atomic<QObject*> m_notify{nullptr};
     bool m_countSizes = false;
+    bool m_errorsToSink = false;
     std::atomic<quint64> m_totalSize{0};
     std::atomic<int> m_cancel{0};
 

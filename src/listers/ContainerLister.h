@@ -25,6 +25,12 @@ template <typename Key> class ContainerLister : public FolderLister
 {
 public:
     int List(const QString& path, const OpenedCallback& opened, const EntryCallback& entry) final;
+    /// ISO 9660, Joliet and UDF names are compared without regard to case.
+    bool IgnoresCase(const QString& path) final
+    {
+        Q_UNUSED(path)
+        return true;
+    }
 
     /// Opens the file (once): 0, or the error listings would give, e.g. for a file
     /// without the file system this lister reads.

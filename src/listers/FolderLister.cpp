@@ -20,6 +20,16 @@ char16_t UpperUnit(char16_t unit)
 
 } // namespace
 
+bool FolderLister::IgnoresCase(const QString& path)
+{
+    Q_UNUSED(path)
+#ifdef _WIN32
+    return true;
+#else
+    return false;
+#endif
+}
+
 bool FolderLister::NameLess(const QString& a, const QString& b)
 {
     const QChar* left = a.constData();

@@ -47,6 +47,11 @@ public:
     virtual int List(const QString& path, const OpenedCallback& opened,
                      const EntryCallback& entry) = 0;
 
+    /// Whether the file system that holds the folder at path takes names that differ
+    /// only in case for one name (FAT, exFAT, NTFS, ISO 9660 and UDF; every folder on
+    /// Windows). False where the lister cannot tell.
+    virtual bool IgnoresCase(const QString& path);
+
     /// The lister that reads this platform's file systems.
     static std::unique_ptr<FolderLister> CreatePlatformLister();
 

@@ -14,6 +14,10 @@
 #include <unistd.h>
 #include <vector>
 
+#ifdef __linux__
+#include <sys/vfs.h>
+#endif
+
 namespace {
 
 struct DirCloser
@@ -158,6 +162,30 @@ int ReadNames(DIR* dir, QByteArray* nativeNames, std::vector<NamedEntry>* names)
 std::unique_ptr<FolderLister> FolderLister::CreatePlatformLister()
 {
     return std::make_unique<PosixFolderLister>();
+}
+
+bool PosixFolderLister::IgnoresCase(const QString& path)
+{
+#ifdef __linux__
+    bool exact = true;
+    struct statfs facts = {};
+    if (statfs(NativePath(path, &exact).constData(), &facts) != 0)
+        return false;
+    // The magic numbers of linux/magic.h; NTFS through FUSE (ntfs-3g) shows only as FUSE.
+    switch (static_cast<unsigned long>(facts.f_type)) {
+    case 0x4d44:     // FAT
+    case 0x2011BAB0: // exFAT
+    case 0x5346544e: // NTFS (ntfs3)
+    case 0x9660:     // ISO 9660
+    case 0x15013346: // UDF
+        return true;
+    default:
+        return false;
+    }
+#else
+    Q_UNUSED(path)
+    return false;
+#endif
 }
 
 QByteArray PosixFolderLister::NativePath(const QString& path, bool* exact) const

@@ -30,6 +30,8 @@ public:
 
     int List(const QString& path, const OpenedCallback& opened,
              const EntryCallback& entry) override;
+    /// From the file system's type (statfs) where the system has it.
+    bool IgnoresCase(const QString& path) override;
 
 private:
     // The bytes to open for path; sets *exact when encoding path gives them.

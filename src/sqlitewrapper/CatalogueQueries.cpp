@@ -214,6 +214,20 @@ std::vector<int> CSqliteWrapper::GetSubtreeIds(int unitId)
     return ids;
 }
 
+QString CSqliteWrapper::SubtreeEntriesStatement(int unitId)
+{
+    // The columns ride along the recursion, so the units are read once, through the
+    // parent index.
+    return Format("WITH RECURSIVE Tree(UnitID, Path, UnitType, UnitSize, DateModified) AS ("
+                  "SELECT UnitID, '', UnitType, UnitSize, DateModified FROM Units "
+                  "WHERE UnitID = %d AND ParentUnitID IS NULL "
+                  "UNION ALL SELECT u.UnitID, CASE WHEN t.UnitID = %d THEN u.UnitName "
+                  "ELSE t.Path || '/' || u.UnitName END, u.UnitType, u.UnitSize, "
+                  "u.DateModified FROM Units u JOIN Tree t ON u.ParentUnitID = t.UnitID) "
+                  "SELECT UnitID, Path, UnitType, UnitSize, DateModified FROM Tree",
+                  {unitId, unitId});
+}
+
 int CSqliteWrapper::GetUnitDiscInfoId(int unitId)
 {
     std::vector<int> discInfo;

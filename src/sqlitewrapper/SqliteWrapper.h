@@ -219,6 +219,15 @@ public:
         QueryRows(UnitNamesStatement(unitIds), rows, mapper);
     }
 
+    // The top unit unitId and every unit below it, in one query: UnitID, the path
+    // relative to the unit (names joined by '/', empty for the unit itself), UnitType,
+    // UnitSize, DateModified. Nothing when unitId names no unit at the top of a storage.
+    template <typename Record>
+    void GetSubtreeEntries(int unitId, std::vector<Record>& rows, RowMapper<Record> mapper)
+    {
+        QueryRows(SubtreeEntriesStatement(unitId), rows, mapper);
+    }
+
     // Execute for a statement built around a typed or scanned text: refused with a
     // database error unless the text is exactly one statement (and, with readOnly,
     // one that only reads).
@@ -244,6 +253,7 @@ private:
     enum class CheckQuery { UnitCounters, StorageCounters, MissingMediaRows, OrphanSources };
     static QString CheckStatement(CheckQuery query);
     static QString UnitNamesStatement(const std::vector<int>& unitIds);
+    static QString SubtreeEntriesStatement(int unitId);
     // GetStorageUnits' statement.
     static QString StorageUnitsStatement(int storageId, bool byName);
     // String 150 in the narrow code page: the message when no catalogue is open.

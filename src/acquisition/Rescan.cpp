@@ -1,0 +1,148 @@
+#include "acquisition/Rescan.h"
+
+#include "acquisition/SubunitsSearcher.h"
+#include "common/WorkerEvent.h"
+#include "listers/ListerFor.h"
+#include "sqlitewrapper/SqlText.h"
+#include "sqlitewrapper/SqliteWrapper.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+#include <QObject>
+#include <QtGlobal>
+
+#include <algorithm>
+
+CRescan::CRescan(CSqliteWrapper& db) : m_db(db)
+{
+}
+
+CRescan::~CRescan()
+{
+    Cancel();
+    Wait();
+}
+
+bool CRescan::Start(int unitId, const QString& sourcePath, QObject* notify)
+{
+    Wait();
+    m_cancel.store(0);
+    m_outcome = WorkOutcome::Failed;
+    m_result.reset();
+    m_error.clear();
+    m_searcher.reset();
+    m_tree.reset();
+    m_ownLister.reset();
+    m_lister = nullptr;
+
+    m_catalogued.clear();
+    m_db.GetSubtreeEntries(unitId, m_catalogued, &TreeComparer::MapRow);
+    const auto root = std::find_if(m_catalogued.begin(), m_catalogued.end(),
+                                   [unitId](const auto& row) { return row.UnitId == unitId; });
+    if (root == m_catalogued.end()) {
+        m_error = QStringLiteral("Unit %1 is not a disc, folder or file of a storage.").arg(unitId);
+        return false;
+    }
+    m_isFile = !root->IsFolder;
+    m_unitName = m_isFile ? m_db.GetUnit(unitId).UnitName : QString();
+    m_source = sourcePath;
+
+    if (!m_isFile) {
+        int error = 0;
+        if (!m_folderLister)
+            m_ownLister = ListerFor(sourcePath, &error);
+        m_lister = m_folderLister ? m_folderLister : m_ownLister.get();
+        if (!m_lister) {
+            m_error =
+                QStringLiteral("%1 cannot be read: %2").arg(sourcePath, qt_error_string(error));
+            return false;
+        }
+        m_tree = std::make_unique<ScannedTree>();
+        m_searcher = std::make_unique<SubunitsSearcher>(*m_tree, m_lister);
+        m_searcher->KeepFolderErrorsInSink(true);
+    }
+    m_thread.Start([this, notify] { Work(notify); });
+    return true;
+}
+
+void CRescan::Cancel()
+{
+    // Set before the searcher is told: the worker looks again once it has started it.
+    m_cancel.store(1);
+    if (m_searcher)
+        m_searcher->Cancel();
+}
+
+void CRescan::Wait()
+{
+    m_thread.Join();
+}
+
+std::optional<CChangeList> CRescan::Run(int unitId, const QString& sourcePath)
+{
+    if (!Start(unitId, sourcePath, nullptr))
+        return std::nullopt;
+    Wait();
+    return m_result;
+}
+
+void CRescan::Work(QObject* notify)
+{
+    std::optional<CChangeList> changes;
+    if (m_isFile) {
+        changes = CompareFile();
+    } else {
+        // The searcher is started and joined here, on this worker: it has a thread of its
+        // own, which stops at the next entry on a cancel.
+        m_searcher->Start(m_source, nullptr, false);
+        if (m_cancel.load() == 1)
+            m_searcher->Cancel(); // a cancel that came before the walk had started
+        m_searcher->Wait();
+        if (m_tree->Finished() && m_cancel.load() == 0) {
+            const bool ignoreCase = m_lister->IgnoresCase(m_source);
+            changes = TreeComparer(m_catalogued, ignoreCase).Compare(*m_tree);
+        }
+    }
+    if (m_cancel.load() == 1) {
+        m_outcome = WorkOutcome::Cancelled;
+    } else {
+        m_outcome = WorkOutcome::Succeeded;
+        m_result = std::move(changes);
+    }
+    if (notify)
+        QCoreApplication::postEvent(notify, new WorkerEvent(m_outcome));
+}
+
+CChangeList CRescan::CompareFile()
+{
+    using Kind = CChangeList::Kind;
+    const TreeComparer::Catalogued& old = m_catalogued.front();
+    CChangeList changes;
+    CChangeList::Change change;
+    change.Path = m_unitName;
+    change.UnitId = old.UnitId;
+    change.OldSize = old.Size;
+    change.OldDate = old.Modified;
+    const QFileInfo info(m_source);
+    if (info.isFile()) {
+        change.NewSize = info.size();
+        const QDateTime modified = info.lastModified();
+        change.NewDate = modified.isValid() ? SqlText::FormatDateText(modified) : QString();
+        change.What = change.OldSize != change.NewSize || change.OldDate != change.NewDate
+                          ? Kind::Changed
+                          : Kind::Unchanged;
+        changes.Add(std::move(change));
+        return changes;
+    }
+    // Gone, or a folder now: the file is removed; a folder is an addition besides.
+    CChangeList::Change added;
+    change.What = Kind::Removed;
+    changes.Add(std::move(change));
+    if (info.isDir()) {
+        added.What = Kind::Added;
+        added.Path = m_unitName;
+        added.IsFolder = true;
+        changes.Add(std::move(added));
+    }
+    return changes;
+}
