@@ -7,6 +7,7 @@
 
 #include "acquisition/AddLocationJob.h"
 #include "acquisition/Importer.h"
+#include "acquisition/RunAddition.h"
 #include "acquisition/SubunitsSearcher.h"
 #include "document/CatalogueCheck.h"
 #include "document/ShelfwiseDoc.h"
@@ -17,13 +18,11 @@
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QEventLoop>
 #include <QFile>
 #include <QImage>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
-#include <QTimer>
 
 #include <gtest/gtest.h>
 
@@ -96,34 +95,15 @@ protected:
         job.SetFolderLister(m_lister);
         if (configure)
             configure(job.Importer());
-        QEventLoop loop;
-        auto outcome = WorkOutcome::Failed;
-        bool done = false;
         m_progress.clear();
-        QObject::connect(&job, &CAddLocationJob::progress, [&](int p) {
-            m_progress.push_back(p);
+        CAddLocationJob::Request request = AdditionRequest(mode, path, m_storage);
+        request.categorise = categorise;
+        request.fixedCategory = category;
+        return RunAddition(job, request, [&](int percent) {
+            m_progress.push_back(percent);
             if (cancelOnFirstProgress)
                 job.Cancel();
         });
-        QObject::connect(&job, &CAddLocationJob::finished, [&](WorkOutcome o) {
-            outcome = o;
-            done = true;
-            loop.quit();
-        });
-        CAddLocationJob::Request request;
-        request.mode = mode;
-        request.path = path;
-        request.name = CAddLocationJob::NameFromPath(path);
-        request.storageId = m_storage;
-        request.categorise = categorise;
-        request.fixedCategory = category;
-        if (!job.Start(request))
-            return WorkOutcome::Failed;
-        QTimer::singleShot(60000, &loop, &QEventLoop::quit);
-        if (!done)
-            loop.exec();
-        EXPECT_TRUE(done) << "the job never ended";
-        return outcome;
     }
 
     qint64 Number(const QString& sql)

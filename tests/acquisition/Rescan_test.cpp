@@ -8,6 +8,7 @@
 
 #include "acquisition/AddLocationJob.h"
 #include "acquisition/Rescan.h"
+#include "acquisition/RunAddition.h"
 #include "document/ShelfwiseDoc.h"
 #include "errorlog/ErrorLog.h"
 #include "listers/DiscImageLister.h"
@@ -15,13 +16,11 @@
 #include "sqlitewrapper/SqlText.h"
 
 #include <QDir>
-#include <QEventLoop>
 #include <QFile>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
-#include <QTimer>
 
 #include <gtest/gtest.h>
 
@@ -127,24 +126,7 @@ protected:
     {
         CAddLocationJob job(m_doc);
         job.SetFolderLister(lister);
-        QEventLoop loop;
-        auto outcome = WorkOutcome::Failed;
-        bool done = false;
-        QObject::connect(&job, &CAddLocationJob::finished, [&](WorkOutcome o) {
-            outcome = o;
-            done = true;
-            loop.quit();
-        });
-        CAddLocationJob::Request request;
-        request.mode = mode;
-        request.path = path;
-        request.name = CAddLocationJob::NameFromPath(path);
-        request.storageId = m_storage;
-        if (!job.Start(request))
-            return 0;
-        QTimer::singleShot(60000, &loop, &QEventLoop::quit);
-        if (!done)
-            loop.exec();
+        const WorkOutcome outcome = RunAddition(job, AdditionRequest(mode, path, m_storage));
         if (outcome != WorkOutcome::Succeeded)
             return 0;
         return static_cast<int>(Number(QStringLiteral("SELECT MAX(UnitID) FROM Units WHERE "

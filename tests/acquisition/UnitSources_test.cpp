@@ -6,18 +6,17 @@
 #include "FakePrompter.h"
 
 #include "acquisition/AddLocationJob.h"
+#include "acquisition/RunAddition.h"
 #include "document/CatalogueCheck.h"
 #include "document/ShelfwiseDoc.h"
 #include "listers/DiscImageLister.h"
 #include "sqlitewrapper/RowMappers.h"
 
 #include <QDir>
-#include <QEventLoop>
 #include <QFile>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
-#include <QTimer>
 
 #include <gtest/gtest.h>
 
@@ -49,29 +48,11 @@ protected:
         CAddLocationJob job(m_doc);
         job.SetDriveSystem(m_drives.get());
         job.SetFolderLister(m_lister);
-        QEventLoop loop;
-        auto outcome = WorkOutcome::Failed;
-        bool done = false;
-        QObject::connect(&job, &CAddLocationJob::progress, [&](int) {
-            if (cancel)
-                job.Cancel();
-        });
-        QObject::connect(&job, &CAddLocationJob::finished, [&](WorkOutcome o) {
-            outcome = o;
-            done = true;
-            loop.quit();
-        });
-        CAddLocationJob::Request request;
-        request.mode = mode;
-        request.path = path;
-        request.name = CAddLocationJob::NameFromPath(path);
-        request.storageId = m_storage;
-        if (!job.Start(request))
-            return 0;
-        QTimer::singleShot(60000, &loop, &QEventLoop::quit);
-        if (!done)
-            loop.exec();
-        EXPECT_TRUE(done) << "the job never ended";
+        const WorkOutcome outcome =
+            RunAddition(job, AdditionRequest(mode, path, m_storage), [&](int) {
+                if (cancel)
+                    job.Cancel();
+            });
         if (outcome != WorkOutcome::Succeeded)
             return 0;
         return static_cast<int>(
