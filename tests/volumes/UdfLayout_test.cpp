@@ -1,6 +1,7 @@
 // The UDF volume structure of volumes made by mkudffs, read through the layout and checked
 // against what udfinfo reports of them, then read by both the layout's users: the volume
 // reader (any block size, what Windows reads) and the UDF image lister (2,048-byte blocks).
+#include "volumes/MemoryReader.h"
 #include "volumes/SystemTools.h"
 #include "volumes/UdfLayout.h"
 
@@ -57,16 +58,6 @@ UdfLayout::ReadBlock MemoryBlocks(const QByteArray& bytes)
         if (block < 0 || (block + 1) * size > bytes.size())
             return false;
         *data = bytes.mid(static_cast<int>(block * size), static_cast<int>(size));
-        return true;
-    };
-}
-
-VolumeReader::ReadAt MemoryReader(const QByteArray& bytes)
-{
-    return [bytes](qint64 offset, char* buffer, qint64 length) {
-        if (offset < 0 || offset + length > bytes.size())
-            return false;
-        std::copy_n(bytes.constData() + offset, length, buffer);
         return true;
     };
 }

@@ -1,6 +1,7 @@
 // VolumeReader on real volumes made by the systems' own tools (xorriso, mkfs.fat, mkntfs,
 // mkudffs), checked against sums and values taken independently from the image bytes and
 // against what blkid and udfinfo report.
+#include "volumes/MemoryReader.h"
 #include "volumes/SystemTools.h"
 #include "volumes/VolumeReader.h"
 
@@ -42,16 +43,6 @@ quint32 NtSerial(const QByteArray& block, bool udfOrder)
         sum %= 256;
     return udfOrder ? (sums[3] << 24) + (sums[2] << 16) + (sums[1] << 8) + sums[0]
                     : (sums[0] << 24) + (sums[1] << 16) + (sums[2] << 8) + sums[3];
-}
-
-VolumeReader::ReadAt MemoryReader(const QByteArray& bytes)
-{
-    return [bytes](qint64 offset, char* buffer, qint64 length) {
-        if (offset < 0 || offset + length > bytes.size())
-            return false;
-        std::copy_n(bytes.constData() + offset, length, buffer);
-        return true;
-    };
 }
 
 class VolumeReaderTest : public ::testing::Test
