@@ -298,3 +298,10 @@ INSERT INTO UnitSources (UnitID, SourcePath, MountPoint, ScannedAt) VALUES
     (1, '/media/anna/HOLIDAY_2019', '/media/anna/HOLIDAY_2019', '2019-11-02 17:44:03'),
     (70, '/home/anna/Images/backup-2008-03.iso', '/home/anna/Images/backup-2008-03.iso',
         '2020-01-19 09:09:12');
+
+-- The disc read from the drive was updated once from its source, as version 1.2 on
+-- records it: nothing had changed then.
+INSERT INTO UnitUpdates (UnitID, UpdatedAt, AddedNumber, RemovedNumber, ChangedNumber,
+        MovedNumber, UnreadableNumber, FilesBefore, FilesAfter, SizeBefore, SizeAfter)
+    SELECT 1, '2020-02-01 10:00:00', 0, 0, 0, 0, 0, SubfilesNumber, SubfilesNumber,
+        UnitSize, UnitSize FROM Units WHERE UnitID = 1;

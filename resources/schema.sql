@@ -100,6 +100,25 @@ CREATE TABLE UnitSources (
     ScannedAt TEXT NOT NULL
 );
 
+-- Each update of a unit added on its own from its source (version 1.2 on): when (UTC),
+-- the entries added, removed, changed, moved and found unreadable, and the unit's files
+-- and bytes before and after. Deleting the unit deletes its rows.
+CREATE TABLE UnitUpdates (
+    UpdateID INTEGER PRIMARY KEY AUTOINCREMENT,
+    UnitID INTEGER NOT NULL,
+    UpdatedAt TEXT NOT NULL,
+    AddedNumber INTEGER NOT NULL DEFAULT 0,
+    RemovedNumber INTEGER NOT NULL DEFAULT 0,
+    ChangedNumber INTEGER NOT NULL DEFAULT 0,
+    MovedNumber INTEGER NOT NULL DEFAULT 0,
+    UnreadableNumber INTEGER NOT NULL DEFAULT 0,
+    FilesBefore INTEGER NOT NULL DEFAULT 0,
+    FilesAfter INTEGER NOT NULL DEFAULT 0,
+    SizeBefore INTEGER NOT NULL DEFAULT 0,
+    SizeAfter INTEGER NOT NULL DEFAULT 0
+);
+CREATE INDEX UnitUpdatesByUnit ON UnitUpdates (UnitID);
+
 -- SELECT * FROM Categories is read as id, name, custom flag.
 CREATE TABLE Categories (
     CategoryID INTEGER PRIMARY KEY AUTOINCREMENT,

@@ -28,12 +28,18 @@ public:
     {
         Kind What = Kind::Unchanged;
         QString Path;    // the path now; for a removal, the catalogued one
-        QString OldPath; // a move's catalogued path; empty otherwise
+        // A move's catalogued path; for a unit found again whose name differs only in
+        // case (on a medium that ignores case), its catalogued path; empty otherwise.
+        QString OldPath;
         int UnitId = 0;  // the catalogued unit; 0 for an addition
         qint64 OldSize = 0;
         qint64 NewSize = 0;
         QString OldDate;
         QString NewDate;
+        // What an added or changed file is written with besides: its creation date
+        // (empty when unknown) and, for a link, where it points.
+        QString NewCreated;
+        QString LinkTarget;
         bool IsFolder = false;
     };
 

@@ -12,6 +12,7 @@
 #include <QtGlobal>
 
 #include <algorithm>
+#include <cerrno>
 
 CRescan::CRescan(CSqliteWrapper& db) : m_db(db)
 {
@@ -47,7 +48,19 @@ bool CRescan::Start(int unitId, const QString& sourcePath, QObject* notify)
     m_unitName = m_isFile ? m_db.GetUnit(unitId).UnitName : QString();
     m_source = sourcePath;
 
-    if (!m_isFile) {
+    if (m_isFile) {
+        // A file gone, or a folder now, cannot be compared with the file catalogued.
+        const QFileInfo info(sourcePath);
+        if (info.isDir()) {
+            m_error = QStringLiteral("%1 is a folder now; add it as a folder.").arg(sourcePath);
+            return false;
+        }
+        if (!info.isFile()) {
+            m_error =
+                QStringLiteral("%1 cannot be read: %2").arg(sourcePath, qt_error_string(ENOENT));
+            return false;
+        }
+    } else {
         int error = 0;
         if (!m_folderLister)
             m_ownLister = ListerFor(sourcePath, &error);
@@ -123,26 +136,16 @@ CChangeList CRescan::CompareFile()
     change.UnitId = old.UnitId;
     change.OldSize = old.Size;
     change.OldDate = old.Modified;
+    // Start made sure the source is a file.
     const QFileInfo info(m_source);
-    if (info.isFile()) {
-        change.NewSize = info.size();
-        const QDateTime modified = info.lastModified();
-        change.NewDate = modified.isValid() ? SqlText::FormatDateText(modified) : QString();
-        change.What = change.OldSize != change.NewSize || change.OldDate != change.NewDate
-                          ? Kind::Changed
-                          : Kind::Unchanged;
-        changes.Add(std::move(change));
-        return changes;
-    }
-    // Gone, or a folder now: the file is removed; a folder is an addition besides.
-    CChangeList::Change added;
-    change.What = Kind::Removed;
+    change.NewSize = info.size();
+    const QDateTime modified = info.lastModified();
+    change.NewDate = modified.isValid() ? SqlText::FormatDateText(modified) : QString();
+    const QDateTime created = info.birthTime();
+    change.NewCreated = created.isValid() ? SqlText::FormatDateText(created) : QString();
+    change.What = change.OldSize != change.NewSize || change.OldDate != change.NewDate
+                      ? Kind::Changed
+                      : Kind::Unchanged;
     changes.Add(std::move(change));
-    if (info.isDir()) {
-        added.What = Kind::Added;
-        added.Path = m_unitName;
-        added.IsFolder = true;
-        changes.Add(std::move(added));
-    }
     return changes;
 }

@@ -19,6 +19,8 @@ void ScannedTree::PushBatch(std::vector<SubunitInfo>& records)
                                       : parent + QLatin1Char('/') + record.Data.FileName;
         entry.Size = record.Data.Size;
         entry.Modified = record.Data.LastWriteTime;
+        entry.Created = record.Data.CreationTime;
+        entry.Link = record.Data.Link;
         entry.IsFolder = !record.IsFile();
         m_entries.push_back(std::move(entry));
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "acquisition/SubunitSink.h"
+#include "listers/FindData.h"
 
 #include <QString>
 #include <QtGlobal>
@@ -19,7 +20,9 @@ public:
         QString Path;
         quint64 Size = 0;
         qint64 Modified = 0; // milliseconds since 1970 UTC; FindData::kNoTime when unknown
+        qint64 Created = 0;  // the same
         bool IsFolder = false;
+        QExplicitlySharedDataPointer<const LinkText> Link; // links only
     };
     struct Unreadable
     {

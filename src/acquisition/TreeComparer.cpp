@@ -114,6 +114,13 @@ CChangeList TreeComparer::Compare(const ScannedTree& scanned)
             change.NewSize = static_cast<qint64>(entry.Size);
             change.NewDate = DateText(entry.Modified);
         }
+        const auto fillNew = [&] {
+            if (entry.IsFolder)
+                return;
+            change.NewCreated = DateText(entry.Created);
+            if (entry.Link)
+                change.LinkTarget = entry.Link->Text;
+        };
         const bool unreadable = entry.IsFolder && m_unreadable.contains(key);
         const auto found = byPath.constFind(key);
         // A folder where a file was (or the other way) is a removal and an addition:
@@ -123,6 +130,8 @@ CChangeList TreeComparer::Compare(const ScannedTree& scanned)
             const Catalogued& old = m_catalogued[*found];
             matched[*found] = 1;
             change.UnitId = old.UnitId;
+            if (old.Path != entry.Path)
+                change.OldPath = old.Path; // the same name in another case
             if (!old.IsFolder) {
                 change.OldSize = old.Size;
                 change.OldDate = old.Modified;
@@ -134,10 +143,13 @@ CChangeList TreeComparer::Compare(const ScannedTree& scanned)
                 change.What = Kind::Changed;
             else
                 change.What = Kind::Unchanged;
+            if (change.What == Kind::Changed)
+                fillNew();
             changes.Add(std::move(change));
             continue;
         }
         change.What = unreadable ? Kind::Unreadable : Kind::Added;
+        fillNew();
         if (entry.IsFolder)
             changes.Add(std::move(change));
         else

@@ -247,6 +247,22 @@ bool CShelfwiseDoc::MoveUnitToStorage(int unitId, int storageId)
     return true;
 }
 
+bool CShelfwiseDoc::ApplyEdit(const QString& description, const EditSubject& subject,
+                              const std::function<void(CSqliteWrapper&)>& edit)
+{
+    const bool done = Recorded(description, subject, [&] {
+        CTransaction transaction(m_db);
+        edit(m_db);
+        transaction.Commit();
+    });
+    if (!done)
+        return false;
+    ReloadStorages();
+    MarkChanged();
+    emit viewsNeedUpdate(nullptr);
+    return true;
+}
+
 bool CShelfwiseDoc::IsTopLevelUnit(int unitId)
 {
     bool topLevel = false;

@@ -10,6 +10,7 @@
 #include <QString>
 
 #include <exception>
+#include <functional>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -85,6 +86,11 @@ public:
     bool SetExtensionFilesCategory(const QString& extension, int categoryId);
     bool DropExtensionFilesCategory(const QString& extension);
     bool MoveUnitToStorage(int unitId, int storageId);
+    // An edit worked out elsewhere (the update of a unit from its source): run in one
+    // transaction as one step of Undo, then the storages reloaded and the views
+    // refreshed. False when it failed (reported) and nothing changed.
+    bool ApplyEdit(const QString& description, const EditSubject& subject,
+                   const std::function<void(CSqliteWrapper&)>& edit);
 
     // Categories and the extension map, as the categories page edits them. Each shows
     // its own message when refused (extension already mapped, category name taken).

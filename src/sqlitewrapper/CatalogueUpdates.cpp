@@ -325,14 +325,20 @@ void CSqliteWrapper::DeleteUnitRows(const std::vector<int>& ids)
     if (ids.empty())
         return;
     const QString list = IdListText(ids);
+    const QString condition = Format("IN (%s)", {list});
+    DeleteMediaRows(condition);
+    DeleteUnitSources(condition);
+    Execute(Format("DELETE FROM Units WHERE UnitID IN (%s)", {list}));
+}
+
+void CSqliteWrapper::DeleteMediaRows(const QString& unitCondition)
+{
     for (const MediaTable& table : kMediaTables) {
         const QString withSelect =
             Format(table.deleteTemplate,
-                   {"SELECT UnitInfoID FROM Units WHERE UnitID IN (%s) AND CategoryID = %d"});
-        Execute(Format(withSelect, {list, table.categoryId}));
+                   {"SELECT UnitInfoID FROM Units WHERE UnitID %s AND CategoryID = %d"});
+        Execute(Format(withSelect, {unitCondition, table.categoryId}));
     }
-    DeleteUnitSources(Format("IN (%s)", {list}));
-    Execute(Format("DELETE FROM Units WHERE UnitID IN (%s)", {list}));
 }
 
 void CSqliteWrapper::DeleteStorageUnits(int storageId)

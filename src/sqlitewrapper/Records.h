@@ -178,3 +178,30 @@ struct UnitSource
     QString MountPoint;
     QDateTime ScannedAt;
 };
+
+// One applied update of a unit added on its own: a UnitUpdates row. UpdatedAt is in
+// UTC, to the second; the counts are the change report's, the files and bytes those of
+// the unit before and after.
+struct UnitUpdateRecord
+{
+    int UnitID = 0;
+    QDateTime UpdatedAt;
+    int Added = 0;
+    int Removed = 0;
+    int Changed = 0;
+    int Moved = 0;
+    int Unreadable = 0;
+    qint64 FilesBefore = 0;
+    qint64 FilesAfter = 0;
+    qint64 SizeBefore = 0;
+    qint64 SizeAfter = 0;
+};
+
+// What a unit at the top of a storage adds to the storage's counters.
+struct StorageShare
+{
+    qint64 Files = 0;
+    qint64 Folders = 0;
+    int Discs = 0;
+    qint64 Size = 0;
+};

@@ -172,6 +172,26 @@ public:
     // every unit catalogued before 1.1.
     void AddUnitSource(const UnitSource& source);
     bool GetUnitSource(int unitId, UnitSource& source);
+    // The source recorded again after an update (a row written or replaced).
+    void SetUnitSource(const UnitSource& source);
+
+    // Updating a unit from its source (UnitUpdates.cpp). MoveUnit gives a unit another
+    // parent and name; SetFileContents a file's size, dates and media row (its old media
+    // row deleted), keeping its name, notes and category.
+    void MoveUnit(int unitId, int parentId, const QString& name);
+    void SetFileContents(int unitId, qint64 size, const QDateTime& created,
+                         const QDateTime& modified, const CNullable<int>& unitInfoId);
+    // The top unit's share of its storage's counters, from its stored counters.
+    StorageShare GetStorageShare(int unitId);
+    // Counts the subtree of the top unit again from its rows and writes the counters of
+    // every disc and folder in it that differ; the storage's counters then follow the
+    // unit's share (before: GetStorageShare before the rows changed).
+    void RecountSubtree(int unitId, const StorageShare& before);
+    // The history of updates, oldest first; nothing where the catalogue has no table
+    // (before version 1.2), where AddUnitUpdate writes nothing either.
+    void AddUnitUpdate(const UnitUpdateRecord& record);
+    void GetUnitUpdates(int unitId, std::vector<UnitUpdateRecord>& records);
+
     // Deletes the DiscInfo row unless a unit still refers to it.
     void DeleteUnusedDiscInfo(int discInfoId);
     // The extension map's rows as stored, in their order, and the map replaced by rows
@@ -261,7 +281,12 @@ private:
     void CollectDescendants(int unitId, std::vector<int>& ids);
     // Whether the catalogue has the UnitSources table (version 1.1 on).
     bool HasUnitSources();
-    // Deletes the UnitSources rows of the units that the condition on UnitID selects.
+    // Deletes the media rows of the units that the condition on UnitID selects.
+    void DeleteMediaRows(const QString& unitCondition);
+    // Whether the catalogue has the UnitUpdates table (version 1.2 on).
+    bool HasUnitUpdates();
+    // Deletes the UnitSources and UnitUpdates rows of the units that the condition on
+    // UnitID selects.
     void DeleteUnitSources(const QString& unitCondition);
 
     sqlite3* m_db = nullptr;

@@ -64,8 +64,19 @@ bool CSqliteWrapper::GetUnitSource(int unitId, UnitSource& source)
     return true;
 }
 
+void CSqliteWrapper::SetUnitSource(const UnitSource& source)
+{
+    if (!HasUnitSources())
+        return;
+    Execute(Format("DELETE FROM UnitSources WHERE UnitID = %d", {source.UnitID}));
+    AddUnitSource(source);
+}
+
 void CSqliteWrapper::DeleteUnitSources(const QString& unitCondition)
 {
+    // A unit's update history goes with its source.
     if (HasUnitSources())
         Execute(QStringLiteral("DELETE FROM UnitSources WHERE UnitID ") + unitCondition);
+    if (HasUnitUpdates())
+        Execute(QStringLiteral("DELETE FROM UnitUpdates WHERE UnitID ") + unitCondition);
 }

@@ -8,6 +8,7 @@
 
 #include "acquisition/AddLocationJob.h"
 #include "acquisition/Rescan.h"
+#include "acquisition/RescanFixture.h"
 #include "acquisition/RunAddition.h"
 #include "document/ShelfwiseDoc.h"
 #include "errorlog/ErrorLog.h"
@@ -35,72 +36,7 @@
 namespace {
 
 using Kind = CChangeList::Kind;
-
-constexpr qint64 kThen = 1600000000; // 2020-09-13, seconds since 1970
-
-void MakeFile(const QString& path, qint64 size, qint64 modifiedSecs = kThen)
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly)) << path.toStdString();
-    file.write(QByteArray(static_cast<int>(size), 'x'));
-    ASSERT_TRUE(file.setFileTime(QDateTime::fromSecsSinceEpoch(modifiedSecs),
-                                 QFileDevice::FileModificationTime));
-}
-
-const char* KindName(Kind kind)
-{
-    switch (kind) {
-    case Kind::Added:
-        return "added";
-    case Kind::Removed:
-        return "removed";
-    case Kind::Changed:
-        return "changed";
-    case Kind::Moved:
-        return "moved";
-    case Kind::Unchanged:
-        return "unchanged";
-    case Kind::Unreadable:
-        return "unreadable";
-    }
-    return "?";
-}
-
-// One line per entry, sorted: "added docs/" for a folder, "moved b/e.dat <- a/e.dat".
-std::vector<std::string> Lines(const CChangeList& changes, bool withUnchanged = false)
-{
-    std::vector<std::string> lines;
-    for (const CChangeList::Change& change : changes.Entries()) {
-        if (change.What == Kind::Unchanged && !withUnchanged)
-            continue;
-        QString line = QLatin1String(KindName(change.What)) + QLatin1Char(' ') + change.Path;
-        if (change.IsFolder)
-            line += QLatin1Char('/');
-        if (!change.OldPath.isEmpty())
-            line += QStringLiteral(" <- ") + change.OldPath;
-        lines.push_back(line.toStdString());
-    }
-    std::sort(lines.begin(), lines.end());
-    return lines;
-}
-
-const CChangeList::Change* Find(const CChangeList& changes, const QString& path)
-{
-    for (const CChangeList::Change& change : changes.Entries()) {
-        if (change.Path == path)
-            return &change;
-    }
-    return nullptr;
-}
-
-bool MakeImage(const QString& folder, const QString& image)
-{
-    QProcess xorriso;
-    xorriso.start(QStringLiteral("xorriso"),
-                  {"-as", "mkisofs", "-quiet", "-R", "-J", "-o", image, folder});
-    return xorriso.waitForFinished(60000) && xorriso.exitCode() == 0;
-}
+using namespace RescanTools;
 
 // The errors a rescan must leave alone: ErrorLog's list belongs to the additions.
 std::vector<QString> LoggedPaths()
@@ -110,66 +46,6 @@ std::vector<QString> LoggedPaths()
         paths.push_back(error.Path);
     return paths;
 }
-
-class RescanTest : public ::testing::Test
-{
-protected:
-    RescanTest()
-    {
-        EXPECT_TRUE(m_doc.OnNewDocument());
-        m_storage = m_doc.AddStorage(QStringLiteral("Shelf"), QString());
-    }
-    ~RescanTest() override { ErrorLog::Instance().ClearFileSystemErrors(); }
-
-    // Adds path with the real job and returns the new top unit's id (0 on failure).
-    int Add(CAddLocationJob::Mode mode, const QString& path, FolderLister* lister = nullptr)
-    {
-        CAddLocationJob job(m_doc);
-        job.SetFolderLister(lister);
-        const WorkOutcome outcome = RunAddition(job, AdditionRequest(mode, path, m_storage));
-        if (outcome != WorkOutcome::Succeeded)
-            return 0;
-        return static_cast<int>(Number(QStringLiteral("SELECT MAX(UnitID) FROM Units WHERE "
-                                                      "ParentUnitID IS NULL")));
-    }
-
-    qint64 Number(const QString& sql)
-    {
-        std::vector<QString> rows;
-        m_doc.Database().QueryRows(sql, rows, &RowMappers::Texts);
-        return rows.empty() ? -1 : rows.front().toLongLong();
-    }
-
-    QString Text(const QString& sql)
-    {
-        std::vector<QString> rows;
-        m_doc.Database().QueryRows(sql, rows, &RowMappers::Texts);
-        return rows.empty() ? QString() : rows.front();
-    }
-
-    // The unit below top with that name.
-    int UnitNamed(int top, const char* name)
-    {
-        const std::vector<int> ids = m_doc.Database().GetSubtreeIds(top);
-        for (const int id : ids) {
-            if (id != top && m_doc.Database().GetUnit(id).UnitName == QLatin1String(name))
-                return id;
-        }
-        return 0;
-    }
-
-    std::optional<CChangeList> Rescan(int unitId, const QString& source,
-                                      FolderLister* lister = nullptr)
-    {
-        CRescan rescan(m_doc.Database());
-        rescan.SetFolderLister(lister);
-        return rescan.Run(unitId, source);
-    }
-
-    FakePrompter m_prompter;
-    CShelfwiseDoc m_doc;
-    int m_storage = 0;
-};
 
 } // namespace
 
@@ -208,6 +84,7 @@ TEST_F(RescanTest, RealTreeChangesBetweenScans)
         QFile grown(at("a.txt")); // grown, its date put back
         ASSERT_TRUE(grown.open(QIODevice::Append));
         grown.write(QByteArray(15, 'y'));
+        ASSERT_TRUE(grown.flush());
         ASSERT_TRUE(grown.setFileTime(QDateTime::fromSecsSinceEpoch(kThen),
                                       QFileDevice::FileModificationTime));
         QFile touched(at("keep.txt")); // the same bytes an hour later
@@ -334,8 +211,9 @@ TEST_F(RescanTest, ImageNamesAreComparedWithoutCase)
     const std::optional<CChangeList> changes = Rescan(top, second);
     ASSERT_TRUE(changes);
     EXPECT_EQ(Lines(*changes, true),
-              (std::vector<std::string>{"changed grow.txt", "unchanged README.txt",
-                                        "unchanged photos/", "unchanged photos/A.JPG"}));
+              (std::vector<std::string>{"changed grow.txt", "unchanged README.txt <- Readme.TXT",
+                                        "unchanged photos/ <- Photos",
+                                        "unchanged photos/A.JPG <- Photos/a.jpg"}));
     const CChangeList::Change* readme = Find(*changes, QStringLiteral("README.txt"));
     ASSERT_TRUE(readme);
     EXPECT_EQ(readme->UnitId, UnitNamed(top, "Readme.TXT"));
@@ -367,14 +245,17 @@ TEST_F(RescanTest, FileAddedOnItsOwn)
     ASSERT_TRUE(changes);
     EXPECT_EQ(Lines(*changes), std::vector<std::string>{"changed single.bin"});
 
+    // Gone, or a folder now: nothing to compare the file with.
+    CRescan rescan(m_doc.Database());
     ASSERT_TRUE(QFile::remove(path));
-    changes = Rescan(top, path);
-    ASSERT_TRUE(changes);
-    EXPECT_EQ(Lines(*changes), std::vector<std::string>{"removed single.bin"});
-    EXPECT_EQ(changes->Summary(), QStringLiteral("1 removed (100 bytes)"));
+    EXPECT_FALSE(rescan.Start(top, path, nullptr));
+    EXPECT_TRUE(rescan.Error().contains(QStringLiteral("cannot be read")))
+        << rescan.Error().toStdString();
+    ASSERT_TRUE(QDir().mkpath(path));
+    EXPECT_FALSE(rescan.Start(top, path, nullptr));
+    EXPECT_TRUE(rescan.Error().contains(QStringLiteral("folder now")));
 
     // Only a unit at the top of a storage is rescanned.
-    CRescan rescan(m_doc.Database());
     EXPECT_FALSE(rescan.Start(top + 1000, path, nullptr));
     EXPECT_FALSE(rescan.Error().isEmpty());
 }

@@ -72,7 +72,7 @@ TEST_F(UnitSourcesCli, AnOlderCatalogueIsUpgradedOnConsentAndKeepsItsRows)
     // Accepted: upgraded and saved, the same rows, no source for any of them, consistent.
     const CliResult checked = Run({"--yes", "check", old});
     EXPECT_EQ(checked.status, 0) << checked.err.toStdString() << checked.out.toStdString();
-    EXPECT_EQ(Query(old, "SELECT VersionNumber FROM DatabaseVersion"), QStringLiteral("1.1"));
+    EXPECT_EQ(Query(old, "SELECT VersionNumber FROM DatabaseVersion"), QStringLiteral("1.2"));
     EXPECT_EQ(Query(old, "SELECT COUNT(*) FROM UnitSources"), QStringLiteral("0"));
     EXPECT_EQ(Query(old, kAllRows), rows);
     // The table the script made is the template's (the script's lines joined by CR LF).
