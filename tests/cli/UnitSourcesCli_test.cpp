@@ -33,13 +33,15 @@ protected:
         return QueryText(catalogue, sql);
     }
 
-    // The sample catalogue as version 1.0 left it: the same rows, no UnitSources table.
+    // The sample catalogue as version 1.0 left it: the same rows, no UnitSources and no
+    // UnitUpdates table.
     QString OldCatalogue()
     {
         const QString path = CopySampleCatalogue(Path("old.db3"));
         CSqliteWrapper db;
         db.Open(path, false);
         db.Execute(QStringLiteral("DROP TABLE UnitSources"));
+        db.Execute(QStringLiteral("DROP TABLE UnitUpdates"));
         db.Execute(QStringLiteral("UPDATE DatabaseVersion SET VersionNumber = '1.0'"));
         return path;
     }
