@@ -169,7 +169,12 @@ void CAddLocationDlg::ProposeDiscNames()
 
 void CAddLocationDlg::AddDiscImage(const QString& imagePath)
 {
-    const QString path = QDir::cleanPath(QFileInfo(imagePath).absoluteFilePath());
+    SelectDrive(imagePath);
+}
+
+void CAddLocationDlg::SelectDrive(const QString& drivePath)
+{
+    const QString path = QDir::cleanPath(QFileInfo(drivePath).absoluteFilePath());
     int index = m_ui->driveCombo->findData(path);
     if (index < 0) {
         m_ui->driveCombo->addItem(QDir::toNativeSeparators(path), path);

@@ -51,6 +51,10 @@ public:
     /// Puts a disc image file into the drive list (once) and selects it, which proposes
     /// its names. "Disc image..." calls it with the file chosen.
     void AddDiscImage(const QString& imagePath);
+    /// Selects the drive whose path (mount point) this is, putting it into the drive list
+    /// first when it is not there (a volume that is no optical drive's), which proposes
+    /// the disc's names.
+    void SelectDrive(const QString& drivePath);
     /// The scanner lists folders through lister instead of the platform's (tests); a
     /// disc image is still read through its own lister. The lister must outlive the
     /// dialog.

@@ -43,6 +43,7 @@ void CGeneralOptionsTab::Load(const Settings& settings)
         m_ui->alphabeticalRadio->setChecked(true);
     else
         m_ui->chronologicalRadio->setChecked(true);
+    m_ui->recogniseDiscsCheck->setChecked(settings.RecogniseInsertedDiscs);
 }
 
 void CGeneralOptionsTab::Store(Settings& settings) const
@@ -57,4 +58,5 @@ void CGeneralOptionsTab::Store(Settings& settings) const
         m_ui->alphabeticalRadio->isChecked() ? UnitsOrder::Alphabetic : UnitsOrder::Chronological;
     settings.AutosaveTimeout = m_ui->everyCheck->isChecked() ? m_ui->minutesSpin->value() : 0;
     settings.AutosaveAfterUpdate = m_ui->afterUpdateCheck->isChecked();
+    settings.RecogniseInsertedDiscs = m_ui->recogniseDiscsCheck->isChecked();
 }

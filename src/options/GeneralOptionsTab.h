@@ -11,7 +11,8 @@ class CGeneralOptionsTab;
 }
 
 /// The "General" page of the options: file icon style, autosave (by timer and after
-/// every update) and the order in which units are listed.
+/// every update), the order in which units are listed, and whether discs inserted while
+/// the window runs are recognised.
 class CGeneralOptionsTab final : public QWidget
 {
     Q_OBJECT

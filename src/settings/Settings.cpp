@@ -39,6 +39,7 @@ const char kBackupEnabled[] = "BackupEnabled";
 const char kBackupFrequency[] = "BackupFrequency";
 const char kBackupPath[] = "BackupPath";
 const char kBackupDate[] = "BackupDate";
+const char kRecogniseInsertedDiscs[] = "RecogniseInsertedDiscs";
 
 QString DefaultSettingsFolder()
 {
@@ -217,6 +218,7 @@ std::vector<std::pair<QString, QString>> Settings::KeyValues() const
         {QLatin1String(kBackupPath), BackupPath},
         // BackupDate is narrow text in the system's 8-bit encoding.
         {QLatin1String(kBackupDate), QString::fromLocal8Bit(BackupDate)},
+        {QLatin1String(kRecogniseInsertedDiscs), ToText(RecogniseInsertedDiscs)},
     };
 }
 
@@ -250,6 +252,8 @@ bool Settings::SetValue(const QString& rawKey, const QString& rawValue)
         BackupPath = value;
     else if (key == QLatin1String(kBackupDate))
         BackupDate = value.toLocal8Bit();
+    else if (key == QLatin1String(kRecogniseInsertedDiscs))
+        RecogniseInsertedDiscs = BoolFromText(value);
     else
         return false;
     return true;

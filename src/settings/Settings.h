@@ -37,6 +37,9 @@ public:
     ::BackupFrequency BackupFrequency = ::BackupFrequency::Week;
     QString BackupPath;
     QByteArray BackupDate;
+    // While the window runs, a disc or volume that is mounted is looked up in the
+    // catalogue and a bar says where it is kept.
+    bool RecogniseInsertedDiscs = true;
 
     const QString& FilePath() const { return m_filePath; }
 

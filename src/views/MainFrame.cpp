@@ -16,6 +16,7 @@
 #include "views/BrowseHistory.h"
 #include "views/CommandIds.h"
 #include "views/DetailsView.h"
+#include "views/InsertedDiscBar.h"
 #include "views/NavigationView.h"
 #include "views/PropertiesDlg.h"
 #include "views/RecentFiles.h"
@@ -39,6 +40,7 @@
 #include <QStatusBar>
 #include <QToolBar>
 #include <QUrl>
+#include <QVBoxLayout>
 
 #include <algorithm>
 #include <memory>
@@ -64,7 +66,21 @@ CMainFrame::CMainFrame(CShelfwiseDoc& doc, QWidget* parent)
     new CUndoCommands(doc, m_commands, *m_tree, *m_list, *m_status, this);
     m_history = new CBrowseHistory(doc, m_commands, *m_tree, *this);
     m_splitter->addWidget(m_tree);
-    m_splitter->addWidget(m_list);
+    // The list pane: the bar that recognises an inserted disc above the list.
+    auto* listPane = new QWidget;
+    listPane->setAccessibleName(tr("List"));
+    m_splitter->addWidget(listPane);
+    auto* paneLayout = new QVBoxLayout(listPane);
+    paneLayout->setContentsMargins(0, 0, 0, 0);
+    paneLayout->setSpacing(0);
+    m_discBar = new CInsertedDiscBar(doc, listPane);
+    paneLayout->addWidget(m_discBar);
+    paneLayout->addWidget(m_list, 1);
+    connect(m_discBar, &CInsertedDiscBar::browseRequested, this, &CMainFrame::BrowseTo);
+    connect(m_discBar, &CInsertedDiscBar::updateRequested, this, &CMainFrame::UpdateUnitFrom);
+    connect(m_discBar, &CInsertedDiscBar::addRequested, this, [this](const QString& drivePath) {
+        OnAddLocation(CAddLocationJob::Mode::Disc, drivePath);
+    });
     m_splitter->setStretchFactor(1, 1);
     const int treeWidth = std::max(50, Settings::Instance().SplitterPosition);
     m_splitter->setSizes({treeWidth, std::max(200, width() - treeWidth)});
@@ -413,6 +429,7 @@ void CMainFrame::OnAddStorage()
 void CMainFrame::SetDriveSystem(std::shared_ptr<DriveSystem> drives)
 {
     m_drives = std::move(drives);
+    m_discBar->SetDriveSystem(m_drives);
 }
 
 int CMainFrame::SelectedStorageId() const
@@ -420,7 +437,7 @@ int CMainFrame::SelectedStorageId() const
     return CNavigationView::ItemId(CNavigationView::GetRootAncestor(m_tree->currentItem()));
 }
 
-void CMainFrame::OnAddLocation(CAddLocationJob::Mode mode)
+void CMainFrame::OnAddLocation(CAddLocationJob::Mode mode, const QString& drivePath)
 {
     if (m_tree->topLevelItemCount() == 0) {
         UserPrompter::Current().ShowMessage(Strings::IDS_CREATE_STORAGE_FIRST,
@@ -431,6 +448,8 @@ void CMainFrame::OnAddLocation(CAddLocationJob::Mode mode)
         m_drives = DriveSystem::Create();
     CAddLocationDlg dialog(mode, m_doc, m_drives, SelectedStorageId(), this);
     connect(&dialog, &CAddLocationDlg::revealRequested, this, &CMainFrame::RevealTopUnit);
+    if (!drivePath.isEmpty())
+        dialog.SelectDrive(drivePath);
     // The workers read and write the catalogue's connection: no autosave meanwhile.
     m_autosave.stop();
     dialog.exec();
@@ -504,6 +523,7 @@ void CMainFrame::OnOptions()
 void CMainFrame::ApplySettings()
 {
     RestartAutosave();
+    m_discBar->ApplySettings();
     // The order and the icons of both panes may have changed: the tree is read again
     // and the selection found again.
     std::vector<int> path;
@@ -553,4 +573,9 @@ void CMainFrame::ShowProperties(int id, bool isStorage)
         return;
     CPropertiesDlg dialog(id, isStorage, m_doc, this);
     dialog.exec();
+}
+
+void CMainFrame::UpdateUnitFrom(int /*unitId*/, const QString& /*sourcePath*/)
+{
+    // The update dialog opens here.
 }

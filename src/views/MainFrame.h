@@ -13,6 +13,7 @@
 
 class CBrowseHistory;
 class CDetailsView;
+class CInsertedDiscBar;
 class CSearchDlg;
 class CWindowStatus;
 class DriveSystem;
@@ -74,6 +75,12 @@ public:
     void ShowAddition();
     bool AutosaveRunning() const { return m_autosave.isActive(); }
     int AutosaveInterval() const { return m_autosave.interval(); }
+    // The bar above the list that tells whether a disc just inserted is catalogued.
+    CInsertedDiscBar& InsertedDiscBar() { return *m_discBar; }
+
+public slots:
+    // Brings a catalogued unit up to date from sourcePath (the inserted disc's Update...).
+    void UpdateUnitFrom(int unitId, const QString& sourcePath);
 
 protected:
     void closeEvent(QCloseEvent* event) override;
@@ -92,7 +99,8 @@ private:
     void OnAddStorage();
     void OnCompress();
     int SelectedStorageId() const;
-    void OnAddLocation(CAddLocationJob::Mode mode);
+    // drivePath: the drive a disc's dialog starts with (empty: the first).
+    void OnAddLocation(CAddLocationJob::Mode mode, const QString& drivePath = QString());
     // A disc the duplicate dialog pointed at: its storage in the tree, the disc in the list.
     void RevealTopUnit(int unitId);
     void OnSearch();
@@ -115,4 +123,5 @@ private:
     QTimer m_autosave;
     std::shared_ptr<DriveSystem> m_drives;
     CSearchDlg* m_search = nullptr;
+    CInsertedDiscBar* m_discBar = nullptr;
 };

@@ -97,6 +97,7 @@ TEST_F(OptionsDlgTest, OkStoresEveryControlInTheSettingsAndTheirFileThenHandsOn)
     EXPECT_FALSE(minutes->isEnabled());
     EXPECT_FALSE(Checked(dialog, "afterUpdateCheck"));
     EXPECT_TRUE(Checked(dialog, "chronologicalRadio"));
+    EXPECT_TRUE(Checked(dialog, "recogniseDiscsCheck"));
     EXPECT_TRUE(Checked(dialog, "serialNumberCheck"));
     EXPECT_TRUE(Checked(dialog, "sizeCheck"));
     EXPECT_TRUE(Checked(dialog, "labelCheck"));
@@ -115,6 +116,7 @@ TEST_F(OptionsDlgTest, OkStoresEveryControlInTheSettingsAndTheirFileThenHandsOn)
     minutes->setValue(25);
     Click(dialog, "afterUpdateCheck");
     Click(dialog, "alphabeticalRadio");
+    Click(dialog, "recogniseDiscsCheck");
     Click(dialog, "serialNumberCheck");
     Click(dialog, "sizeCheck");
     Click(dialog, "labelCheck");
@@ -132,6 +134,7 @@ TEST_F(OptionsDlgTest, OkStoresEveryControlInTheSettingsAndTheirFileThenHandsOn)
 
     EXPECT_EQ(settings.FileIconsStyle, FileIconsStyle::CategoryBased);
     EXPECT_EQ(settings.UnitsOrder, UnitsOrder::Alphabetic);
+    EXPECT_FALSE(settings.RecogniseInsertedDiscs);
     EXPECT_EQ(settings.AutosaveTimeout, 25);
     EXPECT_TRUE(settings.AutosaveAfterUpdate);
     EXPECT_FALSE(settings.CheckSerialNumber);

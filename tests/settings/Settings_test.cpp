@@ -24,7 +24,8 @@ const char kDefaultsFile[] = "FileIconsStyle = Default\r\n"
                              "BackupEnabled = False\r\n"
                              "BackupFrequency = Week\r\n"
                              "BackupPath = \r\n"
-                             "BackupDate = \r\n";
+                             "BackupDate = \r\n"
+                             "RecogniseInsertedDiscs = True\r\n";
 
 QByteArray ReadBytes(const QString& path)
 {
@@ -91,6 +92,7 @@ TEST(Settings, EveryKeyRoundTripsThroughTheFile)
     saved.BackupFrequency = BackupFrequency::Year;
     saved.BackupPath = QStringLiteral("/media/záloha = 日本");
     saved.BackupDate = "07032012";
+    saved.RecogniseInsertedDiscs = false;
     ASSERT_TRUE(saved.SaveSettings());
 
     Settings loaded(path);
@@ -98,7 +100,8 @@ TEST(Settings, EveryKeyRoundTripsThroughTheFile)
     EXPECT_EQ(loaded.KeyValues(), saved.KeyValues());
     EXPECT_EQ(loaded.BackupDate, QByteArray("07032012"));
 
-    ASSERT_EQ(loaded.KeyValues().size(), 13u);
+    EXPECT_FALSE(loaded.RecogniseInsertedDiscs);
+    ASSERT_EQ(loaded.KeyValues().size(), 14u);
     EXPECT_EQ(loaded.KeyValues()[2].first, QStringLiteral("AutosaveTimeout"));
 }
 
