@@ -27,11 +27,11 @@ public:
     struct Change
     {
         Kind What = Kind::Unchanged;
-        QString Path;    // the path now; for a removal, the catalogued one
+        QString Path; // the path now; for a removal, the catalogued one
         // A move's catalogued path; for a unit found again whose name differs only in
         // case (on a medium that ignores case), its catalogued path; empty otherwise.
         QString OldPath;
-        int UnitId = 0;  // the catalogued unit; 0 for an addition
+        int UnitId = 0; // the catalogued unit; 0 for an addition
         qint64 OldSize = 0;
         qint64 NewSize = 0;
         QString OldDate;
@@ -44,6 +44,8 @@ public:
     };
 
     void Add(Change change);
+    /// Room for count entries, so that adding a whole tree moves none of them.
+    void Reserve(size_t count) { m_entries.reserve(count); }
     const std::vector<Change>& Entries() const { return m_entries; }
 
     int Count(Kind kind) const { return m_counts[Index(kind)]; }

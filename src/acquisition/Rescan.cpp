@@ -11,7 +11,6 @@
 #include <QObject>
 #include <QtGlobal>
 
-#include <algorithm>
 #include <cerrno>
 
 CRescan::CRescan(CSqliteWrapper& db) : m_db(db)
@@ -37,15 +36,14 @@ bool CRescan::Start(int unitId, const QString& sourcePath, QObject* notify)
     m_lister = nullptr;
 
     m_catalogued.clear();
-    m_db.GetSubtreeEntries(unitId, m_catalogued, &TreeComparer::MapRow);
-    const auto root = std::find_if(m_catalogued.begin(), m_catalogued.end(),
-                                   [unitId](const auto& row) { return row.UnitId == unitId; });
-    if (root == m_catalogued.end()) {
+    m_catalogueRead = std::promise<void>();
+    if (!m_db.UnitExists(unitId) || !m_db.GetAncestorIds(unitId).empty()) {
         m_error = QStringLiteral("Unit %1 is not a disc, folder or file of a storage.").arg(unitId);
         return false;
     }
-    m_isFile = !root->IsFolder;
-    m_unitName = m_isFile ? m_db.GetUnit(unitId).UnitName : QString();
+    const UnitListItem unit = m_db.GetUnit(unitId);
+    m_isFile = unit.Kind != UnitKind::Disc && unit.Kind != UnitKind::Folder;
+    m_unitName = m_isFile ? unit.UnitName : QString();
     m_source = sourcePath;
 
     if (m_isFile) {
@@ -74,7 +72,18 @@ bool CRescan::Start(int unitId, const QString& sourcePath, QObject* notify)
         m_searcher = std::make_unique<SubunitsSearcher>(*m_tree, m_lister);
         m_searcher->KeepFolderErrorsInSink(true);
     }
+    // The walk starts first and the catalogue is read while it runs: the two take
+    // about the same time and share nothing until the comparison.
     m_thread.Start([this, notify] { Work(notify); });
+    try {
+        m_db.GetSubtreeEntries(unitId, m_catalogued, &TreeComparer::MapRow);
+    } catch (...) {
+        Cancel();
+        m_catalogueRead.set_value();
+        Wait();
+        throw;
+    }
+    m_catalogueRead.set_value();
     return true;
 }
 
@@ -103,7 +112,9 @@ void CRescan::Work(QObject* notify)
 {
     std::optional<CChangeList> changes;
     if (m_isFile) {
-        changes = CompareFile();
+        m_catalogueRead.get_future().wait();
+        if (m_cancel.load() == 0 && !m_catalogued.empty())
+            changes = CompareFile();
     } else {
         // The searcher is started and joined here, on this worker: it has a thread of its
         // own, which stops at the next entry on a cancel.
@@ -111,6 +122,7 @@ void CRescan::Work(QObject* notify)
         if (m_cancel.load() == 1)
             m_searcher->Cancel(); // a cancel that came before the walk had started
         m_searcher->Wait();
+        m_catalogueRead.get_future().wait();
         if (m_tree->Finished() && m_cancel.load() == 0) {
             const bool ignoreCase = m_lister->IgnoresCase(m_source);
             changes = TreeComparer(m_catalogued, ignoreCase).Compare(*m_tree);

@@ -10,6 +10,7 @@
 #include <QtGlobal>
 
 #include <atomic>
+#include <future>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -21,10 +22,10 @@ class SubunitsSearcher;
 
 // Walks the source of a catalogued disc, folder or file again and compares it with what
 // the catalogue holds, writing nothing: the comparison core of updating a unit. The
-// catalogued subtree is read in one query on the calling thread; the walk (the scanner
-// and lister an addition uses, into a sink of this rescan's own, folder errors kept
-// there rather than in ErrorLog) and the comparison run on a worker thread. Any number
-// of rescans may run side by side.
+// catalogued subtree is read in one query on the calling thread while the walk runs;
+// the walk (the scanner and lister an addition uses, into a sink of this rescan's own,
+// folder errors kept there rather than in ErrorLog) and the comparison run on a worker
+// thread. Any number of rescans may run side by side.
 //
 // The unit lies directly in a storage. A disc or folder is compared with a folder, a
 // mounted disc's root or a disc image (read from inside, as ListerFor chooses); a file
@@ -69,7 +70,10 @@ private:
     CChangeList CompareFile();
 
     CSqliteWrapper& m_db;
+    // Filled by Start on the calling thread while the walk runs; the worker compares
+    // once the promise has been kept.
     std::vector<TreeComparer::Catalogued> m_catalogued;
+    std::promise<void> m_catalogueRead;
     bool m_isFile = false;
     QString m_unitName;
     QString m_source;

@@ -6,6 +6,7 @@
 #include <QDateTime>
 #include <QHash>
 
+#include <algorithm>
 #include <cstdlib>
 #include <deque>
 
@@ -19,6 +20,53 @@ QString Column(char** values, int columns, int i)
 QString NameOf(const QString& path)
 {
     return path.mid(path.lastIndexOf(QLatin1Char('/')) + 1);
+}
+
+// Days from 1970-01-01 to the date of the proleptic Gregorian calendar.
+qint64 DaysFromCivil(qint64 year, qint64 month, qint64 day)
+{
+    year -= month <= 2 ? 1 : 0;
+    const qint64 era = (year >= 0 ? year : year - 399) / 400;
+    const qint64 yearOfEra = year - era * 400;
+    const qint64 dayOfYear = (153 * (month + (month > 2 ? -3 : 9)) + 2) / 5 + day - 1;
+    const qint64 dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
+    return era * 146097 + dayOfEra - 719468;
+}
+
+// A catalogued date text "YYYY-MM-DD HH:MM:SS" as seconds since 1970 of that wall
+// clock; false unless the text is exactly that form of a real date and time, the only
+// form that FormatDateText gives back from the same second.
+bool WallClockSeconds(const QString& text, qint64* seconds)
+{
+    static const char kForm[] = "0000-00-00 00:00:00";
+    if (text.size() != 19)
+        return false;
+    const QChar* c = text.constData();
+    for (int i = 0; i < 19; ++i) {
+        const bool digit = c[i] >= QLatin1Char('0') && c[i] <= QLatin1Char('9');
+        if (kForm[i] == '0' ? !digit : c[i] != QLatin1Char(kForm[i]))
+            return false;
+    }
+    const auto number = [c](int at, int digits) {
+        qint64 value = 0;
+        for (int i = at; i < at + digits; ++i)
+            value = value * 10 + (c[i].unicode() - '0');
+        return value;
+    };
+    const qint64 year = number(0, 4);
+    const qint64 month = number(5, 2);
+    const qint64 day = number(8, 2);
+    const qint64 hour = number(11, 2);
+    const qint64 minute = number(14, 2);
+    const qint64 second = number(17, 2);
+    if (year < 1 || month < 1 || month > 12 || day < 1 || hour > 23 || minute > 59 || second > 59)
+        return false;
+    // The month's last day: the day before the first of the next month.
+    if (day > DaysFromCivil(month == 12 ? year + 1 : year, month == 12 ? 1 : month + 1, 1) -
+                  DaysFromCivil(year, month, 1))
+        return false;
+    *seconds = DaysFromCivil(year, month, day) * 86400 + hour * 3600 + minute * 60 + second;
+    return true;
 }
 
 } // namespace
@@ -58,10 +106,8 @@ bool TreeComparer::InUnreadable(const QString& key) const
     }
 }
 
-QString TreeComparer::DateText(qint64 utcMsecs)
+qint64 TreeComparer::OffsetAt(qint64 utcMsecs)
 {
-    if (utcMsecs == FindData::kNoTime)
-        return {};
     const qint64 hour = utcMsecs >= 0 ? utcMsecs / 3600000 : (utcMsecs - 3599999) / 3600000;
     if (!m_hasLastHour || hour != m_lastHour) {
         auto it = m_offsets.find(hour);
@@ -74,8 +120,29 @@ QString TreeComparer::DateText(qint64 utcMsecs)
         m_lastHour = hour;
         m_lastOffset = it->second;
     }
+    return m_lastOffset;
+}
+
+QString TreeComparer::DateText(qint64 utcMsecs)
+{
+    if (utcMsecs == FindData::kNoTime)
+        return {};
     return SqlText::FormatDateText(
-        QDateTime::fromMSecsSinceEpoch(utcMsecs + m_lastOffset, Qt::UTC));
+        QDateTime::fromMSecsSinceEpoch(utcMsecs + OffsetAt(utcMsecs), Qt::UTC));
+}
+
+QString TreeComparer::DateText(qint64 utcMsecs, const QString& catalogued)
+{
+    // Most files are as catalogued: comparing the seconds spares formatting a text
+    // that would equal the catalogued one.
+    qint64 seconds = 0;
+    if (utcMsecs != FindData::kNoTime && WallClockSeconds(catalogued, &seconds)) {
+        const qint64 wall = utcMsecs + OffsetAt(utcMsecs);
+        const qint64 wallSeconds = wall >= 0 ? wall / 1000 : (wall - 999) / 1000;
+        if (wallSeconds == seconds)
+            return catalogued;
+    }
+    return DateText(utcMsecs);
 }
 
 CChangeList TreeComparer::Compare(const ScannedTree& scanned)
@@ -104,16 +171,15 @@ CChangeList TreeComparer::Compare(const ScannedTree& scanned)
     std::vector<char> matched(m_catalogued.size(), 0);
 
     CChangeList changes;
+    changes.Reserve(std::max(scanned.Entries().size(), m_catalogued.size()));
     std::vector<Change> addedFiles; // kept back: some of them may be moves
     for (const ScannedTree::Entry& entry : scanned.Entries()) {
         const QString key = Key(entry.Path);
         Change change;
         change.Path = entry.Path;
         change.IsFolder = entry.IsFolder;
-        if (!entry.IsFolder) {
+        if (!entry.IsFolder)
             change.NewSize = static_cast<qint64>(entry.Size);
-            change.NewDate = DateText(entry.Modified);
-        }
         const auto fillNew = [&] {
             if (entry.IsFolder)
                 return;
@@ -135,6 +201,7 @@ CChangeList TreeComparer::Compare(const ScannedTree& scanned)
             if (!old.IsFolder) {
                 change.OldSize = old.Size;
                 change.OldDate = old.Modified;
+                change.NewDate = DateText(entry.Modified, old.Modified);
             }
             if (unreadable)
                 change.What = Kind::Unreadable;
@@ -149,6 +216,8 @@ CChangeList TreeComparer::Compare(const ScannedTree& scanned)
             continue;
         }
         change.What = unreadable ? Kind::Unreadable : Kind::Added;
+        if (!entry.IsFolder)
+            change.NewDate = DateText(entry.Modified);
         fillNew();
         if (entry.IsFolder)
             changes.Add(std::move(change));

@@ -42,8 +42,12 @@ public:
     /// since 1970 UTC): the local wall-clock time, as the importer writes it; empty for
     /// FindData::kNoTime.
     QString DateText(qint64 utcMsecs);
+    /// The same, given as catalogued itself when that names the same second.
+    QString DateText(qint64 utcMsecs, const QString& catalogued);
 
 private:
+    // The local time's offset from UTC at that time, in milliseconds.
+    qint64 OffsetAt(qint64 utcMsecs);
     QString Key(const QString& path) const;
     // Whether path lies in (or is) a folder that could not be read.
     bool InUnreadable(const QString& key) const;
