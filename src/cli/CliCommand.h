@@ -44,3 +44,4 @@ std::vector<CliCommand> DriveCommands();
 std::vector<CliCommand> ReportCommands();
 std::vector<CliCommand> SearchCommands();
 std::vector<CliCommand> SettingsCommands();
+std::vector<CliCommand> UpdateCommands();

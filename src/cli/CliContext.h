@@ -16,6 +16,7 @@ constexpr int Success = 0;
 constexpr int Error = 1;
 constexpr int Usage = 2;
 constexpr int Duplicates = 3;
+constexpr int AnotherDisc = 3; // update found another disc at the source
 constexpr int Cancelled = 130;
 } // namespace ExitStatus
 

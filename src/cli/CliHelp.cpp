@@ -10,8 +10,8 @@ QString ProgramName()
 std::vector<CliCommand> AllCommands()
 {
     std::vector<CliCommand> all;
-    for (auto list : {CatalogueCommands(), AddCommands(), CategoryCommands(), DriveCommands(),
-                      ReportCommands(), SearchCommands(), SettingsCommands()})
+    for (auto list : {CatalogueCommands(), AddCommands(), UpdateCommands(), CategoryCommands(),
+                      DriveCommands(), ReportCommands(), SearchCommands(), SettingsCommands()})
         all.insert(all.end(), list.begin(), list.end());
     return all;
 }
@@ -111,7 +111,8 @@ QString GeneralHelp(const std::vector<CliCommand>& commands)
     text += QStringLiteral(
         "\nA STORAGE is a storage's id or exact name, a CATEGORY a category's id or name,\n"
         "a unit is named by --unit ID. Exit status: 0 success, 1 error, 2 wrong usage,\n"
-        "3 duplicate discs found, 130 cancelled.\n\n"
+        "3 duplicate discs found (add-disc) or another disc at the source (update),\n"
+        "130 cancelled.\n\n"
         "Example:\n");
     for (const QString& example : Examples())
         text += QStringLiteral("  ") + example + QLatin1Char('\n');

@@ -76,6 +76,17 @@ void ProgressLine::Show(int percent)
     std::fflush(stderr);
 }
 
+void ProgressLine::Spin()
+{
+    if (!m_terminal)
+        return;
+    static const char kTurns[] = "|/-\\";
+    m_last = 0; // something is drawn: Done ends the line
+    std::fprintf(stderr, "\r%s: %c", m_what, kTurns[m_turn]);
+    m_turn = (m_turn + 1) % 4;
+    std::fflush(stderr);
+}
+
 void ProgressLine::Done()
 {
     if (m_terminal && m_last >= 0) {

@@ -32,10 +32,13 @@ public:
     ProgressLine& operator=(const ProgressLine&) = delete;
 
     void Show(int percent);
+    // For work that cannot tell how far it is: the next turn of a spinner.
+    void Spin();
     void Done();
 
 private:
     const char* m_what;
     bool m_terminal;
     int m_last = -1;
+    int m_turn = 0;
 };

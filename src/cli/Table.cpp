@@ -47,8 +47,9 @@ void Table::Print(bool json) const
         QJsonArray array;
         for (const auto& row : m_rows) {
             QJsonObject object;
-            for (int i = 0; i < m_headers.size() && i < static_cast<int>(row.size()); ++i)
-                object.insert(CamelCase(m_headers.at(i)), QJsonValue::fromVariant(row[i]));
+            const QStringList keys = m_headers + m_extraKeys;
+            for (int i = 0; i < keys.size() && i < static_cast<int>(row.size()); ++i)
+                object.insert(CamelCase(keys.at(i)), QJsonValue::fromVariant(row[i]));
             array.append(object);
         }
         Write(QString::fromUtf8(QJsonDocument(array).toJson(QJsonDocument::Indented)));

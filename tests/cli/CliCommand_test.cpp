@@ -67,6 +67,8 @@ TEST(CliCommand, UsagesAreTheSyntaxThatScriptsRelyOn)
         {"add-file", "FILE STORAGE PATH [--notes TEXT] [--category CATEGORY]"},
         {"add-disc", "FILE STORAGE DRIVE [--name NAME] [--notes TEXT] [--category CATEGORY] "
                      "[--force] [--eject]"},
+        {"update", "FILE --unit ID [PATH] [--dry-run] [--force]"},
+        {"history", "FILE --unit ID"},
         {"drives", ""},
         {"report", "FILE OUT.html [--storage STORAGE] [--level 1|2|3|all] [--open]"},
         // "settings" and "settings set KEY VALUE".
@@ -139,6 +141,8 @@ TEST(CliCommand, OptionsAndArgumentCountsFollowFromTheArguments)
         {"add-folder", {3, 3}},
         {"add-file", {3, 3}},
         {"add-disc", {3, 3}},
+        {"update", {1, 2}},
+        {"history", {1, 1}},
         {"categories", {1, 1}},
         {"add-category", {2, 2}},
         {"delete-category", {2, 2}},
