@@ -114,6 +114,27 @@ QString UnitKindName(UnitKind kind)
     }
 }
 
+QStringList UpdateHistoryHeaders()
+{
+    return {QStringLiteral("Date"),    QStringLiteral("Added"), QStringLiteral("Removed"),
+            QStringLiteral("Changed"), QStringLiteral("Moved"), QStringLiteral("Files"),
+            QStringLiteral("Size")};
+}
+
+std::vector<QStringList> UpdateHistory(CSqliteWrapper& db, int unitId)
+{
+    std::vector<UnitUpdateRecord> records;
+    db.GetUnitUpdates(unitId, records);
+    std::vector<QStringList> rows;
+    rows.reserve(records.size());
+    for (auto it = records.rbegin(); it != records.rend(); ++it) {
+        rows.push_back({it->UpdatedAt.toLocalTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")),
+                        Count(it->Added), Count(it->Removed), Count(it->Changed), Count(it->Moved),
+                        Count(it->FilesAfter), FormatSize(it->SizeAfter)});
+    }
+    return rows;
+}
+
 std::vector<Tab> Collect(CSqliteWrapper& db, int id, bool isStorage)
 {
     const QString name = QStringLiteral("Name:");

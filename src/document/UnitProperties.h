@@ -3,6 +3,7 @@
 #include "sqlitewrapper/SqliteWrapper.h"
 
 #include <QString>
+#include <QStringList>
 
 #include <vector>
 
@@ -25,6 +26,12 @@ struct Tab
 // The tabs for a storage or a unit. Raises CSqliteWrapperError, and std::out_of_range
 // for a missing unit.
 std::vector<Tab> Collect(CSqliteWrapper& db, int id, bool isStorage);
+
+// The updates from its source applied to a unit lying in a storage, newest first, one
+// row of texts per update under UpdateHistoryHeaders(): the date in local time, the
+// counts of the change report, the files and size after the update.
+QStringList UpdateHistoryHeaders();
+std::vector<QStringList> UpdateHistory(CSqliteWrapper& db, int unitId);
 
 // Value texts.
 QString AudioDuration(int seconds);  // "01:02:05 (3725 seconds)"

@@ -59,6 +59,8 @@ CDetailsView::CDetailsView(CShelfwiseDoc& doc, CUnitIcons& icons, const CCommand
          {static_cast<QAbstractItemView*>(m_list), static_cast<QAbstractItemView*>(m_table)}) {
         connect(view, &QAbstractItemView::activated, this, &CDetailsView::Activate);
         view->viewport()->installEventFilter(this);
+        connect(view->selectionModel(), &QItemSelectionModel::currentChanged, this,
+                &CDetailsView::selectedRowChanged);
     }
     connect(&m_doc, &CShelfwiseDoc::viewsNeedUpdate, this, [this](QObject* sender) {
         if (sender != this)
@@ -303,6 +305,9 @@ void CDetailsView::FillContextMenu(QMenu& menu, bool onRow)
     connect(rename, &QAction::triggered, this, &CDetailsView::RenameSelected);
     menu.addAction(m_commands.Get(Delete));
     menu.addAction(m_commands.Get(Properties));
+    QAction* update = m_commands.Get(Update);
+    update->setEnabled(m_doc.IsTopLevelUnit(unit->UnitID));
+    menu.addAction(update);
     if (unit->Kind == UnitKind::File) {
         menu.addSeparator();
         QMenu* categories = menu.addMenu(Strings::LoadString(Strings::IDS_CHANGE_CATEGORY_MENU));

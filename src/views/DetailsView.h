@@ -61,6 +61,8 @@ public:
 signals:
     void browseRequested(int unitId);
     void propertiesRequested(int unitId, bool isStorage);
+    // Another row (or none) is selected, in whichever mode.
+    void selectedRowChanged();
 
 protected:
     void contextMenuEvent(QContextMenuEvent* event) override;

@@ -2,6 +2,7 @@
 
 #include "acquisition/AddLocationDlg.h"
 #include "acquisition/AddStorageDlg.h"
+#include "acquisition/UpdateFlow.h"
 #include "common/Strings.h"
 #include "common/UserPrompter.h"
 #include "document/DataFiles.h"
@@ -98,6 +99,11 @@ CMainFrame::CMainFrame(CShelfwiseDoc& doc, QWidget* parent)
     connect(m_tree, &CNavigationView::propertiesRequested, this, &CMainFrame::ShowProperties);
     connect(m_list, &CDetailsView::propertiesRequested, this, &CMainFrame::ShowProperties);
     connect(m_list, &CDetailsView::browseRequested, m_tree, &CNavigationView::BrowseToChild);
+    // Update... follows what is selected where the focus is.
+    connect(m_tree, &QTreeWidget::currentItemChanged, this, &CMainFrame::RefreshUpdateCommand);
+    connect(m_list, &CDetailsView::selectedRowChanged, this, &CMainFrame::RefreshUpdateCommand);
+    connect(qApp, &QApplication::focusChanged, this, &CMainFrame::RefreshUpdateCommand);
+    connect(&m_doc, &CShelfwiseDoc::viewsNeedUpdate, this, &CMainFrame::RefreshUpdateCommand);
     connect(&m_doc, &CShelfwiseDoc::modifiedChanged, this, &CMainFrame::UpdateTitle);
     connect(&m_doc, &CShelfwiseDoc::cataloguePathChanged, this, [this](const QString& path) {
         UpdateTitle();
@@ -116,6 +122,12 @@ CMainFrame::CMainFrame(CShelfwiseDoc& doc, QWidget* parent)
     });
     RestartAutosave();
     UpdateTitle();
+}
+
+CMainFrame::~CMainFrame()
+{
+    // The panes about to go may hand the focus on: nothing here follows it any more.
+    disconnect(qApp, &QApplication::focusChanged, this, nullptr);
 }
 
 void CMainFrame::CreateActions()
@@ -142,6 +154,11 @@ void CMainFrame::CreateActions()
         [this] { OnAddLocation(CAddLocationJob::Mode::Folder); });
     add(AddFile, tr("Add &File..."), QKeySequence(tr("Ctrl+Shift+F")),
         [this] { OnAddLocation(CAddLocationJob::Mode::File); });
+    QAction* update =
+        add(Update, tr("&Update..."), QKeySequence(tr("Ctrl+U")), [this] { OnUpdate(); });
+    update->setStatusTip(
+        tr("Compare the selected disc, folder or file with its source and apply the changes"));
+    update->setEnabled(false);
     add(Search, tr("Search..."), QKeySequence(tr("Ctrl+F")), [this] { OnSearch(); });
     add(MoveUp, tr("Move up"), QKeySequence(), [this] {
         m_tree->MoveUp();
@@ -223,8 +240,9 @@ void CMainFrame::CreateMenus()
     for (int id : {GoBack, GoForward, MoveUp})
         view->addAction(m_commands.Get(id));
     QMenu* tools = menuBar()->addMenu(tr("&Tools"));
-    for (int id : {AddStorage, AddDisc, AddFolder, AddFile, Search})
+    for (int id : {AddStorage, AddDisc, AddFolder, AddFile, Update, Search})
         tools->addAction(m_commands.Get(id));
+    connect(tools, &QMenu::aboutToShow, this, &CMainFrame::RefreshUpdateCommand);
     tools->addSeparator();
     for (int id : {Compress, Report, Options})
         tools->addAction(m_commands.Get(id));
@@ -542,6 +560,32 @@ void CMainFrame::OnReport()
     m_autosave.stop();
     dialog.exec();
     RestartAutosave();
+}
+
+int CMainFrame::UpdateTarget() const
+{
+    // As Properties chooses: the list's selected row, else the tree's unit.
+    if (FocusInList() && m_list->SelectedUnitId() != -1)
+        return m_list->SelectedUnitId();
+    const QTreeWidgetItem* item = m_tree->currentItem();
+    return item && item->parent() ? CNavigationView::ItemId(item) : -1;
+}
+
+void CMainFrame::RefreshUpdateCommand()
+{
+    const int target = UpdateTarget();
+    m_commands.Get(CommandIds::Update)
+        ->setEnabled(m_doc.IsLoaded() && target != -1 && m_doc.IsTopLevelUnit(target));
+}
+
+void CMainFrame::OnUpdate()
+{
+    RefreshUpdateCommand();
+    if (!m_commands.Get(CommandIds::Update)->isEnabled())
+        return;
+    if (!m_drives)
+        m_drives = DriveSystem::Create();
+    CUpdateFlow::Run(this, m_doc, UpdateTarget(), QString(), m_drives);
 }
 
 void CMainFrame::OnCompress()

@@ -32,6 +32,7 @@ class CMainFrame final : public QMainWindow
 
 public:
     explicit CMainFrame(CShelfwiseDoc& doc, QWidget* parent = nullptr);
+    ~CMainFrame() override;
 
     CNavigationView& Navigation() { return *m_tree; }
     CDetailsView& Details() { return *m_list; }
@@ -98,6 +99,12 @@ private:
     bool SaveAs();
     void OnAddStorage();
     void OnCompress();
+    // The unit Update... is for: the list's selected row when the list has the focus,
+    // else the tree's selected unit; -1 for none (a storage, nothing).
+    int UpdateTarget() const;
+    // Enables Update... for a disc, folder or file lying directly in a storage.
+    void RefreshUpdateCommand();
+    void OnUpdate();
     int SelectedStorageId() const;
     // drivePath: the drive a disc's dialog starts with (empty: the first).
     void OnAddLocation(CAddLocationJob::Mode mode, const QString& drivePath = QString());

@@ -508,6 +508,9 @@ void CNavigationView::FillContextMenu(QMenu& menu, QTreeWidgetItem* item)
     connect(rename, &QAction::triggered, this, &CNavigationView::RenameSelected);
     menu.addAction(m_commands.Get(CommandIds::Delete));
     menu.addAction(m_commands.Get(CommandIds::Properties));
+    QAction* update = m_commands.Get(CommandIds::Update);
+    update->setEnabled(isUnit && m_doc.IsTopLevelUnit(ItemId(item)));
+    menu.addAction(update);
     menu.addSeparator();
     QMenu* add = menu.addMenu(tr("Add"));
     for (const auto& [id, text] : {std::pair{CommandIds::AddDisc, tr("Disc")},

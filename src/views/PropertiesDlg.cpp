@@ -14,6 +14,7 @@
 #include "views/PictureInfoTab.h"
 #include "views/StorageInfoTab.h"
 #include "views/UnitIcons.h"
+#include "views/UpdateHistoryTab.h"
 
 #include "ui_PropertiesDlg.h"
 
@@ -99,6 +100,12 @@ void CPropertiesDlg::AddUnitTabs(const UnitListItem& unit,
     // A file of the film, music or picture category has its media details second.
     if (tabs.size() > 1)
         AddMediaTab(tabs[1]);
+    // What lies directly in a storage can be updated from its source: its updates last.
+    std::vector<QStringList> history;
+    if (m_doc.IsTopLevelUnit(unit.UnitID) && m_doc.Guard([&] {
+            history = UnitProperties::UpdateHistory(m_doc.Database(), unit.UnitID);
+        }))
+        m_ui->tabs->addTab(new CUpdateHistoryTab(history), tr("History"));
 }
 
 void CPropertiesDlg::AddMediaTab(const UnitProperties::Tab& values)

@@ -9,6 +9,7 @@
 #include "views/PropertiesDlg.h"
 
 #include <QDateTime>
+#include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QTabWidget>
@@ -81,7 +82,10 @@ TEST_F(Properties, StoragesDiscsAndFoldersShowTheirOwnTabWithCountsSizesAndDates
     ExpectAccessibleNames(storage);
 
     CPropertiesDlg disc(kMusicCollectionDisc, false, m_doc);
-    EXPECT_EQ(disc.TabTitles(), QStringList{QStringLiteral("Disc Info")});
+    // A disc lies in a storage: it has a history of updates, empty in the sample.
+    EXPECT_EQ(disc.TabTitles(), QStringList({"Disc Info", "History"}));
+    EXPECT_EQ(disc.findChild<QTabWidget*>()->widget(1)->findChild<QLabel*>()->text(),
+              QStringLiteral("Not updated yet."));
     EXPECT_EQ(disc.FieldText(QStringLiteral("Name:")), QStringLiteral("Music Collection Vol. 1"));
     EXPECT_FALSE(disc.NameEdit()->isReadOnly());
     EXPECT_EQ(disc.FieldText(QStringLiteral("Label:")), QStringLiteral("MUSIC_VOL1"));
