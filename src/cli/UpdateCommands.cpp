@@ -271,13 +271,13 @@ std::vector<CliCommand> UpdateCommands()
     const Arg unit = Arg::Option(kUnit, {"ID"});
     return {
         {"update",
-         "compares a disc, folder or file that lies directly in a storage with its source "
-         "and applies the changes",
+         "compares a disc, folder or file with its source and applies the changes",
          {file, unit, Arg::Positional("PATH").Optional(), Arg::Option(kDryRun).Optional(),
           Arg::Option(kForce).Optional()},
          &Update,
-         "The source is PATH, else the one recorded when the unit was added or last\n"
-         "updated; a catalogue made before version 1.1 records none, so it needs PATH.\n"
+         "The unit lies directly in a storage. The source is PATH, else the one recorded\n"
+         "when the unit was added or last updated; a catalogue made before version 1.1\n"
+         "records none, so it needs PATH.\n"
          "Each difference is a row: change (added, removed, changed, moved or\n"
          "unreadable), path (below the unit), size and newSize in bytes, modified and\n"
          "newModified as the catalogue stores them. A field is empty (null in JSON)\n"
