@@ -68,7 +68,7 @@ CChangeReportDlg::CChangeReportDlg(CShelfwiseDoc& doc, int unitId, const CChange
     m_table->verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
     m_table->verticalHeader()->setDefaultSectionSize(m_table->fontMetrics().height() + 6);
     m_table->verticalHeader()->hide();
-    const int widths[] = {90, 300, 80, 80, 140, 140};
+    const int widths[] = {90, 240, 80, 80, 135, 135};
     for (int column = 0; column < 6; ++column)
         m_table->setColumnWidth(column, widths[column]);
 
