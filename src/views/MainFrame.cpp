@@ -619,7 +619,10 @@ void CMainFrame::ShowProperties(int id, bool isStorage)
     dialog.exec();
 }
 
-void CMainFrame::UpdateUnitFrom(int /*unitId*/, const QString& /*sourcePath*/)
+void CMainFrame::UpdateUnitFrom(int unitId, const QString& sourcePath)
 {
-    // The update dialog opens here.
+    // The inserted disc is the source, whatever was recorded when it was added.
+    if (!m_drives)
+        m_drives = DriveSystem::Create();
+    CUpdateFlow::Run(this, m_doc, unitId, sourcePath, m_drives);
 }
