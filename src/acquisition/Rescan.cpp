@@ -59,6 +59,14 @@ bool CRescan::Start(int unitId, const QString& sourcePath, QObject* notify)
             return false;
         }
     } else {
+        // A source that is gone or cannot be opened at all is not an empty tree: nothing
+        // could be compared, so nothing is reported removed.
+        const QFileInfo info(sourcePath);
+        if (!m_folderLister && (!info.exists() || !info.isReadable())) {
+            m_error = QStringLiteral("%1 cannot be read: %2")
+                          .arg(sourcePath, qt_error_string(info.exists() ? EACCES : ENOENT));
+            return false;
+        }
         int error = 0;
         if (!m_folderLister)
             m_ownLister = ListerFor(sourcePath, &error);

@@ -219,7 +219,8 @@ TEST_F(RescanTest, ImageNamesAreComparedWithoutCase)
     EXPECT_EQ(readme->UnitId, UnitNamed(top, "Readme.TXT"));
     EXPECT_FALSE(readme->NewDate.isEmpty());
 
-    // An image the listers cannot read starts nothing.
+    // A source that is gone, or an image the listers cannot read, starts nothing.
+    EXPECT_FALSE(CRescan(m_doc.Database()).Run(top, dir.filePath(QStringLiteral("gone"))));
     const QString junk = dir.filePath(QStringLiteral("junk.iso"));
     MakeFile(junk, 4096);
     CRescan rescan(m_doc.Database());
