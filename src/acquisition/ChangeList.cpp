@@ -4,6 +4,25 @@
 
 #include <QStringList>
 
+const char* CChangeList::Word(Kind kind)
+{
+    switch (kind) {
+    case Kind::Added:
+        return "added";
+    case Kind::Removed:
+        return "removed";
+    case Kind::Changed:
+        return "changed";
+    case Kind::Moved:
+        return "moved";
+    case Kind::Unchanged:
+        return "unchanged";
+    case Kind::Unreadable:
+        return "unreadable";
+    }
+    return "";
+}
+
 void CChangeList::Add(Change change)
 {
     const size_t index = Index(change.What);
@@ -21,19 +40,19 @@ bool CChangeList::HasChanges() const
 QString CChangeList::Summary() const
 {
     QStringList parts;
-    const auto part = [&](Kind kind, const char* word, bool withBytes) {
+    const auto part = [&](Kind kind, bool withBytes) {
         const int count = Count(kind);
         if (count == 0)
             return;
-        QString text = QStringLiteral("%1 %2").arg(count).arg(QLatin1String(word));
+        QString text = QStringLiteral("%1 %2").arg(count).arg(QLatin1String(Word(kind)));
         if (withBytes)
             text += QStringLiteral(" (%1)").arg(FormatSize(Bytes(kind)));
         parts.append(text);
     };
-    part(Kind::Added, "added", true);
-    part(Kind::Removed, "removed", true);
-    part(Kind::Changed, "changed", false);
-    part(Kind::Moved, "moved", false);
-    part(Kind::Unreadable, "unreadable", false);
+    part(Kind::Added, true);
+    part(Kind::Removed, true);
+    part(Kind::Changed, false);
+    part(Kind::Moved, false);
+    part(Kind::Unreadable, false);
     return parts.isEmpty() ? QStringLiteral("No changes") : parts.join(QStringLiteral(", "));
 }

@@ -43,6 +43,10 @@ public:
         bool IsFolder = false;
     };
 
+    /// The word a report names a kind by: "added", "removed", "changed", "moved",
+    /// "unchanged", "unreadable".
+    static const char* Word(Kind kind);
+
     void Add(Change change);
     /// Room for count entries, so that adding a whole tree moves none of them.
     void Reserve(size_t count) { m_entries.reserve(count); }

@@ -48,25 +48,6 @@ private:
     QEventLoop& m_loop;
 };
 
-const char* ChangeName(CChangeList::Kind kind)
-{
-    switch (kind) {
-    case CChangeList::Kind::Added:
-        return "added";
-    case CChangeList::Kind::Removed:
-        return "removed";
-    case CChangeList::Kind::Changed:
-        return "changed";
-    case CChangeList::Kind::Moved:
-        return "moved";
-    case CChangeList::Kind::Unchanged:
-        return "unchanged";
-    case CChangeList::Kind::Unreadable:
-        return "unreadable";
-    }
-    return "";
-}
-
 // change, path, size, newSize, modified, newModified (and from, for a move). A side the
 // entry does not have (the catalogue's for an addition, the source's for a removal or a
 // folder that cannot be read now) leaves its fields empty, and so do a folder's sizes.
@@ -81,7 +62,7 @@ std::vector<QVariant> ChangeRow(const CChangeList::Change& change)
     const auto date = [](bool side, const QString& text) {
         return side && !text.isEmpty() ? QVariant(text) : QVariant();
     };
-    std::vector<QVariant> row{QString::fromLatin1(ChangeName(change.What)),
+    std::vector<QVariant> row{QString::fromLatin1(CChangeList::Word(change.What)),
                               change.Path,
                               size(before, change.OldSize),
                               size(after, change.NewSize),

@@ -39,32 +39,14 @@ bool MakeImage(const QString& folder, const QString& image, bool genisoimage)
     return tool.waitForFinished(60000) && tool.exitCode() == 0;
 }
 
-const char* KindName(Kind kind)
-{
-    switch (kind) {
-    case Kind::Added:
-        return "added";
-    case Kind::Removed:
-        return "removed";
-    case Kind::Changed:
-        return "changed";
-    case Kind::Moved:
-        return "moved";
-    case Kind::Unchanged:
-        return "unchanged";
-    case Kind::Unreadable:
-        return "unreadable";
-    }
-    return "?";
-}
-
 std::vector<std::string> Lines(const CChangeList& changes, bool withUnchanged)
 {
     std::vector<std::string> lines;
     for (const CChangeList::Change& change : changes.Entries()) {
         if (change.What == Kind::Unchanged && !withUnchanged)
             continue;
-        QString line = QLatin1String(KindName(change.What)) + QLatin1Char(' ') + change.Path;
+        QString line =
+            QLatin1String(CChangeList::Word(change.What)) + QLatin1Char(' ') + change.Path;
         if (change.IsFolder)
             line += QLatin1Char('/');
         if (!change.OldPath.isEmpty())

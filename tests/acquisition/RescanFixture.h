@@ -26,8 +26,6 @@ void MakeFile(const QString& path, qint64 size, qint64 modifiedSecs = kThen);
 // An ISO 9660 image of folder with Rock Ridge and Joliet names, by xorriso or, with
 // genisoimage, by that tool; false when the tool failed.
 bool MakeImage(const QString& folder, const QString& image, bool genisoimage = false);
-// "added", "removed"...
-const char* KindName(CChangeList::Kind kind);
 // One line per entry, sorted: "added docs/" for a folder, "moved b/e.dat <- a/e.dat".
 std::vector<std::string> Lines(const CChangeList& changes, bool withUnchanged = false);
 const CChangeList::Change* Find(const CChangeList& changes, const QString& path);
