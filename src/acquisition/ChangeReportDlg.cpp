@@ -6,6 +6,7 @@
 
 #include <QComboBox>
 #include <QDialogButtonBox>
+#include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
@@ -114,7 +115,12 @@ QString CChangeReportDlg::SummaryText() const
 void CChangeReportDlg::accept()
 {
     CUnitUpdate update(m_doc);
-    if (update.Apply(m_unitId, m_changes, m_sourcePath, m_mountPoint))
+    // Media details of the new files are read before the catalogue is written: a while,
+    // for many films.
+    QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+    const bool applied = update.Apply(m_unitId, m_changes, m_sourcePath, m_mountPoint);
+    QGuiApplication::restoreOverrideCursor();
+    if (applied)
         QDialog::accept();
     else
         QDialog::reject();
