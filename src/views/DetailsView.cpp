@@ -59,7 +59,9 @@ CDetailsView::CDetailsView(CShelfwiseDoc& doc, CUnitIcons& icons, const CCommand
          {static_cast<QAbstractItemView*>(m_list), static_cast<QAbstractItemView*>(m_table)}) {
         connect(view, &QAbstractItemView::activated, this, &CDetailsView::Activate);
         view->viewport()->installEventFilter(this);
-        connect(view->selectionModel(), &QItemSelectionModel::currentChanged, this,
+        // On the selection, not the current row: a click makes the row current before
+        // it selects it.
+        connect(view->selectionModel(), &QItemSelectionModel::selectionChanged, this,
                 &CDetailsView::selectedRowChanged);
     }
     connect(&m_doc, &CShelfwiseDoc::viewsNeedUpdate, this, [this](QObject* sender) {

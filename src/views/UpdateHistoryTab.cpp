@@ -39,5 +39,10 @@ CUpdateHistoryTab::CUpdateHistoryTab(const std::vector<QStringList>& rows, QWidg
     }
     m_table->resizeColumnsToContents();
     m_table->horizontalHeader()->setStretchLastSection(true);
+    // Wide enough for every column: the dialog grows rather than hiding the last ones.
+    int width = 2 * m_table->frameWidth();
+    for (int c = 0; c < m_table->columnCount(); ++c)
+        width += m_table->columnWidth(c);
+    m_table->setMinimumWidth(width);
     layout->addWidget(m_table);
 }
