@@ -6,10 +6,12 @@
 #include "acquisition/RescanFixture.h"
 #include "acquisition/UpdateFlow.h"
 #include "views/CommandIds.h"
+#include "views/DetailsView.h"
 #include "views/MainFrame.h"
 #include "views/NavigationView.h"
 #include "views/PropertiesDlg.h"
 
+#include <QAbstractItemView>
 #include <QAction>
 #include <QApplication>
 #include <QComboBox>
@@ -211,6 +213,14 @@ TEST_F(UpdateFlowTest, TheCommandIsOfferedForUnitsLyingDirectlyInAStorage)
     EXPECT_TRUE(update.isEnabled());
     frame.BrowseTo({m_storage, top, UnitNamed(top, "docs")}, UnitNamed(top, "b.txt"));
     EXPECT_FALSE(update.isEnabled());
+    // A click on a unit of the storage in the list offers it at once, as Ctrl+U needs.
+    frame.BrowseTo({m_storage}, 0);
+    frame.Navigation().setFocus();
+    EXPECT_FALSE(update.isEnabled());
+    QAbstractItemView* list = frame.Details().ActiveView();
+    const QRect first = list->visualRect(list->model()->index(0, 0));
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, first.center());
+    EXPECT_TRUE(update.isEnabled());
 }
 
 TEST_F(UpdateFlowTest, ScreenshotOfTheChangeReport)
