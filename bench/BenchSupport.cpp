@@ -1,6 +1,10 @@
 #include "BenchSupport.h"
 
+#include "acquisition/SubunitQueue.h"
+#include "acquisition/SubunitsSearcher.h"
+
 #include <QByteArray>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QString>
 
@@ -38,6 +42,20 @@ void ResetPeakMemory()
     QFile clear(QStringLiteral("/proc/self/clear_refs"));
     if (clear.open(QIODevice::WriteOnly))
         clear.write("5");
+}
+
+double WalkSeconds(const QString& tree, bool countSizes, qint64* entries)
+{
+    SubunitQueue queue;
+    SubunitsSearcher searcher(queue);
+    QElapsedTimer timer;
+    timer.start();
+    searcher.Start(tree, nullptr, countSizes);
+    searcher.Wait();
+    const double seconds = timer.nsecsElapsed() / 1e9;
+    if (entries)
+        *entries = static_cast<qint64>(queue.Size());
+    return seconds;
 }
 
 } // namespace BenchSupport

@@ -1,11 +1,12 @@
 #pragma once
 
+#include <QString>
 #include <QtGlobal>
 
 struct sqlite3;
 
-// What the benchmarks share: running generator statements straight through SQLite and
-// reading the process's peak memory.
+// What the benchmarks share: running generator statements straight through SQLite,
+// timing the scanner's plain walk and reading the process's peak memory.
 namespace BenchSupport {
 
 // Runs sql on db; false (and the error on stderr) when it failed.
@@ -15,5 +16,10 @@ bool Exec(sqlite3* db, const char* sql);
 // its reset, so that a later reading covers only what ran after it.
 qint64 PeakMemory();
 void ResetPeakMemory();
+
+// Seconds the scanner takes to walk tree into a queue that nobody reads, the baseline a
+// rescan or an addition is measured against; entries, when given, receives the number
+// of records it queued.
+double WalkSeconds(const QString& tree, bool countSizes, qint64* entries = nullptr);
 
 } // namespace BenchSupport

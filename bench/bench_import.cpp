@@ -201,17 +201,9 @@ void MeasureTree(const QString& tree, bool withSingleRows)
     std::printf("tree %s: %lld entries\n  find -printf walk: %.2f s\n", qPrintable(tree),
                 static_cast<long long>(entries), walk);
 
-    {
-        SubunitQueue queue;
-        SubunitsSearcher searcher(queue);
-        QElapsedTimer timer;
-        timer.start();
-        searcher.Start(tree, nullptr, true);
-        searcher.Wait();
-        const double seconds = timer.nsecsElapsed() / 1e9;
-        std::printf("  scanner walk alone (records queued, not written): %.2f s = %.2f x find\n",
-                    seconds, seconds / walk);
-    }
+    const double seconds = BenchSupport::WalkSeconds(tree, true);
+    std::printf("  scanner walk alone (records queued, not written): %.2f s = %.2f x find\n",
+                seconds, seconds / walk);
     std::fflush(stdout);
 
     ImportInChild(tree, "off", entries, walk);

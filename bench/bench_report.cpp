@@ -7,6 +7,7 @@
 // catalogue, so the growth per row can be compared between the two sizes.
 
 #include "BenchSupport.h"
+#include "CatalogueGenerator.h"
 #include "common/WorkerEvent.h"
 #include "report/ReportWriter.h"
 #include "sqlitewrapper/SqliteWrapper.h"
@@ -19,8 +20,6 @@
 #include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
-
-#include <sqlite3.h>
 
 #include <cstdio>
 #include <cstring>
@@ -66,64 +65,35 @@ const char* FileName(int number)
 }
 
 // Fills the catalogue in one transaction: storages, discs, folders, albums, files.
-bool GenerateCatalogue(const QString& path, int& units)
+bool GenerateCatalogue(const QString& path, qint64& units)
 {
-    sqlite3* db = nullptr;
-    if (sqlite3_open(QFile::encodeName(path).constData(), &db) != SQLITE_OK)
-        return false;
-    BenchSupport::Exec(db, "PRAGMA synchronous = OFF");
-    BenchSupport::Exec(db, "BEGIN TRANSACTION");
-    sqlite3_stmt* insert = nullptr;
-    sqlite3_prepare_v2(db,
-                       "INSERT INTO Units (UnitID, UnitName, UnitType, StorageID, ParentUnitID, "
-                       "UnitSize, DateAdded) VALUES (?, ?, ?, ?, ?, ?, ?)",
-                       -1, &insert, nullptr);
     unsigned seed = 12345;
-    int id = 0;
-    int fileNumber = 0;
-    auto add = [&](const char* name, const char* type, int storage, int parent, qint64 size,
-                   const char* date) {
-        sqlite3_bind_int(insert, 1, ++id);
-        sqlite3_bind_text(insert, 2, name, -1, SQLITE_TRANSIENT);
-        sqlite3_bind_text(insert, 3, type, -1, SQLITE_STATIC);
-        sqlite3_bind_int(insert, 4, storage);
-        if (parent > 0)
-            sqlite3_bind_int(insert, 5, parent);
-        else
-            sqlite3_bind_null(insert, 5);
-        sqlite3_bind_int64(insert, 6, size);
-        sqlite3_bind_text(insert, 7, date, -1, SQLITE_TRANSIENT);
-        sqlite3_step(insert);
-        sqlite3_reset(insert);
-        return id;
+    CCatalogueGenerator::Shape shape;
+    shape.Discs = kStorages * kDiscsPerStorage;
+    shape.DiscsPerStorage = kDiscsPerStorage;
+    shape.Folders = {kFolders, kAlbums};
+    shape.Files = kFiles;
+    shape.StorageNotes = "Generated";
+    shape.DiscName = [](qint64 disc) { return std::string(DiscName(static_cast<int>(disc))); };
+    shape.FolderName = [](int level, int index) {
+        return std::string(level == 0 ? FolderName(index) : AlbumName(index));
     };
-    for (int s = 1; s <= kStorages; ++s) {
-        const std::string sql = "INSERT INTO Storages (StorageID, StorageName, StorageNotes) "
-                                "VALUES (" +
-                                std::to_string(s) + ", 'Shelf " + std::to_string(s) +
-                                "', 'Generated')";
-        BenchSupport::Exec(db, sql.c_str());
-        for (int d = 0; d < kDiscsPerStorage; ++d) {
-            char date[32];
-            std::snprintf(date, sizeof date, "2020-%02d-%02d 12:%02d:%02d", d % 12 + 1, s + 1,
-                          d % 60, s);
-            const int disc = add(DiscName((s - 1) * kDiscsPerStorage + d), "C", s, 0, 0, date);
-            for (int f = 0; f < kFolders; ++f) {
-                const int folder = add(FolderName(f), "D", s, disc, 0, date);
-                for (int a = 0; a < kAlbums; ++a) {
-                    const int album = add(AlbumName(a), "D", s, folder, 0, date);
-                    for (int i = 0; i < kFiles; ++i) {
-                        seed = seed * 1103515245u + 12345u;
-                        add(FileName(++fileNumber), "F", s, album, (seed >> 8) % 50000000, date);
-                    }
-                }
-            }
-        }
-    }
-    sqlite3_finalize(insert);
-    const bool ok = BenchSupport::Exec(db, "COMMIT TRANSACTION");
-    sqlite3_close(db);
-    units = id;
+    shape.MakeFile = [&seed](qint64, qint64 overall) {
+        seed = seed * 1103515245u + 12345u;
+        return CCatalogueGenerator::File{FileName(static_cast<int>(overall) + 1),
+                                         (seed >> 8) % 50000000};
+    };
+    shape.DateAdded = [](qint64 disc) {
+        const int s = static_cast<int>(disc / kDiscsPerStorage) + 1;
+        const int d = static_cast<int>(disc % kDiscsPerStorage);
+        char date[64];
+        std::snprintf(date, sizeof date, "2020-%02d-%02d 12:%02d:%02d", d % 12 + 1, s + 1, d % 60,
+                      s);
+        return std::string(date);
+    };
+    CCatalogueGenerator generator(shape);
+    const bool ok = generator.Write(path);
+    units = generator.Units();
     return ok;
 }
 
@@ -244,10 +214,11 @@ int main(int argc, char** argv)
 
     QElapsedTimer timer;
     timer.start();
-    int units = 0;
+    qint64 units = 0;
     if (!GenerateCatalogue(catalogue, units))
         return 1;
-    std::printf("generated a catalogue of %d units in %.1f s\n", units, timer.nsecsElapsed() / 1e9);
+    std::printf("generated a catalogue of %lld units in %.1f s\n", static_cast<long long>(units),
+                timer.nsecsElapsed() / 1e9);
 
     CSqliteWrapper db;
     db.Open(catalogue, false);

@@ -9,8 +9,6 @@
 #include "acquisition/AddLocationJob.h"
 #include "acquisition/Importer.h"
 #include "acquisition/Rescan.h"
-#include "acquisition/SubunitQueue.h"
-#include "acquisition/SubunitsSearcher.h"
 #include "acquisition/UnitUpdate.h"
 #include "document/DataFiles.h"
 #include "document/ShelfwiseDoc.h"
@@ -30,19 +28,6 @@
 #include <vector>
 
 namespace {
-
-double WalkSeconds(const QString& tree, qint64* entries)
-{
-    SubunitQueue queue;
-    SubunitsSearcher searcher(queue);
-    QElapsedTimer timer;
-    timer.start();
-    searcher.Start(tree, nullptr, false);
-    searcher.Wait();
-    const double seconds = timer.nsecsElapsed() / 1e9;
-    *entries = static_cast<qint64>(queue.Size());
-    return seconds;
-}
 
 int Run(int argc, char** argv)
 {
@@ -85,7 +70,7 @@ int Run(int argc, char** argv)
     double update = 1e9;
     QString summary;
     for (int i = 0; i < 3; ++i) {
-        walk = std::min(walk, WalkSeconds(tree, &entries));
+        walk = std::min(walk, BenchSupport::WalkSeconds(tree, false, &entries));
         CRescan rescanner(doc.Database());
         QElapsedTimer timer;
         timer.start();

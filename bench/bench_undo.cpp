@@ -8,7 +8,7 @@
 //   top unit only, so the import should not notice), median of five each.
 //
 //   bench_undo [--units N] [--entries N]     (defaults 200,000 and 100,000)
-#include "BenchSupport.h"
+#include "CatalogueGenerator.h"
 #include "acquisition/AddLocationJob.h"
 #include "acquisition/Importer.h"
 #include "common/UserPrompter.h"
@@ -25,8 +25,6 @@
 #include <QFile>
 #include <QTemporaryDir>
 #include <QThread>
-
-#include <sqlite3.h>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -58,112 +56,27 @@ public:
 // every tenth a picture with its PictureInfo row. Counters as an import leaves them.
 bool GenerateCatalogue(const QString& path, int unitsPerDisc)
 {
-    sqlite3* db = nullptr;
-    if (sqlite3_open(QFile::encodeName(path).constData(), &db) != SQLITE_OK)
-        return false;
-    BenchSupport::Exec(db, "PRAGMA synchronous = OFF");
-    BenchSupport::Exec(db, "BEGIN TRANSACTION");
-    sqlite3_stmt* unit = nullptr;
-    sqlite3_prepare_v2(db,
-                       "INSERT INTO Units (UnitID, UnitName, UnitType, StorageID, ParentUnitID, "
-                       "UnitSize, SubfilesNumber, SubfoldersNumber, DateCreated, DateModified, "
-                       "CategoryID, DiscInfoID, UnitInfoID) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, "
-                       "?, ?, ?)",
-                       -1, &unit, nullptr);
-    sqlite3_stmt* picture = nullptr;
-    sqlite3_prepare_v2(db,
-                       "INSERT INTO PictureInfo (PictureInfoID, Width, Height, ColorDepth) "
-                       "VALUES (?, 4000, 3000, 24)",
-                       -1, &picture, nullptr);
     const int folders = 40;
     const int albums = 10;
-    const int files = std::max(1, (unitsPerDisc - 1 - folders * (albums + 1)) / (folders * albums));
-    int id = 0;
-    int pictureId = 0;
     unsigned seed = 12345;
-    for (int s = 1; s <= 2; ++s) {
-        const std::string storage = "INSERT INTO Storages (StorageID, StorageName) VALUES (" +
-                                    std::to_string(s) + ", 'Shelf " + std::to_string(s) + "')";
-        BenchSupport::Exec(db, storage.c_str());
-        const std::string info = "INSERT INTO DiscInfo (DiscInfoID, Label, SerialNumber, Size) "
-                                 "VALUES (" +
-                                 std::to_string(s) + ", 'DISC', 1234, 4700000000)";
-        BenchSupport::Exec(db, info.c_str());
-        auto add = [&](const std::string& name, const char* type, int parent, qint64 size,
-                       int subfiles, int subfolders, int category, int media) {
-            sqlite3_bind_int(unit, 1, ++id);
-            sqlite3_bind_text(unit, 2, name.c_str(), -1, SQLITE_TRANSIENT);
-            sqlite3_bind_text(unit, 3, type, -1, SQLITE_STATIC);
-            sqlite3_bind_int(unit, 4, s);
-            for (int c = 5; c <= 13; ++c)
-                sqlite3_bind_null(unit, c);
-            if (parent > 0)
-                sqlite3_bind_int(unit, 5, parent);
-            sqlite3_bind_int64(unit, 6, size);
-            sqlite3_bind_int(unit, 7, subfiles);
-            sqlite3_bind_int(unit, 8, subfolders);
-            if (*type == 'F') {
-                sqlite3_bind_text(unit, 9, "2019-06-01 10:00:00", -1, SQLITE_STATIC);
-                sqlite3_bind_text(unit, 10, "2019-06-02 11:30:00", -1, SQLITE_STATIC);
-            }
-            sqlite3_bind_int(unit, 11, category);
-            if (*type == 'C')
-                sqlite3_bind_int(unit, 12, s);
-            if (media > 0)
-                sqlite3_bind_int(unit, 13, media);
-            sqlite3_step(unit);
-            sqlite3_reset(unit);
-            return id;
-        };
-        // Sizes first, so that every folder's totals are known when it is written: the
-        // ids are assigned in the same order below.
-        std::vector<qint64> sizes(static_cast<size_t>(folders * albums * files));
-        for (qint64& size : sizes) {
-            seed = seed * 1103515245u + 12345u;
-            size = (seed >> 8) % 5000000;
-        }
-        qint64 discSize = 0;
-        for (qint64 size : sizes)
-            discSize += size;
-        const int disc = add("Disc " + std::to_string(s), "C", 0, discSize,
-                             folders * albums * files, folders * (albums + 1), 1, 0);
-        size_t next = 0;
-        for (int f = 0; f < folders; ++f) {
-            qint64 folderSize = 0;
-            for (int i = 0; i < albums * files; ++i)
-                folderSize += sizes[next + static_cast<size_t>(i)];
-            const int folder = add("Folder " + std::to_string(f), "D", disc, folderSize,
-                                   albums * files, albums, 1, 0);
-            for (int a = 0; a < albums; ++a) {
-                qint64 albumSize = 0;
-                for (int i = 0; i < files; ++i)
-                    albumSize += sizes[next + static_cast<size_t>(i)];
-                const int album =
-                    add("Album " + std::to_string(a), "D", folder, albumSize, files, 0, 1, 0);
-                for (int i = 0; i < files; ++i, ++next) {
-                    const bool isPicture = next % 10 == 0;
-                    if (isPicture) {
-                        sqlite3_bind_int(picture, 1, ++pictureId);
-                        sqlite3_step(picture);
-                        sqlite3_reset(picture);
-                    }
-                    add("IMG_" + std::to_string(next) + (isPicture ? ".jpg" : ".txt"), "F", album,
-                        sizes[next], 0, 0, isPicture ? 4 : 1, isPicture ? pictureId : 0);
-                }
-            }
-        }
-        const std::string counters =
-            "UPDATE Storages SET FilesNumber = " + std::to_string(folders * albums * files) +
-            ", FoldersNumber = " + std::to_string(folders * (albums + 1)) +
-            ", DiscsNumber = 1, StorageSize = " + std::to_string(discSize) +
-            " WHERE StorageID = " + std::to_string(s);
-        BenchSupport::Exec(db, counters.c_str());
-    }
-    sqlite3_finalize(unit);
-    sqlite3_finalize(picture);
-    const bool ok = BenchSupport::Exec(db, "COMMIT TRANSACTION");
-    sqlite3_close(db);
-    return ok;
+    CCatalogueGenerator::Shape shape;
+    shape.Discs = 2;
+    shape.Folders = {folders, albums};
+    shape.Files = std::max(1, (unitsPerDisc - 1 - folders * (albums + 1)) / (folders * albums));
+    shape.FileDates = true;
+    shape.DiscInfo = true;
+    shape.DiscName = [](qint64 disc) { return "Disc " + std::to_string(disc + 1); };
+    shape.FolderName = [](int level, int index) {
+        return (level == 0 ? "Folder " : "Album ") + std::to_string(index);
+    };
+    shape.MakeFile = [&seed](qint64 inDisc, qint64) {
+        seed = seed * 1103515245u + 12345u;
+        const bool picture = inDisc % 10 == 0;
+        return CCatalogueGenerator::File{"IMG_" + std::to_string(inDisc) +
+                                             (picture ? ".jpg" : ".txt"),
+                                         (seed >> 8) % 5000000, picture};
+    };
+    return CCatalogueGenerator(shape).Write(path);
 }
 
 double Seconds(const QElapsedTimer& timer)

@@ -9,11 +9,10 @@
 //
 //   bench_update [--units N] [--files N]     (defaults 10,000,000 and 20,000)
 #include "BenchSupport.h"
+#include "CatalogueGenerator.h"
 #include "acquisition/AddLocationJob.h"
 #include "acquisition/Importer.h"
 #include "acquisition/Rescan.h"
-#include "acquisition/SubunitQueue.h"
-#include "acquisition/SubunitsSearcher.h"
 #include "acquisition/UnitUpdate.h"
 #include "document/DataFiles.h"
 #include "document/ShelfwiseDoc.h"
@@ -26,8 +25,6 @@
 #include <QEventLoop>
 #include <QFile>
 #include <QTemporaryDir>
-
-#include <sqlite3.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -48,77 +45,20 @@ double Seconds(const QElapsedTimer& timer)
 // About units rows: storages of 100 discs, each disc 50 folders of 200 files.
 bool GenerateCatalogue(const QString& path, qint64 units)
 {
-    sqlite3* db = nullptr;
-    if (sqlite3_open(QFile::encodeName(path).constData(), &db) != SQLITE_OK)
-        return false;
-    BenchSupport::Exec(db, "PRAGMA synchronous = OFF");
-    BenchSupport::Exec(db, "PRAGMA journal_mode = OFF");
-    BenchSupport::Exec(db, "BEGIN TRANSACTION");
-    sqlite3_stmt* insert = nullptr;
-    sqlite3_prepare_v2(db,
-                       "INSERT INTO Units (UnitID, UnitName, UnitType, StorageID, ParentUnitID, "
-                       "UnitSize, SubfilesNumber, SubfoldersNumber, DateCreated, DateModified, "
-                       "DiscInfoID) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)",
-                       -1, &insert, nullptr);
-    const int folders = 50;
-    const int files = 200;
-    const qint64 fileSize = 1000;
-    const qint64 discUnits = 1 + folders * (1 + files);
-    qint64 id = 0;
-    const auto add = [&](const std::string& name, const char* type, int storage, qint64 parent,
-                         qint64 size, qint64 subfiles, qint64 subfolders, bool disc) {
-        sqlite3_bind_int64(insert, 1, ++id);
-        sqlite3_bind_text(insert, 2, name.c_str(), -1, SQLITE_TRANSIENT);
-        sqlite3_bind_text(insert, 3, type, -1, SQLITE_STATIC);
-        sqlite3_bind_int(insert, 4, storage);
-        for (int c = 5; c <= 11; ++c)
-            sqlite3_bind_null(insert, c);
-        if (parent > 0)
-            sqlite3_bind_int64(insert, 5, parent);
-        sqlite3_bind_int64(insert, 6, size);
-        sqlite3_bind_int64(insert, 7, subfiles);
-        sqlite3_bind_int64(insert, 8, subfolders);
-        if (*type == 'F') {
-            sqlite3_bind_text(insert, 9, "2019-06-01 10:00:00", -1, SQLITE_STATIC);
-            sqlite3_bind_text(insert, 10, "2019-06-02 11:30:00", -1, SQLITE_STATIC);
-        }
-        if (disc)
-            sqlite3_bind_int(insert, 11, 1);
-        sqlite3_step(insert);
-        sqlite3_reset(insert);
-        return id;
+    CCatalogueGenerator::Shape shape;
+    shape.DiscsPerStorage = 100;
+    shape.Folders = {50};
+    shape.Files = 200;
+    shape.FileDates = true;
+    shape.DiscInfo = true;
+    shape.DiscName = [](qint64 disc) { return "Disc " + std::to_string(disc); };
+    shape.FolderName = [](int, int index) { return "Folder " + std::to_string(index); };
+    shape.MakeFile = [](qint64 inDisc, qint64) {
+        return CCatalogueGenerator::File{"file " + std::to_string(inDisc % 200) + ".txt", 1000};
     };
-    BenchSupport::Exec(db, "INSERT INTO DiscInfo (DiscInfoID, Label, SerialNumber, Size) "
-                           "VALUES (1, 'DISC', 1234, 4700000000)");
-    const qint64 discs = std::max<qint64>(1, units / discUnits);
-    const qint64 discsPerStorage = 100;
-    for (qint64 d = 0; d < discs; ++d) {
-        const int storage = static_cast<int>(d / discsPerStorage) + 1;
-        if (d % discsPerStorage == 0) {
-            const qint64 here = std::min(discsPerStorage, discs - d);
-            const std::string row =
-                "INSERT INTO Storages (StorageID, StorageName, FilesNumber, FoldersNumber, "
-                "DiscsNumber, StorageSize) VALUES (" +
-                std::to_string(storage) + ", 'Shelf " + std::to_string(storage) + "', " +
-                std::to_string(here * folders * files) + ", " + std::to_string(here * folders) +
-                ", " + std::to_string(here) + ", " +
-                std::to_string(here * folders * files * fileSize) + ")";
-            BenchSupport::Exec(db, row.c_str());
-        }
-        const qint64 disc = add("Disc " + std::to_string(d), "C", storage, 0,
-                                folders * files * fileSize, folders * files, folders, true);
-        for (int f = 0; f < folders; ++f) {
-            const qint64 folder = add("Folder " + std::to_string(f), "D", storage, disc,
-                                      files * fileSize, files, 0, false);
-            for (int i = 0; i < files; ++i)
-                add("file " + std::to_string(i) + ".txt", "F", storage, folder, fileSize, 0, 0,
-                    false);
-        }
-    }
-    sqlite3_finalize(insert);
-    const bool ok = BenchSupport::Exec(db, "COMMIT TRANSACTION");
-    sqlite3_close(db);
-    return ok;
+    CCatalogueGenerator generator(shape);
+    shape.Discs = std::max<qint64>(1, units / generator.UnitsPerDisc());
+    return CCatalogueGenerator(shape).Write(path);
 }
 
 bool WriteFile(const QString& path, qint64 size)
@@ -162,17 +102,6 @@ bool ChangeTree(const QString& root, int files)
             return false;
     }
     return true;
-}
-
-double WalkSeconds(const QString& tree)
-{
-    SubunitQueue queue;
-    SubunitsSearcher searcher(queue);
-    QElapsedTimer timer;
-    timer.start();
-    searcher.Start(tree, nullptr, false);
-    searcher.Wait();
-    return Seconds(timer);
 }
 
 int AddFolder(CShelfwiseDoc& doc, int storage, const QString& path)
@@ -242,7 +171,7 @@ int Run(int argc, char** argv)
 
     double walk = 1e9;
     for (int i = 0; i < 3; ++i)
-        walk = std::min(walk, WalkSeconds(tree));
+        walk = std::min(walk, BenchSupport::WalkSeconds(tree, false));
     CRescan rescanner(doc.Database());
     timer.start();
     const std::optional<CChangeList> changes = rescanner.Run(unitId, tree);
