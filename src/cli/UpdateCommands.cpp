@@ -5,6 +5,7 @@
 #include "cli/CliContext.h"
 #include "cli/Interrupt.h"
 #include "cli/Table.h"
+#include "common/FinishedWaiter.h"
 #include "common/Strings.h"
 #include "common/WorkerEvent.h"
 #include "drives/VolumeInfoWorker.h"
@@ -30,23 +31,6 @@ void PrintError(const QString& text)
     const QByteArray bytes = (text + QLatin1Char('\n')).toUtf8();
     std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stderr);
 }
-
-// Ends a local event loop when the rescan's event arrives.
-class Waiter final : public QObject
-{
-public:
-    explicit Waiter(QEventLoop& loop) : m_loop(loop) {}
-
-protected:
-    void customEvent(QEvent* event) override
-    {
-        if (WorkerEvent::Is(event, WorkerEvent::Finished))
-            m_loop.quit();
-    }
-
-private:
-    QEventLoop& m_loop;
-};
 
 // change, path, size, newSize, modified, newModified (and from, for a move). A side the
 // entry does not have (the catalogue's for an addition, the source's for a removal or a
@@ -153,7 +137,7 @@ int CheckDisc(CliContext& ctx, int unitId, const QString& source)
 int Compare(CliContext& ctx, CRescan& rescan, int unitId, const QString& source)
 {
     QEventLoop loop;
-    Waiter waiter(loop);
+    FinishedWaiter waiter(loop);
     bool started = false;
     if (!ctx.Doc().Guard([&] { started = rescan.Start(unitId, source, &waiter); }))
         return ExitStatus::Error;

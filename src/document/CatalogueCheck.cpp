@@ -1,6 +1,7 @@
 #include "document/CatalogueCheck.h"
 
 #include "sqlitewrapper/SqliteWrapper.h"
+#include "sqlitewrapper/SubtreeSums.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -129,9 +130,8 @@ void ReadUnits(CSqliteWrapper& db, std::vector<UnitRow>& units)
     db.GetUnitCounters(units, &MapUnit);
 }
 
-// Links every unit to its parent and sums the subtrees bottom-up: a unit passes its
-// totals to its parent once all its own children have passed theirs. Units in a loop of
-// parents never get there; they are reported instead of their counters.
+// Links every unit to its parent and sums the subtrees bottom-up (SubtreeSums). Units in
+// a loop of parents never get there; they are reported instead of their counters.
 void CheckUnits(std::vector<UnitRow>& units, std::vector<Disagreement>& found)
 {
     using D = Disagreement;
@@ -154,23 +154,7 @@ void CheckUnits(std::vector<UnitRow>& units, std::vector<Disagreement>& found)
                                  "StorageID", unit.StorageId, parent->StorageId));
     }
 
-    std::vector<int> ready;
-    for (size_t i = 0; i < units.size(); ++i) {
-        if (units[i].PendingChildren == 0)
-            ready.push_back(static_cast<int>(i));
-    }
-    while (!ready.empty()) {
-        const UnitRow& unit = units[ready.back()];
-        ready.pop_back();
-        if (unit.ParentIndex < 0)
-            continue;
-        UnitRow& parent = units[unit.ParentIndex];
-        parent.Files += unit.Files + (unit.Type == 'F' ? 1 : 0);
-        parent.Folders += unit.Folders + (unit.Type == 'D' ? 1 : 0);
-        parent.Bytes += unit.Bytes + (unit.Type == 'F' ? unit.Size : 0);
-        if (--parent.PendingChildren == 0)
-            ready.push_back(unit.ParentIndex);
-    }
+    SubtreeSums::Sum(units);
 
     for (const UnitRow& unit : units) {
         if (unit.PendingChildren > 0) {

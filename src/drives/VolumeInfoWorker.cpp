@@ -1,5 +1,6 @@
 #include "drives/VolumeInfoWorker.h"
 
+#include "common/FinishedWaiter.h"
 #include "common/WorkerEvent.h"
 
 #include <QCoreApplication>
@@ -17,27 +18,6 @@ struct VolumeInfoWorker::State
     std::atomic<bool> Started{false};
     std::atomic<bool> Finished{false};
 };
-
-namespace {
-
-// Ends a local event loop when the worker's event arrives.
-class Waiter final : public QObject
-{
-public:
-    explicit Waiter(QEventLoop& loop) : m_loop(loop) {}
-
-protected:
-    void customEvent(QEvent* event) override
-    {
-        if (WorkerEvent::Is(event, WorkerEvent::Finished))
-            m_loop.quit();
-    }
-
-private:
-    QEventLoop& m_loop;
-};
-
-} // namespace
 
 VolumeInfoWorker::VolumeInfoWorker(std::shared_ptr<DriveSystem> drives, QString drivePath)
     : m_state(std::make_shared<State>())
@@ -78,7 +58,7 @@ VolumeInfo VolumeInfoWorker::ReadAndWait(std::shared_ptr<DriveSystem> drives,
 {
     VolumeInfoWorker worker(std::move(drives), drivePath);
     QEventLoop loop;
-    Waiter waiter(loop);
+    FinishedWaiter waiter(loop);
     worker.Start(&waiter);
     // The event may already be queued; the loop then ends at its first turn.
     loop.exec();

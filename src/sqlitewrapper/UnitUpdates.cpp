@@ -3,6 +3,7 @@
 // catalogues have from version 1.2 on.
 #include "sqlitewrapper/RowMappers.h"
 #include "sqlitewrapper/SqliteWrapper.h"
+#include "sqlitewrapper/SubtreeSums.h"
 
 #include <cstdlib>
 #include <unordered_map>
@@ -133,8 +134,7 @@ void CSqliteWrapper::RecountSubtree(int unitId, const StorageShare& before)
                      {unitId}),
               units, &CountedRows);
 
-    // Every unit passes its totals to its parent once its own children have passed
-    // theirs; the top unit is the one without a parent in the subtree.
+    // The top unit is the one without a parent in the subtree.
     std::unordered_map<int, int> index;
     index.reserve(units.size());
     for (size_t i = 0; i < units.size(); ++i)
@@ -146,23 +146,7 @@ void CSqliteWrapper::RecountSubtree(int unitId, const StorageShare& before)
         unit.ParentIndex = parent->second;
         ++units[static_cast<size_t>(parent->second)].PendingChildren;
     }
-    std::vector<int> ready;
-    for (size_t i = 0; i < units.size(); ++i) {
-        if (units[i].PendingChildren == 0)
-            ready.push_back(static_cast<int>(i));
-    }
-    while (!ready.empty()) {
-        const CountedUnit& unit = units[static_cast<size_t>(ready.back())];
-        ready.pop_back();
-        if (unit.ParentIndex < 0)
-            continue;
-        CountedUnit& parent = units[static_cast<size_t>(unit.ParentIndex)];
-        parent.Files += unit.Files + (unit.Type == 'F' ? 1 : 0);
-        parent.Folders += unit.Folders + (unit.Type == 'D' ? 1 : 0);
-        parent.Bytes += unit.Bytes + (unit.Type == 'F' ? unit.Size : 0);
-        if (--parent.PendingChildren == 0)
-            ready.push_back(unit.ParentIndex);
-    }
+    SubtreeSums::Sum(units);
     for (const CountedUnit& unit : units) {
         if (unit.Type == 'F')
             continue;
