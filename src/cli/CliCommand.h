@@ -40,6 +40,7 @@ struct CliCommand
 std::vector<CliCommand> AddCommands();
 std::vector<CliCommand> CatalogueCommands();
 std::vector<CliCommand> CategoryCommands();
+std::vector<CliCommand> CopyCommands();
 std::vector<CliCommand> DriveCommands();
 std::vector<CliCommand> ReportCommands();
 std::vector<CliCommand> SearchCommands();

@@ -38,6 +38,7 @@ const std::vector<CliPlaceholder>& All()
         {"TO", CliKind::Date, {}},
         {"NUMBER", CliKind::Number, {}},
         {"N", CliKind::Number, {}},
+        {"BYTES", CliKind::Number, {}},
 
         // Names and texts.
         {"NAME", CliKind::Text, {}},

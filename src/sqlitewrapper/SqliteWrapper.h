@@ -1,5 +1,6 @@
 #pragma once
 
+#include "sqlitewrapper/FileCopyRecords.h"
 #include "sqlitewrapper/Records.h"
 #include "sqlitewrapper/SearchCriteria.h"
 #include "sqlitewrapper/SqlText.h"
@@ -103,6 +104,15 @@ public:
     // Ids that name no unit are left out; parent links that loop are walked once.
     std::map<int, QString> GetUnitLocations(const std::vector<int>& unitIds);
     static const QString kLocationSeparator;
+    // Copies of files across the catalogue (FileCopies.cpp). VisitFiles shows every
+    // file unit of at least minSize bytes to visit, in UnitID order, with its
+    // DateModified when withDate; false when visit stopped it. GetSubtreeFiles gives
+    // the files at any depth below a unit, GetFilesById the files of those ids (any
+    // number), both by UnitID. GetMaxUnitId is 0 in an empty catalogue.
+    bool VisitFiles(qint64 minSize, bool withDate, const FileKeyVisitor& visit);
+    void GetSubtreeFiles(int unitId, std::vector<CatalogueFile>& files);
+    void GetFilesById(const std::vector<int>& unitIds, std::vector<CatalogueFile>& files);
+    int GetMaxUnitId();
     void GetStorageUnits(std::vector<ReportRow>& rows, int storageId);
     // The same units (storageId -1: of every storage) in the same columns, ordered by
     // name whatever SortByName says, each row given to the caller's mapper: a report

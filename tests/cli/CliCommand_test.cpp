@@ -71,6 +71,8 @@ TEST(CliCommand, UsagesAreTheSyntaxThatScriptsRelyOn)
         {"history", "FILE --unit ID"},
         {"drives", ""},
         {"report", "FILE OUT.html [--storage STORAGE] [--level 1|2|3|all] [--open]"},
+        {"duplicates", "FILE [--min-size BYTES] [--with-date]"},
+        {"unique", "FILE --unit ID"},
         // "settings" and "settings set KEY VALUE".
         {"settings", "[set KEY VALUE]"},
     };
@@ -152,6 +154,8 @@ TEST(CliCommand, OptionsAndArgumentCountsFollowFromTheArguments)
         {"set-category", {2, 2}},
         {"drives", {0, 0}},
         {"report", {2, 2}},
+        {"duplicates", {1, 1}},
+        {"unique", {1, 1}},
         {"search", {1, 1}},
         {"settings", {0, 3}},
     };
