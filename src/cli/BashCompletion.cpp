@@ -6,6 +6,7 @@
 #include <QRegularExpression>
 #include <QStringList>
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace BashCompletion {
@@ -113,6 +114,13 @@ std::invalid_argument Unsupported(const CliCommand& command, const char* problem
             .toStdString());
 }
 
+bool IsLastPositional(const CliCommand& command, const CliArgument& argument)
+{
+    const auto it = std::find_if(command.arguments.rbegin(), command.arguments.rend(),
+                                 [](const CliArgument& a) { return !a.IsOption(); });
+    return it != command.arguments.rend() && &*it == &argument;
+}
+
 Syntax SyntaxOf(const CliCommand& command)
 {
     Syntax syntax;
@@ -127,9 +135,15 @@ Syntax SyntaxOf(const CliCommand& command)
             }
             continue;
         }
-        if (argument.IsRepeatable())
-            throw Unsupported(command, "the completion offers no repeated argument; teach "
-                                       "_shelfwise_cli in shelfwise-cli.bash.in");
+        // A repeated free text at the end (find's WORD...) is offered nothing, as are the
+        // words past the last argument listed, so listing it once completes it alike.
+        // Any other repeated argument the script would have to count.
+        if (argument.IsRepeatable() &&
+            (!IsLastPositional(command, argument) || argument.Values().size() != 1 ||
+             KindOf(argument.Values().front()) != QLatin1String("@text")))
+            throw Unsupported(command, "the completion offers no repeated argument but a "
+                                       "last free text; teach _shelfwise_cli in "
+                                       "shelfwise-cli.bash.in");
         // "(STORAGE | --unit ID)": the option's values stand in the arguments' place.
         QString unless;
         for (const CliArgument& alternative : argument.Alternatives()) {

@@ -12,7 +12,7 @@ std::vector<CliCommand> AllCommands()
     std::vector<CliCommand> all;
     for (auto list :
          {CatalogueCommands(), AddCommands(), UpdateCommands(), CategoryCommands(), DriveCommands(),
-          ReportCommands(), SearchCommands(), CopyCommands(), SettingsCommands()})
+          ReportCommands(), SearchCommands(), FindCommands(), CopyCommands(), SettingsCommands()})
         all.insert(all.end(), list.begin(), list.end());
     return all;
 }

@@ -44,6 +44,7 @@ const std::vector<CliPlaceholder>& All()
         {"NAME", CliKind::Text, {}},
         {"NEWNAME", CliKind::Text, {}},
         {"TEXT", CliKind::Text, {}},
+        {"WORD", CliKind::Text, {}},
         {"EXT", CliKind::Text, {}},
 
         // The first line of the synopsis.

@@ -4,6 +4,8 @@
 // the SQLite it found has the extension; without it recording is unavailable.
 #include "sqlitewrapper/SqliteWrapper.h"
 
+#include <cstring>
+
 namespace {
 
 const QString kSourceFile = QStringLiteral("ChangeRecording.cpp");
@@ -19,6 +21,16 @@ namespace {
 int AbortOnConflict(void*, int, sqlite3_changeset_iter*)
 {
     return SQLITE_CHANGESET_ABORT;
+}
+
+// The name index's tables are left out of every recording. Its FTS5 shadow tables and
+// its list of waiting units follow Units through the triggers on Units, and those
+// triggers run again when a changeset puts Units rows back: recorded too, the index's
+// rows would be applied twice and break it.
+int RecordsTable(void*, const char* table)
+{
+    const char* prefix = CSqliteWrapper::kNameIndexTablePrefix;
+    return std::strncmp(table, prefix, std::strlen(prefix)) != 0 ? 1 : 0;
 }
 
 // Memory that SQLite allocated and the caller frees.
@@ -44,8 +56,10 @@ void CSqliteWrapper::StartRecording()
     int rc = sqlite3session_create(m_db, "main", &session);
     // Every table: those without a primary key (FileExtensions) are left out by the
     // extension itself.
-    if (rc == SQLITE_OK)
+    if (rc == SQLITE_OK) {
+        sqlite3session_table_filter(session, &RecordsTable, nullptr);
         rc = sqlite3session_attach(session, nullptr);
+    }
     if (rc != SQLITE_OK) {
         if (session)
             sqlite3session_delete(session);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "sqlitewrapper/FileCopyRecords.h"
+#include "sqlitewrapper/FoundUnit.h"
 #include "sqlitewrapper/Records.h"
 #include "sqlitewrapper/SearchCriteria.h"
 #include "sqlitewrapper/SqlText.h"
@@ -9,6 +10,7 @@
 #include <QByteArray>
 #include <QDateTime>
 #include <QString>
+#include <QStringList>
 #include <QtGlobal>
 
 #include <sqlite3.h>
@@ -123,6 +125,33 @@ public:
                                         bool bySerial, bool bySize, bool byLabel);
     void SearchUnits(const SearchCriteria& criteria, std::vector<UnitListItem>& items);
     static QString BuildSearchQuery(const SearchCriteria& criteria);
+
+    // Finding units by name (FindByName.cpp). The units whose name holds every word, in
+    // any order, without regard to case; every character of a word is literal ('%', '_',
+    // quotes). Each entry of words may hold several words separated by blanks. A word of
+    // one or two characters is too short for the index: when no word is longer, the
+    // name must start with the first word (and hold the others); otherwise it must hold
+    // it. Best first: the name equal to the words (joined by blanks), then the names
+    // starting with the first word, then the rest, each by name. Words matched through
+    // the index ignore case for every letter; the short words, and all words while the
+    // index is incomplete, are matched by LIKE, which ignores the case of A-Z only.
+    std::vector<FoundUnit> FindByName(const QStringList& words, int limit, int offset,
+                                      NameLookup how = NameLookup::Auto);
+    qint64 CountByName(const QStringList& words, NameLookup how = NameLookup::Auto);
+    // The name index (NameIndex.cpp, version 1.3 on). Triggers on Units keep it current;
+    // an upgraded catalogue starts with its units waiting to be indexed, which
+    // IndexNamesStep indexes a range of ids at a time (in a transaction of its own
+    // unless one is open) and RebuildNameIndex all at once. IsNameIndexComplete is
+    // false without the index (a catalogue left before 1.3).
+    bool HasNameIndex();
+    bool IsNameIndexComplete();
+    qint64 CountUnindexedNames();
+    // Returns how many names still wait after this step.
+    qint64 IndexNamesStep(int maxUnits);
+    void RebuildNameIndex();
+    // The tables behind the index, which follow Units through its triggers (and so are
+    // never recorded for Undo): every table whose name starts with this.
+    static const char* const kNameIndexTablePrefix;
 
     // The category cache. GetCategory is for ids read from the catalogue; an id
     // missing from the map gives an empty record.

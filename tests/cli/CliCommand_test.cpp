@@ -73,6 +73,7 @@ TEST(CliCommand, UsagesAreTheSyntaxThatScriptsRelyOn)
         {"report", "FILE OUT.html [--storage STORAGE] [--level 1|2|3|all] [--open]"},
         {"duplicates", "FILE [--min-size BYTES] [--with-date]"},
         {"unique", "FILE --unit ID"},
+        {"find", "FILE WORD... [--limit N]"},
         // "settings" and "settings set KEY VALUE".
         {"settings", "[set KEY VALUE]"},
     };
@@ -157,6 +158,7 @@ TEST(CliCommand, OptionsAndArgumentCountsFollowFromTheArguments)
         {"duplicates", {1, 1}},
         {"unique", {1, 1}},
         {"search", {1, 1}},
+        {"find", {2, std::numeric_limits<int>::max()}},
         {"settings", {0, 3}},
     };
     for (const CliCommand& command : CliHelp::AllCommands()) {

@@ -33,8 +33,8 @@ protected:
         return QueryText(catalogue, sql);
     }
 
-    // The sample catalogue as version 1.0 left it: the same rows, no UnitSources and no
-    // UnitUpdates table.
+    // The sample catalogue as version 1.0 left it: the same rows, no UnitSources, no
+    // UnitUpdates table and no name index.
     QString OldCatalogue()
     {
         const QString path = CopySampleCatalogue(Path("old.db3"));
@@ -42,6 +42,10 @@ protected:
         db.Open(path, false);
         db.Execute(QStringLiteral("DROP TABLE UnitSources"));
         db.Execute(QStringLiteral("DROP TABLE UnitUpdates"));
+        db.Execute(QStringLiteral("DROP TABLE UnitNameIndex"));
+        db.Execute(QStringLiteral("DROP TABLE UnitNameIndexPending"));
+        for (const char* trigger : {"Insert", "Delete", "Rename"})
+            db.Execute(QStringLiteral("DROP TRIGGER UnitNameIndex%1").arg(QLatin1String(trigger)));
         db.Execute(QStringLiteral("UPDATE DatabaseVersion SET VersionNumber = '1.0'"));
         return path;
     }
@@ -74,9 +78,15 @@ TEST_F(UnitSourcesCli, AnOlderCatalogueIsUpgradedOnConsentAndKeepsItsRows)
     // Accepted: upgraded and saved, the same rows, no source for any of them, consistent.
     const CliResult checked = Run({"--yes", "check", old});
     EXPECT_EQ(checked.status, 0) << checked.err.toStdString() << checked.out.toStdString();
-    EXPECT_EQ(Query(old, "SELECT VersionNumber FROM DatabaseVersion"), QStringLiteral("1.2"));
+    EXPECT_EQ(Query(old, "SELECT VersionNumber FROM DatabaseVersion"), QStringLiteral("1.3"));
     EXPECT_EQ(Query(old, "SELECT COUNT(*) FROM UnitSources"), QStringLiteral("0"));
     EXPECT_EQ(Query(old, kAllRows), rows);
+    // Its names wait for the index; find reads them all meanwhile.
+    EXPECT_EQ(Query(old, "SELECT COUNT(*) FROM UnitNameIndexPending"), QStringLiteral("1"));
+    const CliResult found = Run({"find", old, "FILMS", "holiday"});
+    EXPECT_EQ(found.status, 0) << found.err.toStdString();
+    EXPECT_EQ(found.out, QStringLiteral("id\tname\ttype\tsize\tlocation\n1\tHoliday Films "
+                                        "2019\tDisc\t3054295743\tLiving room shelf\n"));
     // The table the script made is the template's (the script's lines joined by CR LF).
     const char schema[] =
         "SELECT REPLACE(sql, char(13), '') FROM sqlite_master WHERE name = 'UnitSources'";

@@ -79,7 +79,7 @@ TEST(DatabaseUpgrade, VersionNumbers)
               ParseVersionNumber(QStringLiteral("9.9")));
     EXPECT_EQ(ParseVersionNumber(QStringLiteral("notes.txt")), 0u);
     EXPECT_EQ(ParseVersionNumber(QStringLiteral("12")), 12u);
-    EXPECT_EQ(Version::ProgramVersion(), ParseVersionNumber(QStringLiteral("1.2")));
+    EXPECT_EQ(Version::ProgramVersion(), ParseVersionNumber(QStringLiteral("1.3")));
     EXPECT_EQ(Version::ProgramVersionText().count(QLatin1Char('.')), 3);
 }
 
@@ -166,13 +166,17 @@ TEST(DatabaseUpgrade, TheShippedScriptsBringTheSampleAtVersion1_0ToTheCurrentSch
     UpdatesFolder updates;
     QTemporaryDir dir;
     // The sample as version 1.0 left it: the same rows, without the UnitSources and
-    // UnitUpdates tables.
+    // UnitUpdates tables and the name index.
     const auto oldSample = [&dir](const QString& name) {
         const QString path = CopySampleCatalogue(dir.filePath(name));
         CSqliteWrapper db;
         db.Open(path, false);
         db.Execute(QStringLiteral("DROP TABLE UnitSources"));
         db.Execute(QStringLiteral("DROP TABLE UnitUpdates"));
+        db.Execute(QStringLiteral("DROP TABLE UnitNameIndex"));
+        db.Execute(QStringLiteral("DROP TABLE UnitNameIndexPending"));
+        for (const char* trigger : {"Insert", "Delete", "Rename"})
+            db.Execute(QStringLiteral("DROP TRIGGER UnitNameIndex%1").arg(QLatin1String(trigger)));
         db.Execute(QStringLiteral("UPDATE DatabaseVersion SET VersionNumber = '1.0'"));
         return path;
     };
@@ -186,6 +190,8 @@ TEST(DatabaseUpgrade, TheShippedScriptsBringTheSampleAtVersion1_0ToTheCurrentSch
         EXPECT_EQ(doc.Database().GetDatabaseVersion(), QStringLiteral("1.0"));
         UnitSource source;
         EXPECT_FALSE(doc.Database().GetUnitSource(1, source));
+        EXPECT_FALSE(doc.Database().IsNameIndexComplete());
+        EXPECT_EQ(doc.Database().CountByName({QStringLiteral("holiday")}), 1);
         EXPECT_TRUE(doc.DeleteItem(nullptr, QStringLiteral("Holiday Films 2019"), 1, false));
         EXPECT_FALSE(doc.Database().UnitExists(1));
     }
@@ -205,20 +211,40 @@ TEST(DatabaseUpgrade, TheShippedScriptsBringTheSampleAtVersion1_0ToTheCurrentSch
     const size_t asked = prompter.Questions().size();
     ASSERT_TRUE(doc.OnOpenDocument(path));
     EXPECT_EQ(prompter.Questions().size(), asked + 1);
-    EXPECT_EQ(doc.Database().GetDatabaseVersion(), QStringLiteral("1.2"));
+    EXPECT_EQ(doc.Database().GetDatabaseVersion(), QStringLiteral("1.3"));
     UnitSource source;
     EXPECT_FALSE(doc.Database().GetUnitSource(1, source));
     EXPECT_TRUE(CCatalogueCheck(doc.Database()).Run().empty());
     // Saved at once, rows kept, and the table as the template has it.
     EXPECT_EQ(Column(path, QStringLiteral("SELECT VersionNumber FROM DatabaseVersion")),
-              std::vector<QString>{"1.2"});
+              std::vector<QString>{"1.3"});
     EXPECT_EQ(Column(path, rows), before);
     // The script's lines were joined by CR LF.
     const QString schema =
         QStringLiteral("SELECT REPLACE(sql, char(13), '') FROM sqlite_master WHERE name IN "
-                       "('UnitSources', 'UnitUpdates', 'UnitUpdatesByUnit') ORDER BY name");
-    EXPECT_EQ(Column(path, schema).size(), 3u);
+                       "('UnitSources', 'UnitUpdates', 'UnitUpdatesByUnit') OR name LIKE "
+                       "'UnitNameIndex%' ORDER BY name");
+    EXPECT_EQ(Column(path, schema).size(), 11u);
     EXPECT_EQ(Column(path, schema), Column(TemplateCataloguePath(), schema));
     EXPECT_EQ(Column(path, QStringLiteral("SELECT COUNT(*) FROM UnitSources")),
               std::vector<QString>{"0"});
+
+    // Every unit the upgrade found waits for the index, which is built in steps while
+    // the catalogue is edited; names are found by the plain scan meanwhile.
+    CSqliteWrapper& db = doc.Database();
+    EXPECT_FALSE(db.IsNameIndexComplete());
+    EXPECT_EQ(db.CountUnindexedNames(), db.CountUnits());
+    EXPECT_EQ(db.FindByName({QStringLiteral("holiday films")}, 10, 0).size(), 1u);
+    EXPECT_TRUE(doc.RenameUnit(1, QStringLiteral("Holiday Films 2019 (copy)"), nullptr));
+    EXPECT_TRUE(doc.DeleteItem(nullptr, QStringLiteral("Box 1 (attic)"), 2, true));
+    while (db.IndexNamesStep(50) > 0) {
+    }
+    EXPECT_TRUE(db.IsNameIndexComplete());
+    EXPECT_NO_THROW(db.Execute(QStringLiteral(
+        "INSERT INTO UnitNameIndex (UnitNameIndex, rank) VALUES ('integrity-check', 1)")));
+    for (const char* word : {"holiday", "mp3", "jpg", "o", "copy"}) {
+        const QStringList words{QString::fromUtf8(word)};
+        EXPECT_EQ(db.CountByName(words), db.CountByName(words, NameLookup::Scan)) << word;
+    }
+    EXPECT_EQ(db.CountByName({QStringLiteral("copy")}), 1);
 }

@@ -1,0 +1,172 @@
+// Finding units by the words of their names: through the name index (FTS5, trigram)
+// where every word is long enough for it and the index is complete, else by LIKE over
+// every name. Every word reaches the statement as a literal: the index's words as FTS5
+// strings inside one SQL string literal, the others as LIKE patterns with '%', '_' and
+// the escape character itself escaped.
+#include "sqlitewrapper/RowMappers.h"
+#include "sqlitewrapper/SqliteWrapper.h"
+
+#include <QRegularExpression>
+
+#include <algorithm>
+
+using SqlText::Format;
+using SqlText::QuoteSqlString;
+
+namespace {
+
+// The escape character of every LIKE pattern here.
+const QChar kLikeEscape = QLatin1Char('\\');
+
+// The trigram tokenizer indexes runs of three characters; a shorter word matches no
+// row through the index.
+constexpr int kIndexedWordLength = 3;
+
+struct NameQuery
+{
+    QStringList words;
+    QStringList indexed;     // matched through the index (when it is used)
+    QStringList others;      // matched by LIKE
+    bool prefixOnly = false; // no word long enough: the name starts with the first word
+};
+
+int CharacterCount(const QString& word)
+{
+    return static_cast<int>(word.toUcs4().size());
+}
+
+NameQuery SplitWords(const QStringList& typed, bool useIndex)
+{
+    static const QRegularExpression blanks(QStringLiteral("\\s+"));
+    NameQuery query;
+    for (const QString& entry : typed)
+        query.words << entry.split(blanks, Qt::SkipEmptyParts);
+    query.prefixOnly = !query.words.isEmpty();
+    for (const QString& word : query.words) {
+        const bool indexable = CharacterCount(word) >= kIndexedWordLength;
+        query.prefixOnly = query.prefixOnly && !indexable;
+        (indexable && useIndex ? query.indexed : query.others) << word;
+    }
+    return query;
+}
+
+// The word as LIKE reads it literally.
+QString EscapeLike(const QString& word)
+{
+    QString escaped;
+    escaped.reserve(word.size());
+    for (const QChar c : word) {
+        if (c == kLikeEscape || c == QLatin1Char('%') || c == QLatin1Char('_'))
+            escaped += kLikeEscape;
+        escaped += c;
+    }
+    return escaped;
+}
+
+QString Like(const QString& pattern)
+{
+    return QStringLiteral("Units.UnitName LIKE %1 ESCAPE %2")
+        .arg(QuoteSqlString(pattern), QuoteSqlString(QString(kLikeEscape)));
+}
+
+// The FTS5 query: each word an FTS5 string (double quotes doubled inside), all of them
+// required; the whole as an SQL literal.
+QString MatchLiteral(const QStringList& words)
+{
+    QStringList strings;
+    for (QString word : words)
+        strings << QLatin1Char('"') + word.replace(QLatin1Char('"'), QStringLiteral("\"\"")) +
+                       QLatin1Char('"');
+    return QuoteSqlString(strings.join(QStringLiteral(" AND ")));
+}
+
+// The conditions on Units for the words LIKE matches.
+QStringList LikeConditions(const NameQuery& query)
+{
+    QStringList conditions;
+    for (int i = 0; i < query.others.size(); ++i) {
+        const QString& word = query.others.at(i);
+        // Without a word long enough, others holds every word in order.
+        const bool first = query.prefixOnly && i == 0;
+        conditions << Like(first ? EscapeLike(word) + QLatin1Char('%')
+                                 : QLatin1Char('%') + EscapeLike(word) + QLatin1Char('%'));
+    }
+    return conditions;
+}
+
+QString WhereClause(const NameQuery& query)
+{
+    QStringList conditions;
+    if (!query.indexed.isEmpty())
+        conditions << QStringLiteral("Units.UnitID IN (SELECT rowid FROM UnitNameIndex WHERE "
+                                     "UnitNameIndex MATCH %1)")
+                          .arg(MatchLiteral(query.indexed));
+    conditions << LikeConditions(query);
+    return conditions.join(QStringLiteral(" AND "));
+}
+
+// "UnitID, UnitName, UnitType, UnitSize, CategoryID"
+void FoundUnitRows(std::vector<FoundUnit>& rows, int, char** values)
+{
+    FoundUnit unit;
+    unit.UnitID = values[0] ? QByteArray(values[0]).toInt() : 0;
+    unit.UnitName = SqlText::FromUtf8(values[1]);
+    unit.Kind = UnitKindFromChar(values[2] ? values[2][0] : '\0');
+    unit.UnitSize = values[3] ? QByteArray(values[3]).toLongLong() : 0;
+    unit.CategoryID = values[4] ? QByteArray(values[4]).toInt() : 0;
+    rows.push_back(std::move(unit));
+}
+
+} // namespace
+
+std::vector<FoundUnit> CSqliteWrapper::FindByName(const QStringList& words, int limit, int offset,
+                                                  NameLookup how)
+{
+    const bool useIndex =
+        how == NameLookup::Index || (how == NameLookup::Auto && IsNameIndexComplete());
+    const NameQuery query = SplitWords(words, useIndex);
+    std::vector<FoundUnit> found;
+    if (query.words.isEmpty() || limit <= 0)
+        return found;
+    // Ranked: the whole name as typed, then the names that start with the first word.
+    const QString rank =
+        QStringLiteral("CASE WHEN Units.UnitName = %1 COLLATE NOCASE THEN 0 WHEN %2 THEN 1 ELSE 2 "
+                       "END")
+            .arg(QuoteSqlString(query.words.join(QLatin1Char(' '))),
+                 Like(EscapeLike(query.words.front()) + QLatin1Char('%')));
+    const QString sql = Format("SELECT Units.UnitID, Units.UnitName, Units.UnitType, "
+                               "Units.UnitSize, Units.CategoryID FROM Units WHERE %s ORDER BY "
+                               "%s, Units.UnitName COLLATE NOCASE, Units.UnitID LIMIT %d OFFSET %d",
+                               {WhereClause(query), rank, limit, std::max(0, offset)});
+    QueryRows(sql, found, &FoundUnitRows);
+
+    std::vector<int> ids;
+    ids.reserve(found.size());
+    for (const FoundUnit& unit : found)
+        ids.push_back(unit.UnitID);
+    const std::map<int, QString> locations = GetUnitLocations(ids);
+    for (FoundUnit& unit : found) {
+        const auto it = locations.find(unit.UnitID);
+        if (it != locations.end())
+            unit.Location = it->second;
+    }
+    return found;
+}
+
+qint64 CSqliteWrapper::CountByName(const QStringList& words, NameLookup how)
+{
+    const bool useIndex =
+        how == NameLookup::Index || (how == NameLookup::Auto && IsNameIndexComplete());
+    const NameQuery query = SplitWords(words, useIndex);
+    if (query.words.isEmpty())
+        return 0;
+    // Words the index holds alone are counted without reading a unit's row.
+    const QString sql =
+        query.others.isEmpty()
+            ? Format("SELECT COUNT(*) FROM UnitNameIndex WHERE UnitNameIndex MATCH %s",
+                     {MatchLiteral(query.indexed)})
+            : Format("SELECT COUNT(*) FROM Units WHERE %s", {WhereClause(query)});
+    std::vector<QString> rows;
+    QueryRows(sql, rows, &RowMappers::Texts);
+    return rows.empty() ? 0 : rows.front().toLongLong();
+}
