@@ -305,3 +305,7 @@ INSERT INTO UnitUpdates (UnitID, UpdatedAt, AddedNumber, RemovedNumber, ChangedN
         MovedNumber, UnreadableNumber, FilesBefore, FilesAfter, SizeBefore, SizeAfter)
     SELECT 1, '2020-02-01 10:00:00', 0, 0, 0, 0, 0, SubfilesNumber, SubfilesNumber,
         UnitSize, UnitSize FROM Units WHERE UnitID = 1;
+
+-- The sample's names are indexed, as they would be once their additions had ended.
+INSERT INTO UnitNameIndex (UnitNameIndex) VALUES ('rebuild');
+DELETE FROM UnitNameIndexPending;

@@ -127,35 +127,36 @@ CREATE INDEX UnitUpdatesByUnit ON UnitUpdates (UnitID);
 CREATE VIRTUAL TABLE UnitNameIndex USING fts5(
     UnitName, content='Units', content_rowid='UnitID', tokenize='trigram', columnsize=0);
 
--- The units whose names are not in the index yet: those with FromUnitID <= UnitID <
--- ToUnitID. An upgraded catalogue starts with every unit it holds there, and the index
--- is then built in steps (or at once by FTS5's 'rebuild'); no row means every name is
--- indexed. Units added, renamed or deleted meanwhile keep the index right through the
--- triggers below, which leave alone the units still waiting.
+-- The units whose names are not in the index yet, one row each. A unit added to the
+-- catalogue waits here (the insert trigger below records it, which costs an addition
+-- far less than indexing it row by row would) until CSqliteWrapper::IndexNamesStep
+-- indexes the waiting units in bulk after the addition; an upgraded catalogue starts
+-- with every unit it holds here. No row means every name is indexed. A search reads
+-- the waiting units' names itself. Renames and deletes keep the index right through
+-- the triggers below, which leave the index alone for a unit still waiting: FTS5's
+-- 'delete' of a row it never indexed would corrupt it.
 CREATE TABLE UnitNameIndexPending (
-    FromUnitID INTEGER NOT NULL,
-    ToUnitID INTEGER NOT NULL
+    UnitID INTEGER PRIMARY KEY
 );
 
 CREATE TRIGGER UnitNameIndexInsert AFTER INSERT ON Units
-WHEN NOT EXISTS (SELECT 1 FROM UnitNameIndexPending
-                 WHERE new.UnitID >= FromUnitID AND new.UnitID < ToUnitID)
 BEGIN
-    INSERT INTO UnitNameIndex (rowid, UnitName) VALUES (new.UnitID, new.UnitName);
+    INSERT OR IGNORE INTO UnitNameIndexPending (UnitID) VALUES (new.UnitID);
 END;
 
+-- One trigger, its statements in order: a second trigger that forgot the waiting row
+-- first would make the first one take the unit for indexed.
 CREATE TRIGGER UnitNameIndexDelete AFTER DELETE ON Units
-WHEN NOT EXISTS (SELECT 1 FROM UnitNameIndexPending
-                 WHERE old.UnitID >= FromUnitID AND old.UnitID < ToUnitID)
 BEGIN
     INSERT INTO UnitNameIndex (UnitNameIndex, rowid, UnitName)
-        VALUES ('delete', old.UnitID, old.UnitName);
+        SELECT 'delete', old.UnitID, old.UnitName
+        WHERE NOT EXISTS (SELECT 1 FROM UnitNameIndexPending WHERE UnitID = old.UnitID);
+    DELETE FROM UnitNameIndexPending WHERE UnitID = old.UnitID;
 END;
 
 CREATE TRIGGER UnitNameIndexRename AFTER UPDATE OF UnitName ON Units
 WHEN old.UnitName IS NOT new.UnitName
-    AND NOT EXISTS (SELECT 1 FROM UnitNameIndexPending
-                    WHERE old.UnitID >= FromUnitID AND old.UnitID < ToUnitID)
+    AND NOT EXISTS (SELECT 1 FROM UnitNameIndexPending WHERE UnitID = old.UnitID)
 BEGIN
     INSERT INTO UnitNameIndex (UnitNameIndex, rowid, UnitName)
         VALUES ('delete', old.UnitID, old.UnitName);

@@ -77,6 +77,8 @@ int RunAddition(CliContext& ctx, CAddLocationJob& job, const CAddLocationJob::Re
     case WorkOutcome::Cancelled:
         return ExitStatus::Cancelled;
     }
+    if (!ctx.IndexWaitingNames())
+        return ExitStatus::Cancelled;
     if (!ctx.SaveCatalogue())
         return ExitStatus::Error;
     Table table({"id", "name", "storage"});

@@ -71,6 +71,25 @@ bool CliContext::OpenCatalogue(const QString& path, bool forEdit)
     return m_doc->OnOpenDocument(info.absoluteFilePath()) && !m_prompter.CloseRequested();
 }
 
+bool CliContext::IndexWaitingNames()
+{
+    // Large steps: each is one statement and one transaction, and FTS5 writes a step's
+    // names at once (about 2 s for 170,000 names here).
+    constexpr int kStep = 100000;
+    CSqliteWrapper& db = Db();
+    const qint64 total = db.CountUnindexedNames();
+    if (total <= 0 || !db.HasNameIndex())
+        return true;
+    ProgressLine line("Indexing names");
+    for (qint64 left = total; left > 0; left = db.IndexNamesStep(kStep)) {
+        if (InterruptGuard::Interrupted())
+            return false;
+        line.Show(static_cast<int>((total - left) * 100 / total));
+    }
+    line.Done();
+    return true;
+}
+
 bool CliContext::SaveCatalogue()
 {
     // The document says why and where the changes are kept.

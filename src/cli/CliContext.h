@@ -42,6 +42,10 @@ public:
     bool OpenCatalogue(const QString& path, bool forEdit);
     CShelfwiseDoc& Doc() { return *m_doc; }
     CSqliteWrapper& Db() { return m_doc->Database(); }
+    // Indexes the names of the units an addition or update left waiting for the name
+    // index, in bulk steps with a progress line, so the saved catalogue needs none of
+    // the window's work. False when Ctrl+C stopped it.
+    bool IndexWaitingNames();
     // File Save; false with a message when the file was not written.
     bool SaveCatalogue();
     // Saves when the operation succeeded and returns the exit status.

@@ -202,7 +202,7 @@ int Update(CliContext& ctx)
     CUnitUpdate update(ctx.Doc());
     if (!update.Apply(unit.UnitID, changes, source, isDisc ? source : QString()))
         return ExitStatus::Error;
-    if (InterruptGuard::Interrupted())
+    if (!ctx.IndexWaitingNames() || InterruptGuard::Interrupted())
         return ExitStatus::Cancelled;
     return ctx.Finish(true);
 }

@@ -1,8 +1,9 @@
 // Finding units by the words of their names: through the name index (FTS5, trigram)
-// where every word is long enough for it and the index is complete, else by LIKE over
-// every name. Every word reaches the statement as a literal: the index's words as FTS5
-// strings inside one SQL string literal, the others as LIKE patterns with '%', '_' and
-// the escape character itself escaped.
+// for the words long enough for it, with LIKE over the names of the units that still
+// wait to be indexed beside it, so that a unit just added is found at once; by LIKE
+// over every name in a catalogue without the index. Every word reaches the statement as a literal:
+// the index's words as FTS5 strings inside one SQL string literal, the others as LIKE patterns with
+// '%', '_' and the escape character itself escaped.
 #include "sqlitewrapper/RowMappers.h"
 #include "sqlitewrapper/SqliteWrapper.h"
 
@@ -94,13 +95,36 @@ QStringList LikeConditions(const NameQuery& query)
     return conditions;
 }
 
-QString WhereClause(const NameQuery& query)
+// The words the index matches, as LIKE matches them anywhere in a name.
+QString LikeAnywhere(const QStringList& words)
 {
     QStringList conditions;
-    if (!query.indexed.isEmpty())
-        conditions << QStringLiteral("Units.UnitID IN (SELECT rowid FROM UnitNameIndex WHERE "
-                                     "UnitNameIndex MATCH %1)")
+    for (const QString& word : words)
+        conditions << Like(QLatin1Char('%') + EscapeLike(word) + QLatin1Char('%'));
+    return conditions.join(QStringLiteral(" AND "));
+}
+
+// The units waiting for the index whose names hold the indexed words: few after an
+// addition (the index catches up in steps), every unit of a just upgraded catalogue.
+// CROSS JOIN keeps the waiting table the outer loop: without statistics the planner
+// would otherwise read every unit and look each up among the waiting ones.
+QString PendingMatches(const NameQuery& query)
+{
+    return QStringLiteral("SELECT UnitNameIndexPending.UnitID FROM UnitNameIndexPending CROSS "
+                          "JOIN Units ON Units.UnitID = UnitNameIndexPending.UnitID WHERE %1")
+        .arg(LikeAnywhere(query.indexed));
+}
+
+QString WhereClause(const NameQuery& query, bool withPending)
+{
+    QStringList conditions;
+    if (!query.indexed.isEmpty()) {
+        QString ids = QStringLiteral("SELECT rowid FROM UnitNameIndex WHERE UnitNameIndex MATCH %1")
                           .arg(MatchLiteral(query.indexed));
+        if (withPending)
+            ids += QStringLiteral(" UNION ALL ") + PendingMatches(query);
+        conditions << QStringLiteral("Units.UnitID IN (%1)").arg(ids);
+    }
     conditions << LikeConditions(query);
     return conditions.join(QStringLiteral(" AND "));
 }
@@ -122,9 +146,8 @@ void FoundUnitRows(std::vector<FoundUnit>& rows, int, char** values)
 std::vector<FoundUnit> CSqliteWrapper::FindByName(const QStringList& words, int limit, int offset,
                                                   NameLookup how)
 {
-    const bool useIndex =
-        how == NameLookup::Index || (how == NameLookup::Auto && IsNameIndexComplete());
-    const NameQuery query = SplitWords(words, useIndex);
+    const bool withPending = how == NameLookup::Auto && HasNameIndex();
+    const NameQuery query = SplitWords(words, withPending || how == NameLookup::Index);
     std::vector<FoundUnit> found;
     if (query.words.isEmpty() || limit <= 0)
         return found;
@@ -137,7 +160,7 @@ std::vector<FoundUnit> CSqliteWrapper::FindByName(const QStringList& words, int 
     const QString sql = Format("SELECT Units.UnitID, Units.UnitName, Units.UnitType, "
                                "Units.UnitSize, Units.CategoryID FROM Units WHERE %s ORDER BY "
                                "%s, Units.UnitName COLLATE NOCASE, Units.UnitID LIMIT %d OFFSET %d",
-                               {WhereClause(query), rank, limit, std::max(0, offset)});
+                               {WhereClause(query, withPending), rank, limit, std::max(0, offset)});
     QueryRows(sql, found, &FoundUnitRows);
 
     std::vector<int> ids;
@@ -155,17 +178,20 @@ std::vector<FoundUnit> CSqliteWrapper::FindByName(const QStringList& words, int 
 
 qint64 CSqliteWrapper::CountByName(const QStringList& words, NameLookup how)
 {
-    const bool useIndex =
-        how == NameLookup::Index || (how == NameLookup::Auto && IsNameIndexComplete());
-    const NameQuery query = SplitWords(words, useIndex);
+    const bool withPending = how == NameLookup::Auto && HasNameIndex();
+    const NameQuery query = SplitWords(words, withPending || how == NameLookup::Index);
     if (query.words.isEmpty())
         return 0;
-    // Words the index holds alone are counted without reading a unit's row.
-    const QString sql =
-        query.others.isEmpty()
-            ? Format("SELECT COUNT(*) FROM UnitNameIndex WHERE UnitNameIndex MATCH %s",
-                     {MatchLiteral(query.indexed)})
-            : Format("SELECT COUNT(*) FROM Units WHERE %s", {WhereClause(query)});
+    // Words the index holds alone are counted without reading an indexed unit's row.
+    QString sql;
+    if (!query.others.isEmpty()) {
+        sql = Format("SELECT COUNT(*) FROM Units WHERE %s", {WhereClause(query, withPending)});
+    } else {
+        sql = Format("SELECT COUNT(*) FROM UnitNameIndex WHERE UnitNameIndex MATCH %s",
+                     {MatchLiteral(query.indexed)});
+        if (withPending)
+            sql = Format("SELECT (%s) + (SELECT COUNT(*) FROM (%s))", {sql, PendingMatches(query)});
+    }
     std::vector<QString> rows;
     QueryRows(sql, rows, &RowMappers::Texts);
     return rows.empty() ? 0 : rows.front().toLongLong();

@@ -17,7 +17,7 @@ struct FoundUnit
     QString Location;
 };
 
-// How FindByName and CountByName look names up. Auto takes the name index when the
-// catalogue has it complete and reads every name otherwise; Index and Scan force one
-// way (Index on a catalogue without a complete index finds what is indexed).
+// How FindByName and CountByName look names up. Auto takes the name index and reads the
+// names of the units still waiting for it, or every name in a catalogue without the
+// index; Index and Scan force one way (Index finds only what is indexed).
 enum class NameLookup { Auto, Index, Scan };

@@ -1,7 +1,8 @@
 // The name index of a catalogue (version 1.3 on): an FTS5 table with the trigram
-// tokenizer over Units.UnitName, kept current by triggers on Units. This file tells
-// whether it is there and complete, and fills it for the units of an upgraded
-// catalogue, which wait in UnitNameIndexPending (ids FromUnitID <= UnitID < ToUnitID).
+// tokenizer over Units.UnitName. Added units wait in UnitNameIndexPending (one row each,
+// recorded by the insert trigger, as are every unit of an upgraded catalogue); renames
+// and deletes of indexed units follow through triggers. This file tells whether the
+// index is there and complete, and indexes the waiting units in bulk.
 #include "sqlitewrapper/RowMappers.h"
 #include "sqlitewrapper/SqliteWrapper.h"
 #include "sqlitewrapper/Transaction.h"
@@ -46,9 +47,9 @@ qint64 CSqliteWrapper::CountUnindexedNames()
     if (!HasNameIndex())
         return CountUnits();
     std::vector<QString> rows;
-    QueryRows(QStringLiteral("SELECT COUNT(*) FROM UnitNameIndexPending INNER JOIN Units ON "
-                             "Units.UnitID >= FromUnitID AND Units.UnitID < ToUnitID"),
-              rows, &RowMappers::Texts);
+    // The delete trigger forgets a waiting unit with its row: every row names a unit.
+    QueryRows(QStringLiteral("SELECT COUNT(*) FROM UnitNameIndexPending"), rows,
+              &RowMappers::Texts);
     return FirstNumber(rows);
 }
 
@@ -56,25 +57,27 @@ qint64 CSqliteWrapper::IndexNamesStep(int maxUnits)
 {
     if (!HasNameIndex())
         return CountUnits();
-    std::vector<QString> range;
-    QueryRows(QStringLiteral("SELECT FromUnitID || ',' || ToUnitID FROM UnitNameIndexPending "
-                             "LIMIT 1"),
-              range, &RowMappers::Texts);
-    if (range.empty())
+    // The last id of this step: the step takes the first maxUnits waiting ids.
+    std::vector<QString> last;
+    QueryRows(Format("SELECT MAX(UnitID) FROM (SELECT UnitID FROM UnitNameIndexPending ORDER BY "
+                     "UnitID LIMIT %d)",
+                     {std::max(1, maxUnits)}),
+              last, &RowMappers::Texts);
+    if (last.empty() || last.front().isEmpty())
         return 0;
-    const qint64 from = range.front().section(QLatin1Char(','), 0, 0).toLongLong();
-    const qint64 to = range.front().section(QLatin1Char(','), 1, 1).toLongLong();
-    const qint64 next = std::min(to, from + std::max(1, maxUnits));
+    const qint64 through = last.front().toLongLong();
 
-    // The step and the shrinking of the waiting range go together, or not at all.
+    // The names go into the index and their rows out of the waiting table together, or
+    // not at all. One statement for the whole step: FTS5 merges what a statement adds
+    // once, where a trigger's row by row insert leaves a segment per statement.
     std::unique_ptr<CTransaction> transaction;
     if (!InTransaction())
         transaction = std::make_unique<CTransaction>(*this);
-    Execute(Format("INSERT INTO UnitNameIndex (rowid, UnitName) SELECT UnitID, UnitName FROM "
-                   "Units WHERE UnitID >= %lld AND UnitID < %lld",
-                   {from, next}));
-    Execute(Format("UPDATE UnitNameIndexPending SET FromUnitID = %lld", {next}));
-    Execute(QStringLiteral("DELETE FROM UnitNameIndexPending WHERE FromUnitID >= ToUnitID"));
+    Execute(Format("INSERT INTO UnitNameIndex (rowid, UnitName) SELECT Units.UnitID, "
+                   "Units.UnitName FROM UnitNameIndexPending INNER JOIN Units ON Units.UnitID = "
+                   "UnitNameIndexPending.UnitID WHERE UnitNameIndexPending.UnitID <= %lld",
+                   {through}));
+    Execute(Format("DELETE FROM UnitNameIndexPending WHERE UnitID <= %lld", {through}));
     if (transaction)
         transaction->Commit();
     return CountUnindexedNames();

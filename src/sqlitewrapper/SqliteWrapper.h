@@ -133,16 +133,17 @@ public:
     // name must start with the first word (and hold the others); otherwise it must hold
     // it. Best first: the name equal to the words (joined by blanks), then the names
     // starting with the first word, then the rest, each by name. Words matched through
-    // the index ignore case for every letter; the short words, and all words while the
-    // index is incomplete, are matched by LIKE, which ignores the case of A-Z only.
+    // the index ignore case for every letter; the short words, and all words of the
+    // units still waiting to be indexed, are matched by LIKE, which ignores the case of
+    // A-Z only.
     std::vector<FoundUnit> FindByName(const QStringList& words, int limit, int offset,
                                       NameLookup how = NameLookup::Auto);
     qint64 CountByName(const QStringList& words, NameLookup how = NameLookup::Auto);
-    // The name index (NameIndex.cpp, version 1.3 on). Triggers on Units keep it current;
-    // an upgraded catalogue starts with its units waiting to be indexed, which
-    // IndexNamesStep indexes a range of ids at a time (in a transaction of its own
-    // unless one is open) and RebuildNameIndex all at once. IsNameIndexComplete is
-    // false without the index (a catalogue left before 1.3).
+    // The name index (NameIndex.cpp, version 1.3 on). Added units wait to be indexed (as
+    // do all units of an upgraded catalogue), which IndexNamesStep does for the first
+    // maxUnits waiting ids at a time (in a transaction of its own unless one is open)
+    // and RebuildNameIndex for all at once; triggers on Units keep renames and deletes.
+    // IsNameIndexComplete is false without the index (a catalogue left before 1.3).
     bool HasNameIndex();
     bool IsNameIndexComplete();
     qint64 CountUnindexedNames();

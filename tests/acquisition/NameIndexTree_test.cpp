@@ -1,5 +1,6 @@
 // The name index over trees added and updated with the real jobs: what it finds equals
-// what the plain scan finds, and an update keeps it right.
+// what the plain scan finds, at once while the added units wait for the index and after
+// it has caught up, and an update and Undo keep it right.
 #include "acquisition/RescanFixture.h"
 #include "acquisition/UnitUpdate.h"
 
@@ -21,8 +22,11 @@ std::vector<int> Ids(CSqliteWrapper& db, const QStringList& words, NameLookup ho
     return ids;
 }
 
+// Indexes what waits, then lets FTS5 compare the index with every name in Units.
 void ExpectIndexMatchesUnits(CSqliteWrapper& db)
 {
+    while (db.IndexNamesStep(1000) > 0) {
+    }
     EXPECT_NO_THROW(db.Execute(QStringLiteral(
         "INSERT INTO UnitNameIndex (UnitNameIndex, rank) VALUES ('integrity-check', 1)")));
 }
@@ -36,11 +40,18 @@ TEST_F(RescanTest, NameIndexFindsWhatTheScanFindsInARealTree)
         GTEST_SKIP() << "no /usr/share/doc here";
     ASSERT_GT(Add(CAddLocationJob::Mode::Folder, doc), 0);
     CSqliteWrapper& db = m_doc.Database();
-    ASSERT_TRUE(db.IsNameIndexComplete());
+    const char* const queries[] = {
+        "copyright", "changelog gz",        "README", "Debian", "lib",     "gz", "1.",
+        "NEWS",      "changelog.Debian.gz", "zzq",    "_",      "doc html"};
+    // The addition's units wait for the index and are found at once.
+    EXPECT_EQ(db.CountUnindexedNames(), db.CountUnits());
+    for (const char* query : queries) {
+        const QStringList words = QString::fromUtf8(query).split(QLatin1Char(' '));
+        EXPECT_EQ(Ids(db, words, NameLookup::Auto), Ids(db, words, NameLookup::Scan)) << query;
+    }
     ExpectIndexMatchesUnits(db);
     int nonEmpty = 0;
-    for (const char* query : {"copyright", "changelog gz", "README", "Debian", "lib", "gz", "1.",
-                              "NEWS", "changelog.Debian.gz", "zzq", "_", "doc html"}) {
+    for (const char* query : queries) {
         const QStringList words = QString::fromUtf8(query).split(QLatin1Char(' '));
         const std::vector<int> indexed = Ids(db, words, NameLookup::Index);
         EXPECT_EQ(indexed, Ids(db, words, NameLookup::Scan)) << query;
@@ -60,6 +71,8 @@ TEST_F(RescanTest, NameIndexFollowsAnUpdate)
     MakeFile(root + QStringLiteral("/sub/gone.txt"), 5);
     const int top = Add(CAddLocationJob::Mode::Folder, root);
     ASSERT_GT(top, 0);
+    CSqliteWrapper& db = m_doc.Database();
+    ExpectIndexMatchesUnits(db);
     ASSERT_TRUE(QFile::rename(root + QStringLiteral("/old name.txt"),
                               root + QStringLiteral("/new name.txt")));
     ASSERT_TRUE(QFile::remove(root + QStringLiteral("/sub/gone.txt")));
@@ -71,10 +84,7 @@ TEST_F(RescanTest, NameIndexFollowsAnUpdate)
     update.SetMediaReaderFactory(nullptr);
     ASSERT_TRUE(update.Apply(top, *changes, root, QString()));
 
-    CSqliteWrapper& db = m_doc.Database();
-    const auto count = [&](const char* word) {
-        return db.CountByName({QString::fromUtf8(word)}, NameLookup::Index);
-    };
+    const auto count = [&](const char* word) { return db.CountByName({QString::fromUtf8(word)}); };
     EXPECT_EQ(count("old name"), 0);
     EXPECT_EQ(count("new name"), 1);
     EXPECT_EQ(count("gone"), 0);
@@ -86,5 +96,28 @@ TEST_F(RescanTest, NameIndexFollowsAnUpdate)
     EXPECT_EQ(count("old name"), 1);
     EXPECT_EQ(count("gone"), 1);
     EXPECT_EQ(count("added"), 0);
+    ExpectIndexMatchesUnits(db);
+}
+
+TEST_F(RescanTest, NameIndexThroughAnAdditionUndoneAndRedone)
+{
+    QTemporaryDir dir;
+    const QString root = dir.filePath(QStringLiteral("Trip"));
+    for (const char* name : {"/beach.jpg", "/day 2/beach.jpg", "/day 2/dunes.jpg"})
+        MakeFile(root + QString::fromUtf8(name), 10);
+    CSqliteWrapper& db = m_doc.Database();
+    const auto count = [&](const char* word) { return db.CountByName({QString::fromUtf8(word)}); };
+    // Undone while its units wait, then redone, indexed, and undone again.
+    ASSERT_GT(Add(CAddLocationJob::Mode::Folder, root), 0);
+    EXPECT_EQ(count("beach"), 2);
+    ASSERT_TRUE(m_doc.Undo());
+    EXPECT_EQ(count("beach"), 0);
+    EXPECT_TRUE(db.IsNameIndexComplete());
+    ASSERT_TRUE(m_doc.Redo());
+    EXPECT_EQ(count("jpg"), 3);
+    ExpectIndexMatchesUnits(db);
+    EXPECT_EQ(count("dunes"), 1);
+    ASSERT_TRUE(m_doc.Undo());
+    EXPECT_EQ(count("jpg"), 0);
     ExpectIndexMatchesUnits(db);
 }

@@ -1,6 +1,7 @@
 // Finding units by the words of their names, on a catalogue made from the real template
 // (which holds the name index): literal characters, short words, ranking, the index
-// against the plain scan, and the index kept right by renames and deletes.
+// against the plain scan, units found while they wait for the index, and the index kept
+// right by renames and deletes of waiting and indexed units.
 #include "TestCatalogue.h"
 
 #include "sqlitewrapper/RowMappers.h"
@@ -27,9 +28,17 @@ std::vector<QString> Names(CSqliteWrapper& db, const QStringList& words,
     return names;
 }
 
-// FTS5 compares the index with the names in Units; a disagreement is an error.
+void IndexWaitingNames(CSqliteWrapper& db)
+{
+    while (db.IndexNamesStep(5) > 0) {
+    }
+}
+
+// FTS5 compares the index with every name in Units, so what waits is indexed first; a
+// disagreement (such as a 'delete' of a row never indexed) is an error.
 void ExpectIndexMatchesUnits(CSqliteWrapper& db)
 {
+    IndexWaitingNames(db);
     EXPECT_NO_THROW(db.Execute(QStringLiteral(
         "INSERT INTO UnitNameIndex (UnitNameIndex, rank) VALUES ('integrity-check', 1)")));
 }
@@ -60,8 +69,17 @@ protected:
 TEST_F(FindByNameTest, WordsInAnyOrderAnyCaseAndEveryCharacterLiteral)
 {
     CSqliteWrapper& db = m_cat.Db();
-    ASSERT_TRUE(db.IsNameIndexComplete());
     using V = std::vector<QString>;
+    // Just added, the units wait for the index and are found at once all the same.
+    ASSERT_EQ(db.CountUnindexedNames(), 14);
+    EXPECT_EQ(db.CountByName(Words({"holiday"}), NameLookup::Index), 0);
+    const V waiting = Names(db, Words({"holiday"}));
+    EXPECT_EQ(waiting.size(), 9u);
+    EXPECT_EQ(db.CountByName(Words({"HOLI", "txt"})), 5);
+    IndexWaitingNames(db);
+    ASSERT_TRUE(db.IsNameIndexComplete());
+    EXPECT_EQ(Names(db, Words({"holiday"})), waiting);
+
     EXPECT_EQ(Names(db, Words({"2019", "HOLIDAY"})),
               (V{"2019 HOLIDAY notes.txt", "Holiday 2019", "Summer holiday 2019.jpg"}));
     EXPECT_EQ(Names(db, Words({"holiday 2019"})),
@@ -111,28 +129,37 @@ TEST_F(FindByNameTest, WordsInAnyOrderAnyCaseAndEveryCharacterLiteral)
 TEST_F(FindByNameTest, TheIndexFollowsRenamesAndDeletes)
 {
     CSqliteWrapper& db = m_cat.Db();
+    IndexWaitingNames(db);
+    // One unit indexed and one waiting, each renamed.
     const int unit = m_cat.AddFile(m_storage, m_folder, QStringLiteral("Tortoise.png"), 1);
     db.RenameUnit(unit, QStringLiteral("Hare.png"));
+    db.RenameUnit(m_folder + 1, QStringLiteral("Snail.png"));
     EXPECT_TRUE(Names(db, Words({"tortoise"})).empty());
     EXPECT_EQ(Names(db, Words({"hare"})), std::vector<QString>{"Hare.png"});
+    EXPECT_EQ(Names(db, Words({"png"})), (std::vector<QString>{"Hare.png", "Snail.png"}));
+    EXPECT_EQ(db.CountByName(Words({"png"})), 2);
+    EXPECT_EQ(db.CountByName(Words({"png"}), NameLookup::Index), 1);
     // A statement that sets the name to itself (as Undo's may) changes nothing.
     db.Execute(QStringLiteral("UPDATE Units SET UnitName = UnitName"));
     ExpectIndexMatchesUnits(db);
 
+    // A subtree of indexed and waiting units goes.
+    m_cat.AddFile(m_storage, m_folder, QStringLiteral("waiting holiday.png"), 1);
     db.DeleteUnitRows(db.GetSubtreeIds(m_disc));
+    EXPECT_TRUE(db.IsNameIndexComplete());
     EXPECT_TRUE(Names(db, Words({"holiday"})).empty());
     EXPECT_EQ(db.CountByName(Words({"png"})), 0);
     ExpectIndexMatchesUnits(db);
 }
 
-TEST_F(FindByNameTest, AnIndexStillBeingBuiltIsNotUsedUntilComplete)
+TEST_F(FindByNameTest, AnIndexBuiltInStepsFindsWhatTheScanFindsAtEveryStep)
 {
     CSqliteWrapper& db = m_cat.Db();
     const std::vector<QString> expected = Names(db, Words({"holiday"}));
     // As an upgrade leaves it: the index empty, every unit waiting.
     db.Execute(QStringLiteral("INSERT INTO UnitNameIndex (UnitNameIndex) VALUES ('delete-all')"));
-    db.Execute(QStringLiteral("INSERT INTO UnitNameIndexPending SELECT MIN(UnitID), "
-                              "MAX(UnitID) + 1 FROM Units"));
+    db.Execute(QStringLiteral("INSERT OR IGNORE INTO UnitNameIndexPending SELECT UnitID FROM "
+                              "Units"));
     ASSERT_FALSE(db.IsNameIndexComplete());
     EXPECT_EQ(db.CountUnindexedNames(), 14);
     EXPECT_EQ(Names(db, Words({"holiday"})), expected);
@@ -146,6 +173,11 @@ TEST_F(FindByNameTest, AnIndexStillBeingBuiltIsNotUsedUntilComplete)
     while (waiting > 0) {
         const qint64 left = db.IndexNamesStep(4);
         EXPECT_LT(left, waiting);
+        // Part indexed, part waiting: every unit once, in the same order.
+        for (const QStringList& words : {Words({"holiday"}), Words({"txt", "ab"})}) {
+            EXPECT_EQ(Names(db, words), Names(db, words, NameLookup::Scan));
+            EXPECT_EQ(db.CountByName(words), db.CountByName(words, NameLookup::Scan));
+        }
         waiting = left;
         ++steps;
     }
