@@ -5,6 +5,7 @@
 #include "document/ShelfwiseDoc.h"
 #include "search/AdvancedSearchTab.h"
 #include "search/BasicSearchTab.h"
+#include "search/BrowsePath.h"
 #include "search/ResultsCtrl.h"
 
 #include "ui_SearchDlg.h"
@@ -251,23 +252,6 @@ void CSearchDlg::BrowseToSelected()
     const int unitId = SelectedExistingUnit();
     if (unitId == 0)
         return;
-    std::vector<int> path;
-    UnitListItem unit;
-    const bool read = m_doc.Guard([&] {
-        CSqliteWrapper& db = m_doc.Database();
-        unit = db.GetUnit(unitId);
-        std::vector<int> ancestors = db.GetAncestorIds(unitId); // parent first
-        path.push_back(db.GetUnitStorageId(unitId));
-        path.insert(path.end(), ancestors.rbegin(), ancestors.rend());
-    });
-    if (!read)
-        return;
-    // The tree holds storages, discs and folders: a file is shown by selecting its
-    // folder there and then the file in the list.
-    if (unit.Kind == UnitKind::File) {
-        emit browseRequested(path, unitId);
-    } else {
-        path.push_back(unitId);
-        emit browseRequested(path, 0);
-    }
+    if (const std::optional<BrowsePath> place = BrowsePaths::Of(m_doc, unitId))
+        emit browseRequested(place->treePath, place->listUnitId);
 }

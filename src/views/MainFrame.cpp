@@ -17,7 +17,9 @@
 #include "views/BrowseHistory.h"
 #include "views/CommandIds.h"
 #include "views/DetailsView.h"
+#include "views/FindBox.h"
 #include "views/InsertedDiscBar.h"
+#include "views/NameIndexBuilder.h"
 #include "views/NavigationView.h"
 #include "views/PropertiesDlg.h"
 #include "views/RecentFiles.h"
@@ -38,6 +40,7 @@
 #include <QMessageBox>
 #include <QScreen>
 #include <QSplitter>
+#include <QStackedWidget>
 #include <QStatusBar>
 #include <QToolBar>
 #include <QUrl>
@@ -76,7 +79,16 @@ CMainFrame::CMainFrame(CShelfwiseDoc& doc, QWidget* parent)
     paneLayout->setSpacing(0);
     m_discBar = new CInsertedDiscBar(doc, listPane);
     paneLayout->addWidget(m_discBar);
-    paneLayout->addWidget(m_list, 1);
+    // The list, or in its place what the find box found.
+    auto* listPages = new QStackedWidget;
+    listPages->addWidget(m_list);
+    paneLayout->addWidget(listPages, 1);
+    m_find = new CFindBox(doc, m_icons, *listPages, *statusBar(), *this);
+    m_find->FocusOnSlashIn({m_tree, m_list});
+    connect(m_find, &CFindBox::browseRequested, this, &CMainFrame::BrowseTo);
+    connect(m_find, &CFindBox::propertiesRequested, this,
+            [this](int unitId) { ShowProperties(unitId, false); });
+    m_indexBuilder = new CNameIndexBuilder(doc, *this);
     connect(m_discBar, &CInsertedDiscBar::browseRequested, this, &CMainFrame::BrowseTo);
     connect(m_discBar, &CInsertedDiscBar::updateRequested, this, &CMainFrame::UpdateUnitFrom);
     connect(m_discBar, &CInsertedDiscBar::addRequested, this, [this](const QString& drivePath) {
@@ -277,6 +289,7 @@ void CMainFrame::CreateToolBar()
         action->setToolTip(action->text().remove(QLatin1Char('&')).remove(QStringLiteral("...")));
         bar->addAction(action);
     }
+    m_find->AddTo(*bar);
 }
 
 bool CMainFrame::FocusInList() const

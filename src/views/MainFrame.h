@@ -13,7 +13,9 @@
 
 class CBrowseHistory;
 class CDetailsView;
+class CFindBox;
 class CInsertedDiscBar;
+class CNameIndexBuilder;
 class CSearchDlg;
 class CWindowStatus;
 class DriveSystem;
@@ -78,6 +80,9 @@ public:
     int AutosaveInterval() const { return m_autosave.interval(); }
     // The bar above the list that tells whether a disc just inserted is catalogued.
     CInsertedDiscBar& InsertedDiscBar() { return *m_discBar; }
+    // The toolbar's find box and the build of an older catalogue's name index.
+    CFindBox& FindBox() { return *m_find; }
+    CNameIndexBuilder& NameIndexBuilder() { return *m_indexBuilder; }
 
 public slots:
     // Brings a catalogued unit up to date from sourcePath (the inserted disc's Update...).
@@ -131,4 +136,6 @@ private:
     std::shared_ptr<DriveSystem> m_drives;
     CSearchDlg* m_search = nullptr;
     CInsertedDiscBar* m_discBar = nullptr;
+    CFindBox* m_find = nullptr;
+    CNameIndexBuilder* m_indexBuilder = nullptr;
 };

@@ -15,6 +15,7 @@
 #include <QImage>
 #include <QTemporaryDir>
 #include <QToolBar>
+#include <QWidgetAction>
 #include <QXmlStreamReader>
 
 #include <gtest/gtest.h>
@@ -174,9 +175,12 @@ TEST(Icons, WithoutAnIconThemeTheWindowUsesTheBundledIcons)
     EXPECT_EQ(Image(QGuiApplication::windowIcon()), bundled("shelfwise"));
     const auto* toolbar = app.MainFrame()->findChild<QToolBar*>(QStringLiteral("toolbar"));
     ASSERT_NE(toolbar, nullptr);
-    ASSERT_EQ(toolbar->actions().size(), 10);
+    // The buttons; the find box is a widget of its own.
+    QList<QAction*> buttons = toolbar->actions();
+    buttons.removeIf([](QAction* action) { return qobject_cast<QWidgetAction*>(action); });
+    ASSERT_EQ(buttons.size(), 10);
     QList<QImage> seen;
-    for (const QAction* action : toolbar->actions()) {
+    for (const QAction* action : buttons) {
         SCOPED_TRACE(action->text().toStdString());
         const QPixmap pixmap = action->icon().pixmap(32);
         ASSERT_FALSE(pixmap.isNull());
