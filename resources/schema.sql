@@ -4,6 +4,9 @@
 -- @VERSION@ is replaced by the program's major.minor version at build time.
 
 PRAGMA page_size = 4096;
+-- "Shwf" in the header: how the desktop tells a catalogue from other SQLite files once
+-- the schema no longer fits the first page.
+PRAGMA application_id = 1399355238;
 
 CREATE TABLE DatabaseVersion (
     VersionNumber TEXT NOT NULL
