@@ -201,21 +201,20 @@ TEST_F(FindBoxTest, MoreRowsArriveOnScrollingToTheEnd)
 
 TEST_F(FindBoxTest, AnOlderCataloguesIndexIsBuiltInStepsAroundModalDialogs)
 {
-    const QString old = OldSample(m_dir.filePath("old.db3"));
-    Open(old);
+    // No step while a modal dialog is open, though the steps come due.
+    QDialog modal;
+    modal.setModal(true);
+    modal.show();
+    Open(OldSample(m_dir.filePath("old.db3")));
     CNameIndexBuilder& builder = Frame().NameIndexBuilder();
     ASSERT_TRUE(Db().HasNameIndex());
     ASSERT_FALSE(Db().IsNameIndexComplete());
     ASSERT_TRUE(builder.IsRunning());
     const qint64 waiting = Db().CountUnindexedNames();
 
-    // No step while a modal dialog is open, though the steps come due.
     auto* steps = Frame().findChild<QTimer*>(QStringLiteral("nameIndexSteps"));
     ASSERT_NE(steps, nullptr);
     QSignalSpy due(steps, &QTimer::timeout);
-    QDialog modal(&Frame());
-    modal.setModal(true);
-    modal.show();
     ASSERT_TRUE(QTest::qWaitFor([&] { return due.count() >= 3; }));
     EXPECT_EQ(Db().CountUnindexedNames(), waiting);
 
