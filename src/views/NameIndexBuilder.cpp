@@ -37,6 +37,12 @@ CNameIndexBuilder::CNameIndexBuilder(CShelfwiseDoc& doc, QWidget& window)
         m_cancelledPath.clear();
         Start();
     });
+    // An addition, an update or an undone delete leaves names waiting: they are indexed
+    // once the edit has ended, unless the user stopped this catalogue's build.
+    connect(&m_doc, &CShelfwiseDoc::viewsNeedUpdate, this, [this] {
+        if (!IsRunning() && m_cancelledPath.isEmpty())
+            QTimer::singleShot(0, this, &CNameIndexBuilder::Start);
+    });
 }
 
 void CNameIndexBuilder::Start()

@@ -14,7 +14,8 @@ class QWidget;
 /// on this thread; no step runs while a modal dialog is open (an addition's or a
 /// report's workers may be using the catalogue then) or while edits are being recorded
 /// as one Undo step. Finding works meanwhile: names not indexed yet are read one by one.
-/// Cancelled, the build starts again when another catalogue is loaded.
+/// Edits that leave names waiting (an addition, an update, an undone delete) start it
+/// again. Cancelled, the build starts again when another catalogue is loaded.
 class CNameIndexBuilder final : public QObject
 {
     Q_OBJECT

@@ -19,6 +19,7 @@
 #include "views/NavigationView.h"
 
 #include <QApplication>
+#include <QCoreApplication>
 #include <QDialog>
 #include <QDir>
 #include <QFile>
@@ -182,6 +183,7 @@ TEST_F(FindBoxTest, MoreRowsArriveOnScrollingToTheEnd)
     const int disc = Db().FindByName({QStringLiteral("Holiday Films 2019")}, 1, 0).at(0).UnitID;
     const int storage = Db().GetUnitStorageId(disc);
     const int count = 2 * CFindModel::kPageSize + 50;
+    QCoreApplication::processEvents(); // what the opening left to do
     for (int i = 0; i < count; ++i)
         Db().AddUnit(UnitKind::File, QStringLiteral("track %1.ogg").arg(i, 3, 10, QLatin1Char('0')),
                      QString(), 1, storage, disc, {}, 1000, {}, {}, 0, false);
