@@ -1,10 +1,13 @@
 #include "BenchSupport.h"
 
+#include "acquisition/AddLocationJob.h"
+#include "acquisition/Importer.h"
 #include "acquisition/SubunitQueue.h"
 #include "acquisition/SubunitsSearcher.h"
 
 #include <QByteArray>
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QFile>
 #include <QString>
 
@@ -56,6 +59,25 @@ double WalkSeconds(const QString& tree, bool countSizes, qint64* entries)
     if (entries)
         *entries = static_cast<qint64>(queue.Size());
     return seconds;
+}
+
+double AddFolderSeconds(CShelfwiseDoc& doc, int storage, const QString& path)
+{
+    CAddLocationJob job(doc);
+    job.Importer().DisableMediaDetails();
+    QEventLoop loop;
+    QObject::connect(&job, &CAddLocationJob::finished, &loop, &QEventLoop::quit);
+    CAddLocationJob::Request request;
+    request.mode = CAddLocationJob::Mode::Folder;
+    request.path = path;
+    request.name = CAddLocationJob::NameFromPath(path);
+    request.storageId = storage;
+    QElapsedTimer timer;
+    timer.start();
+    if (!job.Start(request))
+        return -1;
+    loop.exec();
+    return static_cast<double>(timer.nsecsElapsed()) / 1e9;
 }
 
 } // namespace BenchSupport

@@ -3,6 +3,7 @@
 #include <QString>
 #include <QtGlobal>
 
+class CShelfwiseDoc;
 struct sqlite3;
 
 // What the benchmarks share: running generator statements straight through SQLite,
@@ -21,5 +22,9 @@ void ResetPeakMemory();
 // rescan or an addition is measured against; entries, when given, receives the number
 // of records it queued.
 double WalkSeconds(const QString& tree, bool countSizes, qint64* entries = nullptr);
+
+// Seconds an addition of the folder at path to the storage takes with the real job,
+// media details off, waited for in an event loop; -1 when the job refused to start.
+double AddFolderSeconds(CShelfwiseDoc& doc, int storage, const QString& path);
 
 } // namespace BenchSupport

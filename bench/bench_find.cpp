@@ -10,6 +10,7 @@
 //   beside it) against the plain LIKE query, median of 5.
 //
 //   bench_find [TREE] [--units N]
+#include "BenchSupport.h"
 #include "CatalogueGenerator.h"
 #include "acquisition/AddLocationJob.h"
 #include "acquisition/Importer.h"
@@ -21,7 +22,6 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QEventLoop>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QThread>
@@ -73,24 +73,6 @@ qint64 Bytes(CSqliteWrapper& db)
                       "pragma_page_size");
 }
 
-double Add(CShelfwiseDoc& doc, int storage, const QString& path)
-{
-    CAddLocationJob job(doc);
-    job.Importer().DisableMediaDetails();
-    QEventLoop loop;
-    QObject::connect(&job, &CAddLocationJob::finished, &loop, &QEventLoop::quit);
-    CAddLocationJob::Request request;
-    request.mode = CAddLocationJob::Mode::Folder;
-    request.path = path;
-    request.name = CAddLocationJob::NameFromPath(path);
-    request.storageId = storage;
-    QElapsedTimer timer;
-    timer.start();
-    if (job.Start(request))
-        loop.exec();
-    return Seconds(timer);
-}
-
 void MeasureAddition(const QString& tree)
 {
     std::vector<double> with;
@@ -113,7 +95,7 @@ void MeasureAddition(const QString& tree)
             }
             const int storage = doc.AddStorage(QStringLiteral("Bench"), QString());
             const qint64 before = Bytes(db);
-            (index ? with : without).push_back(Add(doc, storage, tree));
+            (index ? with : without).push_back(BenchSupport::AddFolderSeconds(doc, storage, tree));
             if (index) {
                 QElapsedTimer timer;
                 timer.start();

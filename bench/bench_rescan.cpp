@@ -17,7 +17,6 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QEventLoop>
 #include <QFile>
 #include <QTemporaryDir>
 
@@ -42,21 +41,9 @@ int Run(int argc, char** argv)
     CShelfwiseDoc doc(true);
     doc.OnNewDocument();
     const int storage = doc.AddStorage(QStringLiteral("Bench"), QString());
-    {
-        CAddLocationJob job(doc);
-        job.Importer().DisableMediaDetails();
-        QEventLoop loop;
-        QObject::connect(&job, &CAddLocationJob::finished, &loop, &QEventLoop::quit);
-        CAddLocationJob::Request request;
-        request.mode = CAddLocationJob::Mode::Folder;
-        request.path = tree;
-        request.name = CAddLocationJob::NameFromPath(tree);
-        request.storageId = storage;
-        if (!job.Start(request)) {
-            std::fprintf(stderr, "could not add %s\n", qPrintable(tree));
-            return 1;
-        }
-        loop.exec();
+    if (BenchSupport::AddFolderSeconds(doc, storage, tree) < 0) {
+        std::fprintf(stderr, "could not add %s\n", qPrintable(tree));
+        return 1;
     }
     std::vector<QString> top;
     doc.Database().QueryRows(QStringLiteral("SELECT MAX(UnitID) FROM Units WHERE "

@@ -8,6 +8,7 @@
 //   top unit only, so the import should not notice), median of five each.
 //
 //   bench_undo [--units N] [--entries N]     (defaults 200,000 and 100,000)
+#include "BenchSupport.h"
 #include "CatalogueGenerator.h"
 #include "acquisition/AddLocationJob.h"
 #include "acquisition/Importer.h"
@@ -21,7 +22,6 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
-#include <QEventLoop>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QThread>
@@ -174,24 +174,6 @@ int MeasureDelete(const QString& catalogue)
     return 0;
 }
 
-double Add(CShelfwiseDoc& doc, int storage, const QString& path)
-{
-    CAddLocationJob job(doc);
-    job.Importer().DisableMediaDetails();
-    QEventLoop loop;
-    QObject::connect(&job, &CAddLocationJob::finished, &loop, &QEventLoop::quit);
-    CAddLocationJob::Request request;
-    request.mode = CAddLocationJob::Mode::Folder;
-    request.path = path;
-    request.name = CAddLocationJob::NameFromPath(path);
-    request.storageId = storage;
-    QElapsedTimer timer;
-    timer.start();
-    if (job.Start(request))
-        loop.exec();
-    return Seconds(timer);
-}
-
 void MakeTree(const QString& root, int entries)
 {
     const int perFolder = 100;
@@ -223,7 +205,8 @@ void MeasureAddition(int entries)
             doc.OnNewDocument();
             doc.SetHistoryEnabled(history);
             const int storage = doc.AddStorage(QStringLiteral("Bench"), QString());
-            (history ? with : without).push_back(Add(doc, storage, tree.path()));
+            (history ? with : without)
+                .push_back(BenchSupport::AddFolderSeconds(doc, storage, tree.path()));
         }
     }
     std::printf("adding a folder of %d files%s, median of 5: history on %.3f s, off %.3f s, "

@@ -22,7 +22,6 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
-#include <QEventLoop>
 #include <QFile>
 #include <QTemporaryDir>
 
@@ -106,18 +105,8 @@ bool ChangeTree(const QString& root, int files)
 
 int AddFolder(CShelfwiseDoc& doc, int storage, const QString& path)
 {
-    CAddLocationJob job(doc);
-    job.Importer().DisableMediaDetails();
-    QEventLoop loop;
-    QObject::connect(&job, &CAddLocationJob::finished, &loop, &QEventLoop::quit);
-    CAddLocationJob::Request request;
-    request.mode = CAddLocationJob::Mode::Folder;
-    request.path = path;
-    request.name = CAddLocationJob::NameFromPath(path);
-    request.storageId = storage;
-    if (!job.Start(request))
+    if (BenchSupport::AddFolderSeconds(doc, storage, path) < 0)
         return 0;
-    loop.exec();
     std::vector<int> top;
     doc.Database().QueryRows(QStringLiteral("SELECT MAX(UnitID) FROM Units WHERE "
                                             "ParentUnitID IS NULL"),
