@@ -30,7 +30,9 @@ constexpr int Properties = 32797;
 constexpr int Rename = 32816;
 constexpr int Delete = 32817;
 constexpr int Report = 32841;
-constexpr int Update = 32860; // a disc, folder or file from its source again
+constexpr int Update = 32860;         // a disc, folder or file from its source again
+constexpr int DuplicateFiles = 32870; // files catalogued more than once
+constexpr int UniqueFiles = 32871;    // the files of a disc or folder kept nowhere else
 
 constexpr int ViewIcons = 32834;
 constexpr int ViewList = 32835;

@@ -310,6 +310,9 @@ void CDetailsView::FillContextMenu(QMenu& menu, bool onRow)
     QAction* update = m_commands.Get(Update);
     update->setEnabled(m_doc.IsTopLevelUnit(unit->UnitID));
     menu.addAction(update);
+    QAction* unique = m_commands.Get(UniqueFiles);
+    unique->setEnabled(unit->Kind != UnitKind::File);
+    menu.addAction(unique);
     if (unit->Kind == UnitKind::File) {
         menu.addSeparator();
         QMenu* categories = menu.addMenu(Strings::LoadString(Strings::IDS_CHANGE_CATEGORY_MENU));

@@ -11,6 +11,8 @@
 #include "drives/DriveSystem.h"
 #include "options/OptionsDlg.h"
 #include "report/ReportDialog.h"
+#include "search/CopiesDlg.h"
+#include "search/CopyOptionsDlg.h"
 #include "search/SearchDlg.h"
 #include "settings/Settings.h"
 #include "sqlitewrapper/SqlText.h"
@@ -172,6 +174,16 @@ void CMainFrame::CreateActions()
         tr("Compare the selected disc, folder or file with its source and apply the changes"));
     update->setEnabled(false);
     add(Search, tr("Search..."), QKeySequence(tr("Ctrl+F")), [this] { OnSearch(); });
+    add(DuplicateFiles, tr("Find &Duplicates..."), QKeySequence(), [this] {
+        OnFindDuplicates();
+    })->setStatusTip(tr("List the files catalogued more than once, with where each copy lies"));
+    QAction* unique = add(UniqueFiles, tr("Files Kept &Nowhere Else..."), QKeySequence(), [this] {
+        if (UniqueFilesTarget() != -1)
+            FindUniqueFiles(UniqueFilesTarget());
+    });
+    unique->setStatusTip(tr("List the files of the selected disc or folder that no other "
+                            "place holds"));
+    unique->setEnabled(false);
     add(MoveUp, tr("Move up"), QKeySequence(), [this] {
         m_tree->MoveUp();
     })->setShortcuts({QKeySequence(Qt::Key_Backspace), QKeySequence(Qt::ALT | Qt::Key_Up)});
@@ -253,6 +265,9 @@ void CMainFrame::CreateMenus()
         view->addAction(m_commands.Get(id));
     QMenu* tools = menuBar()->addMenu(tr("&Tools"));
     for (int id : {AddStorage, AddDisc, AddFolder, AddFile, Update, Search})
+        tools->addAction(m_commands.Get(id));
+    tools->addSeparator();
+    for (int id : {DuplicateFiles, UniqueFiles})
         tools->addAction(m_commands.Get(id));
     connect(tools, &QMenu::aboutToShow, this, &CMainFrame::RefreshUpdateCommand);
     tools->addSeparator();
@@ -544,6 +559,58 @@ void CMainFrame::OnSearch()
     SearchDialog().Activate();
 }
 
+int CMainFrame::UniqueFilesTarget() const
+{
+    const int target = UpdateTarget();
+    if (!m_doc.IsLoaded() || target == -1)
+        return -1;
+    UnitListItem unit;
+    if (!m_doc.Guard([&] { unit = m_doc.Database().GetUnit(target); }))
+        return -1;
+    return unit.Kind == UnitKind::Disc || unit.Kind == UnitKind::Folder ? target : -1;
+}
+
+void CMainFrame::OnFindDuplicates()
+{
+    CCopyOptionsDlg options(this);
+    if (options.exec() == QDialog::Accepted)
+        FindDuplicates(options.Options());
+}
+
+CCopiesDlg* CMainFrame::FindDuplicates(const CCopySearch::Options& options)
+{
+    return ShowCopies(new CCopiesDlg(m_doc, CCopiesDlg::Kind::Duplicates, this),
+                      [&options](CCopiesDlg& dialog) { return dialog.FindDuplicates(options); });
+}
+
+CCopiesDlg* CMainFrame::FindUniqueFiles(int unitId)
+{
+    return ShowCopies(new CCopiesDlg(m_doc, CCopiesDlg::Kind::Unique, this),
+                      [unitId](CCopiesDlg& dialog) { return dialog.FindUnique(unitId); });
+}
+
+CCopiesDlg* CMainFrame::ShowCopies(CCopiesDlg* dialog, const std::function<bool(CCopiesDlg&)>& find)
+{
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    connect(dialog, &CCopiesDlg::propertiesRequested, this,
+            [this](int unitId) { ShowProperties(unitId, false); });
+    connect(dialog, &CCopiesDlg::browseRequested, this,
+            [this](const std::vector<int>& treePath, int listUnitId) {
+                BrowseTo(treePath, listUnitId);
+                BringToFront();
+            });
+    // The worker reads the catalogue's connection: no autosave meanwhile.
+    m_autosave.stop();
+    const bool found = find(*dialog);
+    RestartAutosave();
+    if (!found) {
+        delete dialog;
+        return nullptr;
+    }
+    dialog->show();
+    return dialog;
+}
+
 void CMainFrame::OnOptions()
 {
     COptionsDlg dialog(m_doc, this);
@@ -589,6 +656,7 @@ void CMainFrame::RefreshUpdateCommand()
     const int target = UpdateTarget();
     m_commands.Get(CommandIds::Update)
         ->setEnabled(m_doc.IsLoaded() && target != -1 && m_doc.IsTopLevelUnit(target));
+    m_commands.Get(CommandIds::UniqueFiles)->setEnabled(UniqueFilesTarget() != -1);
 }
 
 void CMainFrame::OnUpdate()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "acquisition/AddLocationJob.h"
+#include "copies/CopySearch.h"
 #include "views/Commands.h"
 #include "views/UnitIcons.h"
 
@@ -8,10 +9,12 @@
 #include <QStringList>
 #include <QTimer>
 
+#include <functional>
 #include <memory>
 #include <vector>
 
 class CBrowseHistory;
+class CCopiesDlg;
 class CDetailsView;
 class CFindBox;
 class CInsertedDiscBar;
@@ -70,6 +73,11 @@ public:
     void SetDriveSystem(std::shared_ptr<DriveSystem> drives);
     // The modeless search dialog, made on first use and kept.
     CSearchDlg& SearchDialog();
+    // Searches the catalogue for copies, or for the files of unitId kept nowhere else,
+    // with progress and Cancel, and shows what was found in a window of its own; null
+    // when the search was cancelled or failed.
+    CCopiesDlg* FindDuplicates(const CCopySearch::Options& options);
+    CCopiesDlg* FindUniqueFiles(int unitId);
     // Selects treePath ([StorageID, UnitID, ...]) in the tree and then listUnitId (when
     // not 0) in the list.
     void BrowseTo(const std::vector<int>& treePath, int listUnitId);
@@ -116,6 +124,13 @@ private:
     // A disc the duplicate dialog pointed at: its storage in the tree, the disc in the list.
     void RevealTopUnit(int unitId);
     void OnSearch();
+    // The disc or folder "Files Kept Nowhere Else..." is for, as Update... chooses; -1
+    // when what is selected is neither.
+    int UniqueFilesTarget() const;
+    void OnFindDuplicates();
+    // Runs find on a new results window (autosave held meanwhile) and shows the window
+    // when it succeeded; otherwise the window is deleted and null returned.
+    CCopiesDlg* ShowCopies(CCopiesDlg* dialog, const std::function<bool(CCopiesDlg&)>& find);
     void OnOptions();
     void ApplySettings();
     void OnReport();

@@ -497,10 +497,10 @@ void CNavigationView::FillContextMenu(QMenu& menu, QTreeWidgetItem* item)
     }
     menu.setAccessibleName(QStringLiteral("Item menu"));
     const bool isUnit = item->parent() != nullptr;
-    bool isFolder = false;
+    UnitKind kind = UnitKind::File;
     if (isUnit)
-        m_doc.Guard(
-            [&] { isFolder = m_doc.Database().GetUnit(ItemId(item)).Kind == UnitKind::Folder; });
+        m_doc.Guard([&] { kind = m_doc.Database().GetUnit(ItemId(item)).Kind; });
+    const bool isFolder = isUnit && kind == UnitKind::Folder;
     // Storages and discs may take a new name here; folders may not. Units take no
     // additions of their own.
     QAction* rename = menu.addAction(m_commands.Get(CommandIds::Rename)->text());
@@ -511,6 +511,9 @@ void CNavigationView::FillContextMenu(QMenu& menu, QTreeWidgetItem* item)
     QAction* update = m_commands.Get(CommandIds::Update);
     update->setEnabled(isUnit && m_doc.IsTopLevelUnit(ItemId(item)));
     menu.addAction(update);
+    QAction* unique = m_commands.Get(CommandIds::UniqueFiles);
+    unique->setEnabled(isUnit && (kind == UnitKind::Disc || isFolder));
+    menu.addAction(unique);
     menu.addSeparator();
     QMenu* add = menu.addMenu(tr("Add"));
     for (const auto& [id, text] : {std::pair{CommandIds::AddDisc, tr("Disc")},
