@@ -135,7 +135,13 @@ bool CCopiesDlg::Run(CCopySearch& search, const QString& label,
     progress.setMinimumDuration(0);
     progress.setAutoClose(false);
     progress.setAutoReset(false);
-    connect(&progress, &QProgressDialog::canceled, &progress, [&search] { search.Cancel(); });
+    // Once the user has cancelled, nothing is listed, even when the worker got to its
+    // end before it saw the request.
+    bool cancelled = false;
+    connect(&progress, &QProgressDialog::canceled, &progress, [&search, &cancelled] {
+        cancelled = true;
+        search.Cancel();
+    });
     QEventLoop loop;
     bool started = false;
     if (!m_doc.Guard([&] { started = start(this); }))
@@ -152,6 +158,8 @@ bool CCopiesDlg::Run(CCopySearch& search, const QString& label,
     m_loop = nullptr;
     m_progress = nullptr;
     search.Wait();
+    if (cancelled)
+        return false;
     switch (search.Outcome()) {
     case WorkOutcome::Succeeded:
         return true;
