@@ -6,14 +6,18 @@
 #include "search/ContextListCtrl.h"
 #include "search/CopiesDlg.h"
 #include "search/CopiesModel.h"
+#include "search/CopyOptionsDlg.h"
 #include "views/CommandIds.h"
 #include "views/DetailsView.h"
 #include "views/MainFrame.h"
 #include "views/NavigationView.h"
 
 #include <QAction>
+#include <QCheckBox>
+#include <QComboBox>
 #include <QProgressDialog>
 #include <QPushButton>
+#include <QSpinBox>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -91,8 +95,16 @@ TEST_F(CopiesDlgTest, ListsTheGroupsLargestWasteFirstAndBrowsesToACopy)
     EXPECT_EQ(m_frame.Details().SelectedUnitId(), UnitNamed(m_second, "song.mp3"));
     dialog->close();
 
-    // The same date as well, and nothing under a kilobyte.
-    dialog = m_frame.FindDuplicates({true, 1024});
+    // The same date as well, and nothing under a kilobyte, as the options ask it.
+    CCopyOptionsDlg options(&m_frame);
+    options.WithDateBox().setChecked(true);
+    options.MinSizeBox().setValue(1);
+    options.UnitBox().setCurrentIndex(1);
+    EXPECT_EQ(options.Options().MinSize, 1024);
+    options.UnitBox().setCurrentIndex(3);
+    EXPECT_EQ(options.Options().MinSize, qint64(1) << 30);
+    options.UnitBox().setCurrentIndex(1);
+    dialog = m_frame.FindDuplicates(options.Options());
     ASSERT_TRUE(dialog);
     EXPECT_EQ(Rows(*dialog).size(), 4);
     EXPECT_TRUE(Rows(*dialog).front().startsWith(QStringLiteral("1|holiday.jpg|")));
