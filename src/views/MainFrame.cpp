@@ -653,6 +653,10 @@ int CMainFrame::UpdateTarget() const
 
 void CMainFrame::RefreshUpdateCommand()
 {
+    // A modal dialog may have a worker on the catalogue (an addition, a search for
+    // copies); the commands cannot be reached meanwhile, so they are looked at later.
+    if (QApplication::activeModalWidget())
+        return;
     const int target = UpdateTarget();
     m_commands.Get(CommandIds::Update)
         ->setEnabled(m_doc.IsLoaded() && target != -1 && m_doc.IsTopLevelUnit(target));
