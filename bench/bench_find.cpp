@@ -9,7 +9,7 @@
 //   characters through the index (alone, and as Auto reads it with the waiting units
 //   beside it) against the plain LIKE query, median of 5.
 //
-//   bench_find [TREE] [--units N]
+//   bench_find [TREE] [--units N] [--catalogue PATH] [--queries-only]
 #include "BenchSupport.h"
 #include "CatalogueGenerator.h"
 #include "acquisition/AddLocationJob.h"
@@ -19,10 +19,13 @@
 #include "document/ShelfwiseDoc.h"
 #include "settings/Settings.h"
 #include "sqlitewrapper/RowMappers.h"
+#include "sqlitewrapper/SqlText.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QProcess>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QThread>
 
@@ -59,6 +62,18 @@ double Median(std::vector<double> values)
     return values[values.size() / 2];
 }
 
+double Time(const std::function<void()>& work)
+{
+    std::vector<double> runs;
+    for (int i = 0; i < 5; ++i) {
+        QElapsedTimer timer;
+        timer.start();
+        work();
+        runs.push_back(Seconds(timer));
+    }
+    return Median(runs);
+}
+
 qint64 Number(CSqliteWrapper& db, const char* sql)
 {
     std::vector<QString> rows;
@@ -92,6 +107,7 @@ void MeasureAddition(const QString& tree)
                     db.Execute(
                         QStringLiteral("DROP TRIGGER UnitNameIndex%1").arg(QLatin1String(trigger)));
                 db.Execute(QStringLiteral("DROP TABLE UnitNameIndex"));
+                db.Execute(QStringLiteral("DROP VIEW UnitNameIndexContent"));
             }
             const int storage = doc.AddStorage(QStringLiteral("Bench"), QString());
             const qint64 before = Bytes(db);
@@ -118,6 +134,68 @@ void MeasureAddition(const QString& tree)
                 "index %.1f bytes per unit\n",
                 static_cast<double>(bytesWith) / units, static_cast<double>(bytesWithout) / units,
                 static_cast<double>(bytesWith - bytesWithout) / units);
+}
+
+// Finding in one folder addition of the tree against plocate over a plocate database of
+// the same tree built in the same run: what the find box does for each key (the first
+// page and the count) in this process, and the command line's find as a process,
+// against `plocate -c -i -b` (names, any case, every word) as a process.
+void MeasureAgainstPlocate(const QString& tree)
+{
+    const QString plocate = QStandardPaths::findExecutable(QStringLiteral("plocate"));
+    const QString updatedb = QStandardPaths::findExecutable(QStringLiteral("updatedb"));
+    if (plocate.isEmpty() || updatedb.isEmpty()) {
+        std::printf("plocate: not installed, comparison skipped\n");
+        return;
+    }
+    QTemporaryDir work;
+    const QString locateDb = work.filePath(QStringLiteral("usr.plocate.db"));
+    const auto run = [](const QString& program, const QStringList& arguments) {
+        QProcess process;
+        process.start(program, arguments);
+        process.waitForFinished(-1);
+        return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    };
+    if (run(updatedb, {QStringLiteral("-l"), QStringLiteral("0"), QStringLiteral("-o"), locateDb,
+                       QStringLiteral("-U"), tree}) != 0) {
+        std::printf("plocate: updatedb failed, comparison skipped\n");
+        return;
+    }
+    const QString catalogue = work.filePath(QStringLiteral("usr.db3"));
+    {
+        CShelfwiseDoc doc(true);
+        doc.OnNewDocument();
+        const int storage = doc.AddStorage(QStringLiteral("Bench"), QString());
+        BenchSupport::AddFolderSeconds(doc, storage, tree);
+        while (doc.Database().IndexNamesStep(100000) > 0) {
+        }
+        doc.Database().Execute(
+            QStringLiteral("VACUUM INTO %1").arg(SqlText::QuoteSqlString(catalogue)));
+    }
+    CSqliteWrapper db;
+    db.Open(catalogue, false);
+    const QString cli = QCoreApplication::applicationDirPath() + QStringLiteral("/shelfwise-cli");
+    for (const char* query : {"python", "share doc", "libreadline", "zzzq"}) {
+        const QStringList words = QString::fromLatin1(query).split(QLatin1Char(' '));
+        qint64 matches = 0;
+        const double findBox = Time([&] {
+            db.FindByName(words, 200, 0);
+            matches = db.CountByName(words);
+        });
+        const double command = Time([&] {
+            run(cli, QStringList{QStringLiteral("find"), catalogue} + words +
+                         QStringList{QStringLiteral("--limit"), QStringLiteral("200")});
+        });
+        const double located = Time([&] {
+            run(plocate, QStringList{QStringLiteral("-c"), QStringLiteral("-i"),
+                                     QStringLiteral("-b"), QStringLiteral("-d"), locateDb} +
+                             words);
+        });
+        std::printf("  \"%s\" (%lld matches): find box %.1f ms (%.2f x plocate), find command "
+                    "%.1f ms (%.2f x), plocate -c %.1f ms\n",
+                    query, static_cast<long long>(matches), findBox * 1e3, findBox / located,
+                    command * 1e3, command / located, located * 1e3);
+    }
 }
 
 // Names of a photo and music collection: two words of a list of 64, a number, an
@@ -158,31 +236,24 @@ bool Generate(const QString& path, qint64 units)
     return CCatalogueGenerator(shape).Write(path);
 }
 
-double Time(const std::function<void()>& work)
-{
-    std::vector<double> runs;
-    for (int i = 0; i < 5; ++i) {
-        QElapsedTimer timer;
-        timer.start();
-        work();
-        runs.push_back(Seconds(timer));
-    }
-    return Median(runs);
-}
-
-int MeasureQueries(qint64 units)
+// A catalogue given with --catalogue is generated there once and read again by later runs.
+int MeasureQueries(qint64 units, QString path)
 {
     QTemporaryDir work;
-    const QString path = work.filePath(QStringLiteral("bench.db3"));
-    if (!QFile::copy(QStringLiteral(SHELFWISE_DATA_DIR "/empty.db3"), path))
-        return 1;
-    QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
-    // Generated as an addition or an upgrade leaves a catalogue: every unit waiting for
-    // the index.
+    const bool reuse = !path.isEmpty() && QFile::exists(path);
+    if (path.isEmpty())
+        path = work.filePath(QStringLiteral("bench.db3"));
     QElapsedTimer timer;
     timer.start();
-    if (!Generate(path, units))
-        return 1;
+    if (!reuse) {
+        if (!QFile::copy(QStringLiteral(SHELFWISE_DATA_DIR "/empty.db3"), path))
+            return 1;
+        QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
+        // Generated as an addition or an upgrade leaves a catalogue: every unit waiting
+        // for the index.
+        if (!Generate(path, units))
+            return 1;
+    }
     CSqliteWrapper db;
     db.Open(path, true);
     const qint64 count = db.CountUnits();
@@ -210,6 +281,24 @@ int MeasureQueries(qint64 units)
                     scanPage * 1e3, scanPage / page, counted * 1e3, scanCount * 1e3,
                     scanCount / counted);
     }
+    // The search dialog's text: the query alone against the query the index narrows.
+    for (const char* text : {"lantern", "festival*parade", "lantern 12345"}) {
+        for (const bool notes : {false, true}) {
+            SearchCriteria criteria;
+            criteria.Text = QString::fromLatin1(text);
+            criteria.SearchNotes = notes;
+            std::vector<UnitListItem> found;
+            const double narrowed = Time([&] { db.SearchUnits(criteria, found); });
+            const double plain = Time([&] {
+                db.QueryRows(CSqliteWrapper::BuildSearchQuery(criteria), found,
+                             &RowMappers::UnitListItems);
+            });
+            std::printf("  search dialog \"%s\"%s (%zu rows): %.1f ms, without the index %.1f "
+                        "ms, %.0f x\n",
+                        text, notes ? " in names and notes" : "", found.size(), narrowed * 1e3,
+                        plain * 1e3, plain / narrowed);
+        }
+    }
     return 0;
 }
 
@@ -218,12 +307,18 @@ int Run(int argc, char** argv)
     QCoreApplication app(argc, argv);
     QStringList arguments = app.arguments();
     arguments.removeFirst();
-    qint64 units = 1000000;
-    const qsizetype at = arguments.indexOf(QStringLiteral("--units"));
-    if (at >= 0 && at + 1 < arguments.size()) {
-        units = arguments[at + 1].toLongLong();
+    const auto option = [&arguments](const char* name) {
+        const qsizetype at = arguments.indexOf(QLatin1String(name));
+        if (at < 0 || at + 1 >= arguments.size())
+            return QString();
+        const QString value = arguments[at + 1];
         arguments.remove(at, 2);
-    }
+        return value;
+    };
+    const QString unitsText = option("--units");
+    const qint64 units = unitsText.isEmpty() ? 1000000 : unitsText.toLongLong();
+    const QString catalogue = option("--catalogue");
+    const bool queriesOnly = arguments.removeAll(QStringLiteral("--queries-only")) > 0;
     const QString tree = arguments.isEmpty() ? QStringLiteral("/usr") : arguments.front();
     QTemporaryDir settings;
     qputenv("SHELFWISE_SETTINGS_DIR", QFile::encodeName(settings.path()));
@@ -232,8 +327,12 @@ int Run(int argc, char** argv)
     YesPrompter prompter;
     UserPrompter::SetCurrent(&prompter);
     std::printf("machine: %d cores\n", QThread::idealThreadCount());
-    MeasureAddition(tree);
-    return MeasureQueries(units);
+    if (!queriesOnly) {
+        MeasureAddition(tree);
+        std::printf("finding over %s's names:\n", qPrintable(tree));
+        MeasureAgainstPlocate(tree);
+    }
+    return MeasureQueries(units, catalogue);
 }
 
 } // namespace

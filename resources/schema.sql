@@ -56,6 +56,8 @@ CREATE TABLE Units (
 -- storage, the report) read the table once anyway.
 CREATE INDEX UnitsByParent ON Units (ParentUnitID, UnitType);
 CREATE INDEX UnitsByDiscInfo ON Units (DiscInfoID) WHERE DiscInfoID IS NOT NULL;
+-- The few units with notes (version 1.4 on), for a search in names and notes.
+CREATE INDEX UnitsWithNotes ON Units (UnitID) WHERE UnitNotes IS NOT NULL;
 
 CREATE INDEX DiscInfoBySerial ON DiscInfo (SerialNumber);
 
@@ -122,13 +124,18 @@ CREATE TABLE UnitUpdates (
 );
 CREATE INDEX UnitUpdatesByUnit ON UnitUpdates (UnitID);
 
--- The name index (version 1.3 on).
--- UnitNameIndex is an FTS5 table with the trigram tokenizer over Units.UnitName: every
+-- The name index (version 1.3 on; the end mark from 1.4).
+-- UnitNameIndex is an FTS5 table with the trigram tokenizer over the units' names: every
 -- run of three characters of a name (case folded) leads to the units whose names hold
--- it. It keeps no copy of the names (content='Units'): a search reads them from Units.
+-- it. It keeps no copy of the names: its content is the view below, each name followed
+-- by char(1), a character no typed word holds, so that '^"holiday" + char(1)' finds the
+-- names equal to "holiday" and '^"holiday"' those starting with it, in the index alone.
 -- columnsize=0 leaves out the table of name lengths, which nothing here ranks by.
+CREATE VIEW UnitNameIndexContent AS SELECT UnitID, UnitName || char(1) AS UnitName FROM Units;
+
 CREATE VIRTUAL TABLE UnitNameIndex USING fts5(
-    UnitName, content='Units', content_rowid='UnitID', tokenize='trigram', columnsize=0);
+    UnitName, content='UnitNameIndexContent', content_rowid='UnitID', tokenize='trigram',
+    columnsize=0);
 
 -- The units whose names are not in the index yet, one row each. A unit added to the
 -- catalogue waits here (the insert trigger below records it, which costs an addition
@@ -137,7 +144,8 @@ CREATE VIRTUAL TABLE UnitNameIndex USING fts5(
 -- with every unit it holds here. No row means every name is indexed. A search reads
 -- the waiting units' names itself. Renames and deletes keep the index right through
 -- the triggers below, which leave the index alone for a unit still waiting: FTS5's
--- 'delete' of a row it never indexed would corrupt it.
+-- 'delete' of a row it never indexed would corrupt it. A 'delete' names the indexed
+-- text, the name with its end mark.
 CREATE TABLE UnitNameIndexPending (
     UnitID INTEGER PRIMARY KEY
 );
@@ -152,7 +160,7 @@ END;
 CREATE TRIGGER UnitNameIndexDelete AFTER DELETE ON Units
 BEGIN
     INSERT INTO UnitNameIndex (UnitNameIndex, rowid, UnitName)
-        SELECT 'delete', old.UnitID, old.UnitName
+        SELECT 'delete', old.UnitID, old.UnitName || char(1)
         WHERE NOT EXISTS (SELECT 1 FROM UnitNameIndexPending WHERE UnitID = old.UnitID);
     DELETE FROM UnitNameIndexPending WHERE UnitID = old.UnitID;
 END;
@@ -162,8 +170,8 @@ WHEN old.UnitName IS NOT new.UnitName
     AND NOT EXISTS (SELECT 1 FROM UnitNameIndexPending WHERE UnitID = old.UnitID)
 BEGIN
     INSERT INTO UnitNameIndex (UnitNameIndex, rowid, UnitName)
-        VALUES ('delete', old.UnitID, old.UnitName);
-    INSERT INTO UnitNameIndex (rowid, UnitName) VALUES (new.UnitID, new.UnitName);
+        VALUES ('delete', old.UnitID, old.UnitName || char(1));
+    INSERT INTO UnitNameIndex (rowid, UnitName) VALUES (new.UnitID, new.UnitName || char(1));
 END;
 
 -- SELECT * FROM Categories is read as id, name, custom flag.

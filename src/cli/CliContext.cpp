@@ -3,6 +3,7 @@
 #include "cli/Interrupt.h"
 #include "cli/Table.h"
 #include "common/Strings.h"
+#include "document/ProgramVersion.h"
 #include "errorlog/ErrorLog.h"
 
 #include <QFileInfo>
@@ -69,6 +70,25 @@ bool CliContext::OpenCatalogue(const QString& path, bool forEdit)
     m_doc->SetHistoryEnabled(false);
     QObject::connect(m_doc.get(), &CShelfwiseDoc::saving, [] { InterruptGuard::BeginSave(); });
     return m_doc->OnOpenDocument(info.absoluteFilePath()) && !m_prompter.CloseRequested();
+}
+
+bool CliContext::OpenForReading(const QString& path)
+{
+    const QFileInfo info(path);
+    if (info.isFile()) {
+        auto reader = std::make_unique<CSqliteWrapper>();
+        try {
+            reader->OpenForReading(info.absoluteFilePath());
+            if (Version::ParseVersionNumber(reader->GetDatabaseVersion()) ==
+                Version::ProgramVersion()) {
+                m_reader = std::move(reader);
+                return true;
+            }
+        } catch (const CSqliteWrapperError&) {
+            // Not a catalogue this way: the document's open says why.
+        }
+    }
+    return OpenCatalogue(path, false);
 }
 
 bool CliContext::IndexWaitingNames()

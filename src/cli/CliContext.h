@@ -7,6 +7,7 @@
 #include "cli/CommandLine.h"
 #include "document/ShelfwiseDoc.h"
 
+#include <exception>
 #include <memory>
 #include <utility>
 
@@ -40,8 +41,27 @@ public:
     // Opens FILE into a working copy; an editing command locks the file until it has
     // saved. False when it could not be opened (the error has been shown).
     bool OpenCatalogue(const QString& path, bool forEdit);
+    // For a command that only reads: the file itself, read-only, when it is at this
+    // program's catalogue version, so that a query of a catalogue of millions of units
+    // does not first copy it; an older or newer one as OpenCatalogue(path, false) opens
+    // it. Doc() is not there after the first way: use Db() and Guard().
+    bool OpenForReading(const QString& path);
     CShelfwiseDoc& Doc() { return *m_doc; }
-    CSqliteWrapper& Db() { return m_doc->Database(); }
+    CSqliteWrapper& Db() { return m_reader ? *m_reader : m_doc->Database(); }
+    // Runs a catalogue operation, reporting its failure as the document does; false
+    // when it failed.
+    template <typename F> bool Guard(F&& operation)
+    {
+        if (m_doc)
+            return m_doc->Guard(std::forward<F>(operation));
+        try {
+            operation();
+            return true;
+        } catch (const std::exception& error) {
+            Fail(QString::fromUtf8(error.what()));
+            return false;
+        }
+    }
     // Indexes the names of the units an addition or update left waiting for the name
     // index, in bulk steps with a progress line, so the saved catalogue needs none of
     // the window's work. False when Ctrl+C stopped it.
@@ -71,4 +91,5 @@ private:
     DriveSystemFactory m_drives;
     CatalogueLock m_lock;
     std::unique_ptr<CShelfwiseDoc> m_doc;
+    std::unique_ptr<CSqliteWrapper> m_reader;
 };

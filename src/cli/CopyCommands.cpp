@@ -62,7 +62,7 @@ int RunSearch(CliContext& ctx, CCopySearch& search, const char* what, StartFn st
     QEventLoop loop;
     CopySearchDriver driver(loop, what);
     bool started = false;
-    if (!ctx.Doc().Guard([&] { started = start(&driver); }))
+    if (!ctx.Guard([&] { started = start(&driver); }))
         return ExitStatus::Error;
     if (!started)
         return ctx.Fail(search.Error());
@@ -120,7 +120,7 @@ int Duplicates(CliContext& ctx)
             return ctx.UsageError(QStringLiteral("--min-size takes a number of bytes"));
     }
     InterruptGuard interrupt;
-    if (!ctx.OpenCatalogue(ctx.Args.Positionals().at(0), false))
+    if (!ctx.OpenForReading(ctx.Args.Positionals().at(0)))
         return ExitStatus::Error;
     CCopySearch search(ctx.Db());
     const int status = RunSearch(ctx, search, "Looking for copies", [&](QObject* notify) {
@@ -134,7 +134,7 @@ int Duplicates(CliContext& ctx)
                  QStringLiteral("size"), QStringLiteral("location")});
     Locations locations(ctx.Db());
     const std::vector<CCopySearch::Group>& groups = search.Groups();
-    bool read = ctx.Doc().Guard([&] {
+    bool read = ctx.Guard([&] {
         for (size_t first = 0; first < groups.size();) {
             std::vector<int> ids;
             size_t end = first;
@@ -162,7 +162,7 @@ int Unique(CliContext& ctx)
     if (!ctx.Args.Has(kUnit))
         return ctx.UsageError(QStringLiteral("unique FILE --unit ID"));
     InterruptGuard interrupt;
-    if (!ctx.OpenCatalogue(ctx.Args.Positionals().at(0), false))
+    if (!ctx.OpenForReading(ctx.Args.Positionals().at(0)))
         return ExitStatus::Error;
     UnitListItem unit;
     if (!ctx.ResolveUnit(ctx.Args.Value(kUnit), unit))
@@ -183,7 +183,7 @@ int Unique(CliContext& ctx)
                  QStringLiteral("location")});
     Locations locations(ctx.Db());
     const std::vector<CatalogueFile>& files = search.UniqueFiles();
-    bool read = ctx.Doc().Guard([&] {
+    bool read = ctx.Guard([&] {
         for (size_t first = 0; first < files.size(); first += kLocationsPerQuery) {
             const size_t end = std::min(files.size(), first + kLocationsPerQuery);
             std::vector<int> ids;

@@ -25,12 +25,12 @@ int Find(CliContext& ctx)
     }
     if (words.join(QString()).trimmed().isEmpty())
         return ctx.UsageError(QStringLiteral("find FILE WORD... [--limit N]"));
-    if (!ctx.OpenCatalogue(file, false))
+    if (!ctx.OpenForReading(file))
         return ExitStatus::Error;
 
     std::vector<FoundUnit> found;
     qint64 total = 0;
-    if (!ctx.Doc().Guard([&] {
+    if (!ctx.Guard([&] {
             found = ctx.Db().FindByName(words, limit, 0);
             total = static_cast<qint64>(found.size()) < limit ? static_cast<qint64>(found.size())
                                                               : ctx.Db().CountByName(words);
@@ -67,7 +67,8 @@ std::vector<CliCommand> FindCommands()
              "and without regard to case; every character is taken as typed (quotes, %\n"
              "and _ included). A WORD of one or two characters matches the start of a name\n"
              "when no longer WORD is given. Best first: the name equal to the words, then\n"
-             "names starting with the first word, then the rest, each by name.\n"
+             "names starting with the first word, then the rest, each in the catalogue's\n"
+             "order.\n"
              "Each row: id, name, type, size in bytes, and where the unit lies (storage\n"
              "and folders). At most N rows (200 unless --limit); when more match, how many\n"
              "is said on stderr. Without a match the command says \"No matches found. Try\n"

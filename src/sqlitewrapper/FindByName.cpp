@@ -1,9 +1,15 @@
 // Finding units by the words of their names: through the name index (FTS5, trigram)
 // for the words long enough for it, with LIKE over the names of the units that still
 // wait to be indexed beside it, so that a unit just added is found at once; by LIKE
-// over every name in a catalogue without the index. Every word reaches the statement as a literal:
-// the index's words as FTS5 strings inside one SQL string literal, the others as LIKE patterns with
-// '%', '_' and the escape character itself escaped.
+// over every name in a catalogue without the index. Every word reaches the statement as
+// a literal: the index's words as FTS5 strings inside one SQL string literal, the others
+// as LIKE patterns with '%', '_' and the escape character itself escaped.
+//
+// Through the index the ranks are read one after the other, each in the catalogue's
+// order, which is the index's own: the names equal to the words ('^' and the end mark
+// the index puts after every name), those starting with the first word ('^'), the rest.
+// A page so reads only as far into the matches as it shows, where sorting them all
+// would read every matching unit's name first.
 #include "sqlitewrapper/RowMappers.h"
 #include "sqlitewrapper/SqliteWrapper.h"
 
@@ -141,6 +147,97 @@ void FoundUnitRows(std::vector<FoundUnit>& rows, int, char** values)
     rows.push_back(std::move(unit));
 }
 
+const char* const kFoundColumns = "SELECT Units.UnitID, Units.UnitName, Units.UnitType, "
+                                  "Units.UnitSize, Units.CategoryID FROM Units";
+
+// The ranks as conditions on a unit's name, for LIKE: the name equal to the words, the
+// name starting with the first word.
+QString EqualName(const NameQuery& query)
+{
+    return QStringLiteral("Units.UnitName = %1 COLLATE NOCASE")
+        .arg(QuoteSqlString(query.words.join(QLatin1Char(' '))));
+}
+
+QString StartsWithFirst(const NameQuery& query)
+{
+    return Like(EscapeLike(query.words.front()) + QLatin1Char('%'));
+}
+
+// An FTS5 string; '^' before it: at the start of the name.
+QString FtsString(QString text, bool atStart = false)
+{
+    return QLatin1String(atStart ? "^\"" : "\"") +
+           text.replace(QLatin1Char('"'), QStringLiteral("\"\"")) + QLatin1Char('"');
+}
+
+// One rank read through the index: the index's query, and the conditions on the row of
+// Units the index cannot tell (short words, a short first word), which LIKE also puts
+// on the units still waiting for the index.
+struct Rank
+{
+    QString match;
+    QStringList conditions;
+    QStringList pendingConditions;
+};
+
+std::vector<Rank> IndexRanks(const NameQuery& query)
+{
+    QStringList all;
+    for (const QString& word : query.indexed)
+        all << FtsString(word);
+    const QString base = all.join(QStringLiteral(" AND "));
+    // char(1) ends every name in the index.
+    const QString equal = FtsString(query.words.join(QLatin1Char(' ')) + QChar(1), true);
+    const QString& first = query.words.front();
+    const QStringList shortWords = LikeConditions(query);
+    const QString anywhere = LikeAnywhere(query.indexed);
+    const QString starts = StartsWithFirst(query);
+
+    std::vector<Rank> ranks(3);
+    ranks[0].match = equal;
+    ranks[0].pendingConditions << anywhere << EqualName(query);
+    if (CharacterCount(first) >= kIndexedWordLength) {
+        ranks[1].match =
+            QStringLiteral("(%1 AND %2) NOT %3").arg(base, FtsString(first, true), equal);
+        ranks[2].match = QStringLiteral("(%1) NOT %2").arg(base, FtsString(first, true));
+    } else {
+        ranks[1].match = QStringLiteral("(%1) NOT %2").arg(base, equal);
+        ranks[1].conditions << starts;
+        ranks[2].match = base;
+        ranks[2].conditions << QStringLiteral("NOT ") + starts;
+    }
+    for (int i = 1; i < 3; ++i) {
+        ranks[i].conditions << shortWords;
+        ranks[i].pendingConditions << anywhere << shortWords;
+    }
+    ranks[1].pendingConditions << starts << QStringLiteral("NOT ") + EqualName(query);
+    ranks[2].pendingConditions << QStringLiteral("NOT ") + starts;
+    return ranks;
+}
+
+// The ids of one rank in the catalogue's order: the index's matches, then (merged by
+// id) the waiting units' ones.
+QString RankIds(const Rank& rank, bool withPending)
+{
+    QString sql = QStringLiteral("SELECT UnitNameIndex.rowid FROM UnitNameIndex");
+    if (!rank.conditions.isEmpty())
+        sql += QStringLiteral(" CROSS JOIN Units ON Units.UnitID = UnitNameIndex.rowid");
+    sql += QStringLiteral(" WHERE UnitNameIndex MATCH ") + QuoteSqlString(rank.match);
+    for (const QString& condition : rank.conditions)
+        sql += QStringLiteral(" AND ") + condition;
+    if (withPending)
+        sql += QStringLiteral(" UNION ALL SELECT UnitNameIndexPending.UnitID FROM "
+                              "UnitNameIndexPending CROSS JOIN Units ON Units.UnitID = "
+                              "UnitNameIndexPending.UnitID WHERE ") +
+               rank.pendingConditions.join(QStringLiteral(" AND "));
+    return sql;
+}
+
+qint64 FirstNumber(const std::vector<QString>& rows)
+{
+    return rows.empty() ? 0 : rows.front().toLongLong();
+}
+
 } // namespace
 
 std::vector<FoundUnit> CSqliteWrapper::FindByName(const QStringList& words, int limit, int offset,
@@ -151,23 +248,60 @@ std::vector<FoundUnit> CSqliteWrapper::FindByName(const QStringList& words, int 
     std::vector<FoundUnit> found;
     if (query.words.isEmpty() || limit <= 0)
         return found;
-    // Ranked: the whole name as typed, then the names that start with the first word.
-    const QString rank =
-        QStringLiteral("CASE WHEN Units.UnitName = %1 COLLATE NOCASE THEN 0 WHEN %2 THEN 1 ELSE 2 "
-                       "END")
-            .arg(QuoteSqlString(query.words.join(QLatin1Char(' '))),
-                 Like(EscapeLike(query.words.front()) + QLatin1Char('%')));
-    const QString sql = Format("SELECT Units.UnitID, Units.UnitName, Units.UnitType, "
-                               "Units.UnitSize, Units.CategoryID FROM Units WHERE %s ORDER BY "
-                               "%s, Units.UnitName COLLATE NOCASE, Units.UnitID LIMIT %d OFFSET %d",
-                               {WhereClause(query, withPending), rank, limit, std::max(0, offset)});
-    QueryRows(sql, found, &FoundUnitRows);
+    offset = std::max(0, offset);
 
-    std::vector<int> ids;
-    ids.reserve(found.size());
+    if (query.indexed.isEmpty()) {
+        // By LIKE alone: ranked in one statement.
+        const QString rank = QStringLiteral("CASE WHEN %1 THEN 0 WHEN %2 THEN 1 ELSE 2 END")
+                                 .arg(EqualName(query), StartsWithFirst(query));
+        QueryRows(Format("%s WHERE %s ORDER BY %s, Units.UnitID LIMIT %d OFFSET %d",
+                         {kFoundColumns, WhereClause(query, false), rank, limit, offset}),
+                  found, &FoundUnitRows);
+    } else {
+        // Rank by rank, each read only as far as the page goes; a rank the offset passes
+        // whole is counted to know how far into the next one the page starts.
+        std::vector<int> ids;
+        for (const Rank& rank : IndexRanks(query)) {
+            const int wanted = limit - static_cast<int>(ids.size());
+            if (wanted <= 0)
+                break;
+            const QString rankIds = RankIds(rank, withPending);
+            const size_t before = ids.size();
+            QueryRows(Format("%s ORDER BY 1 LIMIT %d OFFSET %d", {rankIds, wanted, offset}), ids,
+                      &RowMappers::Ids);
+            const int read = static_cast<int>(ids.size() - before);
+            if (read > 0 || offset == 0) {
+                offset = 0;
+                continue;
+            }
+            std::vector<QString> counted;
+            QueryRows(Format("SELECT COUNT(*) FROM (%s)", {rankIds}), counted, &RowMappers::Texts);
+            offset -= static_cast<int>(std::min<qint64>(offset, FirstNumber(counted)));
+        }
+        if (ids.empty())
+            return found;
+        QStringList list;
+        for (const int id : ids)
+            list << QString::number(id);
+        std::vector<FoundUnit> rows;
+        QueryRows(
+            Format("%s WHERE Units.UnitID IN (%s)", {kFoundColumns, list.join(QLatin1Char(','))}),
+            rows, &FoundUnitRows);
+        std::map<int, FoundUnit*> byId;
+        for (FoundUnit& row : rows)
+            byId[row.UnitID] = &row;
+        for (const int id : ids) {
+            const auto it = byId.find(id);
+            if (it != byId.end())
+                found.push_back(std::move(*it->second));
+        }
+    }
+
+    std::vector<int> foundIds;
+    foundIds.reserve(found.size());
     for (const FoundUnit& unit : found)
-        ids.push_back(unit.UnitID);
-    const std::map<int, QString> locations = GetUnitLocations(ids);
+        foundIds.push_back(unit.UnitID);
+    const std::map<int, QString> locations = GetUnitLocations(foundIds);
     for (FoundUnit& unit : found) {
         const auto it = locations.find(unit.UnitID);
         if (it != locations.end())
@@ -194,5 +328,5 @@ qint64 CSqliteWrapper::CountByName(const QStringList& words, NameLookup how)
     }
     std::vector<QString> rows;
     QueryRows(sql, rows, &RowMappers::Texts);
-    return rows.empty() ? 0 : rows.front().toLongLong();
+    return FirstNumber(rows);
 }

@@ -1,8 +1,8 @@
 // The name index of a catalogue (version 1.3 on): an FTS5 table with the trigram
-// tokenizer over Units.UnitName. Added units wait in UnitNameIndexPending (one row each,
-// recorded by the insert trigger, as are every unit of an upgraded catalogue); renames
-// and deletes of indexed units follow through triggers. This file tells whether the
-// index is there and complete, and indexes the waiting units in bulk.
+// tokenizer over Units.UnitName (from 1.4 each name with an end mark, char(1)). Added units wait in
+// UnitNameIndexPending (one row each, recorded by the insert trigger, as are every unit of an
+// upgraded catalogue); renames and deletes of indexed units follow through triggers. This file
+// tells whether the index is there and complete, and indexes the waiting units in bulk.
 #include "sqlitewrapper/RowMappers.h"
 #include "sqlitewrapper/SqliteWrapper.h"
 #include "sqlitewrapper/Transaction.h"
@@ -73,9 +73,12 @@ qint64 CSqliteWrapper::IndexNamesStep(int maxUnits)
     std::unique_ptr<CTransaction> transaction;
     if (!InTransaction())
         transaction = std::make_unique<CTransaction>(*this);
-    Execute(Format("INSERT INTO UnitNameIndex (rowid, UnitName) SELECT Units.UnitID, "
-                   "Units.UnitName FROM UnitNameIndexPending INNER JOIN Units ON Units.UnitID = "
-                   "UnitNameIndexPending.UnitID WHERE UnitNameIndexPending.UnitID <= %lld",
+    // The index's content view gives each name with its end mark.
+    Execute(Format("INSERT INTO UnitNameIndex (rowid, UnitName) SELECT "
+                   "UnitNameIndexContent.UnitID, UnitNameIndexContent.UnitName FROM "
+                   "UnitNameIndexPending INNER JOIN UnitNameIndexContent ON "
+                   "UnitNameIndexContent.UnitID = UnitNameIndexPending.UnitID WHERE "
+                   "UnitNameIndexPending.UnitID <= %lld",
                    {through}));
     Execute(Format("DELETE FROM UnitNameIndexPending WHERE UnitID <= %lld", {through}));
     if (transaction)

@@ -2,6 +2,8 @@
 #include "sqlitewrapper/RowMappers.h"
 #include "sqlitewrapper/SqliteWrapper.h"
 
+#include <QRegularExpression>
+
 using SqlText::EscapeSqlQuotes;
 using SqlText::Format;
 using SqlText::FormatSqlDate;
@@ -31,7 +33,40 @@ QString DateColumn(int dateField)
     }
 }
 
+// The runs of literal characters of a search text: what every matching name holds,
+// with the wildcards between them.
+QStringList LiteralRuns(const QString& typed)
+{
+    static const QRegularExpression wildcards(QStringLiteral("[%_*?]"));
+    return typed.split(wildcards, Qt::SkipEmptyParts);
+}
+
+// The trigram index finds runs of three characters or more.
+constexpr int kIndexedRunLength = 3;
+
 } // namespace
+
+QString CSqliteWrapper::SearchNarrowing(const SearchCriteria& c)
+{
+    QStringList phrases;
+    for (QString run : LiteralRuns(c.Text)) {
+        if (run.toUcs4().size() >= kIndexedRunLength)
+            phrases << QLatin1Char('"') + run.replace(QLatin1Char('"'), QStringLiteral("\"\"")) +
+                           QLatin1Char('"');
+    }
+    // Reading every waiting unit besides the index's matches would cost more than the
+    // plain scan while an upgraded catalogue's index is still being built.
+    if (phrases.isEmpty() || !HasNameIndex() || CountUnindexedNames() > kMaxUnindexedForSearch)
+        return QString();
+    QString ids = QStringLiteral("SELECT rowid FROM UnitNameIndex WHERE UnitNameIndex MATCH %1 "
+                                 "UNION ALL SELECT UnitID FROM UnitNameIndexPending")
+                      .arg(SqlText::QuoteSqlString(phrases.join(QStringLiteral(" AND "))));
+    // The text may match a unit's notes instead: the few units with notes come through
+    // their own index.
+    if (c.SearchNotes)
+        ids += QStringLiteral(" UNION ALL SELECT UnitID FROM Units WHERE UnitNotes IS NOT NULL");
+    return QStringLiteral(" AND UnitID IN (%1)").arg(ids);
+}
 
 QString CSqliteWrapper::BuildSearchQuery(const SearchCriteria& c)
 {
@@ -89,7 +124,9 @@ QString CSqliteWrapper::BuildSearchQuery(const SearchCriteria& c)
 
 void CSqliteWrapper::SearchUnits(const SearchCriteria& criteria, std::vector<UnitListItem>& items)
 {
-    const QString sql = BuildSearchQuery(criteria);
+    // The name index narrows the units LIKE reads to those holding the text's runs of
+    // literal characters; LIKE still decides, so the rows are those of the query alone.
+    const QString sql = BuildSearchQuery(criteria) + SearchNarrowing(criteria);
     CheckSingleStatement(sql, true);
     items.clear();
     QueryRows(sql, items, &RowMappers::UnitListItems);

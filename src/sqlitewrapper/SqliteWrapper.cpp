@@ -38,10 +38,20 @@ void ConfigureLibrary()
 
 void CSqliteWrapper::Open(const QString& path, bool fatal)
 {
+    OpenWith(path, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE, fatal);
+}
+
+void CSqliteWrapper::OpenForReading(const QString& path)
+{
+    OpenWith(path, SQLITE_OPEN_READONLY, false);
+}
+
+void CSqliteWrapper::OpenWith(const QString& path, int flags, bool fatal)
+{
     Close();
     ConfigureLibrary();
     sqlite3* db = nullptr;
-    const int rc = sqlite3_open(SqlText::ToUtf8(path).c_str(), &db);
+    const int rc = sqlite3_open_v2(SqlText::ToUtf8(path).c_str(), &db, flags, nullptr);
     if (rc != SQLITE_OK) {
         const std::string message = db ? sqlite3_errmsg(db) : "out of memory";
         // A handle is returned even on failure; it must still be released.

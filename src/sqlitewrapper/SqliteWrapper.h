@@ -47,6 +47,8 @@ public:
 
     // Connection
     void Open(const QString& path, bool fatal);
+    // Opens the file itself for reading only: every write fails, nothing is created.
+    void OpenForReading(const QString& path);
     void Close();
     bool IsOpen() const { return m_db != nullptr; }
     // Lets SQLite hand writes to the system without waiting for the disk ("PRAGMA
@@ -125,6 +127,11 @@ public:
                                         bool bySerial, bool bySize, bool byLabel);
     void SearchUnits(const SearchCriteria& criteria, std::vector<UnitListItem>& items);
     static QString BuildSearchQuery(const SearchCriteria& criteria);
+    // What SearchUnits adds to the query to read only the units the name index (and the
+    // index of units with notes) leads to; empty where the text has no run of three
+    // literal characters or the index is not there or far from complete.
+    QString SearchNarrowing(const SearchCriteria& criteria);
+    static constexpr qint64 kMaxUnindexedForSearch = 100000;
 
     // Finding units by name (FindByName.cpp). The units whose name holds every word, in
     // any order, without regard to case; every character of a word is literal ('%', '_',
@@ -132,8 +139,8 @@ public:
     // one or two characters is too short for the index: when no word is longer, the
     // name must start with the first word (and hold the others); otherwise it must hold
     // it. Best first: the name equal to the words (joined by blanks), then the names
-    // starting with the first word, then the rest, each by name. Words matched through
-    // the index ignore case for every letter; the short words, and all words of the
+    // starting with the first word, then the rest, each in the catalogue's order (by id). Words
+    // matched through the index ignore case for every letter; the short words, and all words of the
     // units still waiting to be indexed, are matched by LIKE, which ignores the case of
     // A-Z only.
     std::vector<FoundUnit> FindByName(const QStringList& words, int limit, int offset,
@@ -310,6 +317,7 @@ public:
     void ApplyChangeset(const QByteArray& changeset, bool inverse);
 
 private:
+    void OpenWith(const QString& path, int flags, bool fatal);
     enum class CheckQuery { UnitCounters, StorageCounters, MissingMediaRows, OrphanSources };
     static QString CheckStatement(CheckQuery query);
     static QString UnitNamesStatement(const std::vector<int>& unitIds);

@@ -125,6 +125,8 @@ TEST_F(UpdateCommands, ACatalogueThatRecordsNoSourceNeedsThePath)
         db.Execute(QStringLiteral("DROP TABLE UnitSources"));
         db.Execute(QStringLiteral("DROP TABLE UnitUpdates"));
         db.Execute(QStringLiteral("DROP TABLE UnitNameIndex"));
+        db.Execute(QStringLiteral("DROP VIEW UnitNameIndexContent"));
+        db.Execute(QStringLiteral("DROP INDEX UnitsWithNotes"));
         db.Execute(QStringLiteral("DROP TABLE UnitNameIndexPending"));
         for (const char* trigger : {"Insert", "Delete", "Rename"})
             db.Execute(QStringLiteral("DROP TRIGGER UnitNameIndex%1").arg(QLatin1String(trigger)));

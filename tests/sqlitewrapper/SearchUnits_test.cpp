@@ -1,4 +1,5 @@
 #include "TestCatalogue.h"
+#include "sqlitewrapper/RowMappers.h"
 
 #include <gtest/gtest.h>
 
@@ -191,4 +192,57 @@ TEST(SearchUnits, RunsAgainstACatalogue)
     } catch (const CSqliteWrapperError& e) {
         EXPECT_STREQ(e.what(), "no such column: Width");
     }
+}
+
+// The search reads only the units the name index leads to; the rows must be those of
+// the query alone, for indexed units and units still waiting, names and notes, texts
+// with wildcards, quotes and runs too short for the index.
+TEST(SearchUnits, TheNameIndexNarrowsWithoutChangingTheRows)
+{
+    TestCatalogue cat;
+    CSqliteWrapper& db = cat.Db();
+    const int shelf = db.AddStorage(QStringLiteral("Shelf"), QString());
+    const char* const names[] = {"Holiday 2019.jpg",   "holiday_2019.txt", "HOLIDAY notes",
+                                 "Anna's holiday.mp4", "100% done.txt",    "Ärger über Öl.txt",
+                                 "plain.txt",          "a\"quoted\" name", "ab"};
+    for (const char* name : names)
+        cat.AddFile(shelf, 0, QString::fromUtf8(name), 10);
+    const int link = cat.AddFile(shelf, 0, QStringLiteral("current"), 0);
+    db.SetUnitNotes(link, QStringLiteral("-> holiday 2019 archive"));
+    while (db.IndexNamesStep(1000) > 0) {
+    }
+    // Added after the index was built: waits for it.
+    cat.AddFile(shelf, 0, QStringLiteral("late holiday 2019.png"), 10);
+
+    const auto rows = [&db](const SearchCriteria& c, bool narrowed) {
+        std::vector<UnitListItem> found;
+        if (narrowed)
+            db.SearchUnits(c, found);
+        else
+            db.QueryRows(CSqliteWrapper::BuildSearchQuery(c), found, &RowMappers::UnitListItems);
+        std::vector<int> ids;
+        for (const UnitListItem& item : found)
+            ids.push_back(item.UnitID);
+        std::sort(ids.begin(), ids.end());
+        return ids;
+    };
+    for (const char* text : {"holiday", "HOLIDAY 2019", "holi*2019", "day?2019", "anna's", "100%",
+                             "\"quoted\"", "über", "ab", "archive", "2019 archive", "nowhere"}) {
+        for (const bool notes : {false, true}) {
+            SearchCriteria c;
+            c.Text = QString::fromUtf8(text);
+            c.SearchNotes = notes;
+            EXPECT_EQ(rows(c, true), rows(c, false)) << text << (notes ? " with notes" : "");
+        }
+    }
+    SearchCriteria holiday;
+    holiday.Text = QStringLiteral("holiday");
+    EXPECT_FALSE(db.SearchNarrowing(holiday).isEmpty());
+    EXPECT_EQ(rows(holiday, true).size(), 5u);
+    holiday.SearchNotes = true;
+    EXPECT_EQ(rows(holiday, true).size(), 6u);
+    // Too short a run, or an index far from built: the plain query.
+    SearchCriteria shortText;
+    shortText.Text = QStringLiteral("ab*");
+    EXPECT_TRUE(db.SearchNarrowing(shortText).isEmpty());
 }

@@ -90,6 +90,8 @@ QString OldSample(const QString& path)
     for (const QString& trigger : triggers)
         db.Execute(QStringLiteral("DROP TRIGGER %1").arg(trigger));
     db.Execute(QStringLiteral("DROP TABLE UnitNameIndex"));
+    db.Execute(QStringLiteral("DROP VIEW UnitNameIndexContent"));
+    db.Execute(QStringLiteral("DROP INDEX UnitsWithNotes"));
     db.Execute(QStringLiteral("DROP TABLE UnitNameIndexPending"));
     db.Execute(QStringLiteral("UPDATE DatabaseVersion SET VersionNumber = '1.2'"));
     return path;
