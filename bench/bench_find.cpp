@@ -175,7 +175,7 @@ void MeasureAgainstPlocate(const QString& tree)
     CSqliteWrapper db;
     db.Open(catalogue, false);
     const QString cli = QCoreApplication::applicationDirPath() + QStringLiteral("/shelfwise-cli");
-    for (const char* query : {"python", "share doc", "libreadline", "zzzq"}) {
+    for (const char* query : {"python", "python3 test", "libreadline", "zzzq"}) {
         const QStringList words = QString::fromLatin1(query).split(QLatin1Char(' '));
         qint64 matches = 0;
         const double findBox = Time([&] {
@@ -290,6 +290,7 @@ int MeasureQueries(qint64 units, QString path)
             std::vector<UnitListItem> found;
             const double narrowed = Time([&] { db.SearchUnits(criteria, found); });
             const double plain = Time([&] {
+                found.clear();
                 db.QueryRows(CSqliteWrapper::BuildSearchQuery(criteria), found,
                              &RowMappers::UnitListItems);
             });

@@ -174,6 +174,28 @@ BEGIN
     INSERT INTO UnitNameIndex (rowid, UnitName) VALUES (new.UnitID, new.UnitName || char(1));
 END;
 
+-- What is seen inside files (version 1.5 on).
+-- Thumbnails: a picture's small image, fitting 160 x 160 pixels, as the bytes of a PNG
+-- or JPEG file; one row per picture that has one. Deleting the unit deletes its row.
+CREATE TABLE Thumbnails (
+    UnitID INTEGER PRIMARY KEY,
+    Width INTEGER NOT NULL,
+    Height INTEGER NOT NULL,
+    Image BLOB NOT NULL
+);
+
+-- ArchiveInfo: a file whose entries are catalogued as its children (an archive, or a
+-- disc image lying on the medium): its format, the number of entries and their size
+-- uncompressed. The entries are units of their own types, 'd' for a folder and 'f' for
+-- a file inside an archive, so that the counters of folders, discs and storages, which
+-- count 'D' and 'F' units, stay what is on the medium. Deleting the unit deletes its row.
+CREATE TABLE ArchiveInfo (
+    UnitID INTEGER PRIMARY KEY,
+    Format TEXT NOT NULL,
+    EntriesNumber INTEGER NOT NULL DEFAULT 0,
+    UncompressedSize INTEGER NOT NULL DEFAULT 0
+);
+
 -- SELECT * FROM Categories is read as id, name, custom flag.
 CREATE TABLE Categories (
     CategoryID INTEGER PRIMARY KEY AUTOINCREMENT,

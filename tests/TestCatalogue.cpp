@@ -1,10 +1,13 @@
 #include "TestCatalogue.h"
 
+#include "document/ProgramVersion.h"
 #include "sqlitewrapper/RowMappers.h"
+#include "sqlitewrapper/SqlText.h"
 
 #include <QFile>
 
 #include <stdexcept>
+#include <vector>
 
 QString TemplateCataloguePath()
 {
@@ -63,4 +66,34 @@ int TestCatalogue::AddFile(int storageId, int parentId, const QString& name, qin
     const QDateTime when(QDate(2012, 3, 7), QTime(14, 5, 9));
     return m_db.AddUnit(UnitKind::File, name, QString(), categoryId, storageId, parentId,
                         unitInfoId, size, when, when, 0, false);
+}
+
+void RollBackSchemaTo(CSqliteWrapper& db, const QString& version)
+{
+    // What each version added, newest first; the name index (1.3) came back in a new
+    // form with 1.4, so a catalogue is rolled back to 1.2 or older as a whole.
+    struct Added
+    {
+        const char* version;
+        std::vector<const char*> statements;
+    };
+    const std::vector<Added> added = {
+        {"1.5", {"DROP TABLE Thumbnails", "DROP TABLE ArchiveInfo"}},
+        {"1.3",
+         {"DROP TRIGGER UnitNameIndexInsert", "DROP TRIGGER UnitNameIndexDelete",
+          "DROP TRIGGER UnitNameIndexRename", "DROP TABLE UnitNameIndex",
+          "DROP VIEW UnitNameIndexContent", "DROP TABLE UnitNameIndexPending",
+          "DROP INDEX UnitsWithNotes"}},
+        {"1.2", {"DROP TABLE UnitUpdates"}},
+        {"1.1", {"DROP TABLE UnitSources"}},
+    };
+    for (const Added& step : added) {
+        if (Version::ParseVersionNumber(QString::fromLatin1(step.version)) <=
+            Version::ParseVersionNumber(version))
+            break;
+        for (const char* statement : step.statements)
+            db.Execute(QString::fromLatin1(statement));
+    }
+    db.Execute(QStringLiteral("UPDATE DatabaseVersion SET VersionNumber = %1")
+                   .arg(SqlText::QuoteSqlString(version)));
 }

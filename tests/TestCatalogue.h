@@ -40,3 +40,8 @@ QString CopySampleCatalogue(const QString& path);
 // The first column of the first row of sql, read from the catalogue file at path (empty
 // when there is no row): for checking what a run of the program left in a file.
 QString QueryText(const QString& path, const QString& sql);
+
+// Makes the catalogue open on db one as version 1.0, 1.1 or 1.2 left it: the tables,
+// indexes, views and triggers later versions added are dropped (their rows with them)
+// and the version number set, for testing the upgrade of an older catalogue.
+void RollBackSchemaTo(CSqliteWrapper& db, const QString& version);

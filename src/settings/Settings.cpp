@@ -40,6 +40,8 @@ const char kBackupFrequency[] = "BackupFrequency";
 const char kBackupPath[] = "BackupPath";
 const char kBackupDate[] = "BackupDate";
 const char kRecogniseInsertedDiscs[] = "RecogniseInsertedDiscs";
+const char kLookInsideArchives[] = "LookInsideArchives";
+const char kKeepThumbnails[] = "KeepThumbnails";
 
 QString DefaultSettingsFolder()
 {
@@ -219,6 +221,8 @@ std::vector<std::pair<QString, QString>> Settings::KeyValues() const
         // BackupDate is narrow text in the system's 8-bit encoding.
         {QLatin1String(kBackupDate), QString::fromLocal8Bit(BackupDate)},
         {QLatin1String(kRecogniseInsertedDiscs), ToText(RecogniseInsertedDiscs)},
+        {QLatin1String(kLookInsideArchives), ToText(LookInsideArchives)},
+        {QLatin1String(kKeepThumbnails), ToText(KeepThumbnails)},
     };
 }
 
@@ -254,6 +258,10 @@ bool Settings::SetValue(const QString& rawKey, const QString& rawValue)
         BackupDate = value.toLocal8Bit();
     else if (key == QLatin1String(kRecogniseInsertedDiscs))
         RecogniseInsertedDiscs = BoolFromText(value);
+    else if (key == QLatin1String(kLookInsideArchives))
+        LookInsideArchives = BoolFromText(value);
+    else if (key == QLatin1String(kKeepThumbnails))
+        KeepThumbnails = BoolFromText(value);
     else
         return false;
     return true;

@@ -40,6 +40,10 @@ public:
     // While the window runs, a disc or volume that is mounted is looked up in the
     // catalogue and a bar says where it is kept.
     bool RecogniseInsertedDiscs = true;
+    // An addition or update catalogues the entries of archives and disc images it finds.
+    bool LookInsideArchives = true;
+    // An addition or update keeps a small image of each picture in the catalogue.
+    bool KeepThumbnails = true;
 
     const QString& FilePath() const { return m_filePath; }
 

@@ -45,7 +45,7 @@ TEST_F(Cli, CataloguesStoragesAndCategoriesByHand)
 {
     const QString cat = Path("discs.db3");
     ASSERT_EQ(Run({"new", cat}).status, 0);
-    EXPECT_EQ(Query(cat, "SELECT VersionNumber FROM DatabaseVersion"), QStringLiteral("1.4"));
+    EXPECT_EQ(Query(cat, "SELECT VersionNumber FROM DatabaseVersion"), QStringLiteral("1.5"));
 
     EXPECT_EQ(Run({"add-storage", cat, "Living room shelf", "--notes", "top row"}).status, 0);
     const Result twice = Run({"add-storage", cat, "Living room shelf"});

@@ -40,15 +40,7 @@ protected:
         const QString path = CopySampleCatalogue(Path("old.db3"));
         CSqliteWrapper db;
         db.Open(path, false);
-        db.Execute(QStringLiteral("DROP TABLE UnitSources"));
-        db.Execute(QStringLiteral("DROP TABLE UnitUpdates"));
-        db.Execute(QStringLiteral("DROP TABLE UnitNameIndex"));
-        db.Execute(QStringLiteral("DROP VIEW UnitNameIndexContent"));
-        db.Execute(QStringLiteral("DROP INDEX UnitsWithNotes"));
-        db.Execute(QStringLiteral("DROP TABLE UnitNameIndexPending"));
-        for (const char* trigger : {"Insert", "Delete", "Rename"})
-            db.Execute(QStringLiteral("DROP TRIGGER UnitNameIndex%1").arg(QLatin1String(trigger)));
-        db.Execute(QStringLiteral("UPDATE DatabaseVersion SET VersionNumber = '1.0'"));
+        RollBackSchemaTo(db, QStringLiteral("1.0"));
         return path;
     }
 
@@ -80,7 +72,7 @@ TEST_F(UnitSourcesCli, AnOlderCatalogueIsUpgradedOnConsentAndKeepsItsRows)
     // Accepted: upgraded and saved, the same rows, no source for any of them, consistent.
     const CliResult checked = Run({"--yes", "check", old});
     EXPECT_EQ(checked.status, 0) << checked.err.toStdString() << checked.out.toStdString();
-    EXPECT_EQ(Query(old, "SELECT VersionNumber FROM DatabaseVersion"), QStringLiteral("1.4"));
+    EXPECT_EQ(Query(old, "SELECT VersionNumber FROM DatabaseVersion"), QStringLiteral("1.5"));
     EXPECT_EQ(Query(old, "SELECT COUNT(*) FROM UnitSources"), QStringLiteral("0"));
     EXPECT_EQ(Query(old, kAllRows), rows);
     // Its names wait for the index; find reads them all meanwhile.

@@ -122,15 +122,7 @@ TEST_F(UpdateCommands, ACatalogueThatRecordsNoSourceNeedsThePath)
     {
         CSqliteWrapper db;
         db.Open(m_cat, false);
-        db.Execute(QStringLiteral("DROP TABLE UnitSources"));
-        db.Execute(QStringLiteral("DROP TABLE UnitUpdates"));
-        db.Execute(QStringLiteral("DROP TABLE UnitNameIndex"));
-        db.Execute(QStringLiteral("DROP VIEW UnitNameIndexContent"));
-        db.Execute(QStringLiteral("DROP INDEX UnitsWithNotes"));
-        db.Execute(QStringLiteral("DROP TABLE UnitNameIndexPending"));
-        for (const char* trigger : {"Insert", "Delete", "Rename"})
-            db.Execute(QStringLiteral("DROP TRIGGER UnitNameIndex%1").arg(QLatin1String(trigger)));
-        db.Execute(QStringLiteral("UPDATE DatabaseVersion SET VersionNumber = '1.0'"));
+        RollBackSchemaTo(db, QStringLiteral("1.0"));
     }
     MakeFile(Path("tree/b.txt"), 2);
     const CliResult refused = Run({"--yes", "update", m_cat, "--unit", id});

@@ -79,7 +79,7 @@ TEST(DatabaseUpgrade, VersionNumbers)
               ParseVersionNumber(QStringLiteral("9.9")));
     EXPECT_EQ(ParseVersionNumber(QStringLiteral("notes.txt")), 0u);
     EXPECT_EQ(ParseVersionNumber(QStringLiteral("12")), 12u);
-    EXPECT_EQ(Version::ProgramVersion(), ParseVersionNumber(QStringLiteral("1.4")));
+    EXPECT_EQ(Version::ProgramVersion(), ParseVersionNumber(QStringLiteral("1.5")));
     EXPECT_EQ(Version::ProgramVersionText().count(QLatin1Char('.')), 3);
 }
 
@@ -171,15 +171,7 @@ TEST(DatabaseUpgrade, TheShippedScriptsBringTheSampleAtVersion1_0ToTheCurrentSch
         const QString path = CopySampleCatalogue(dir.filePath(name));
         CSqliteWrapper db;
         db.Open(path, false);
-        db.Execute(QStringLiteral("DROP TABLE UnitSources"));
-        db.Execute(QStringLiteral("DROP TABLE UnitUpdates"));
-        db.Execute(QStringLiteral("DROP TABLE UnitNameIndex"));
-        db.Execute(QStringLiteral("DROP VIEW UnitNameIndexContent"));
-        db.Execute(QStringLiteral("DROP INDEX UnitsWithNotes"));
-        db.Execute(QStringLiteral("DROP TABLE UnitNameIndexPending"));
-        for (const char* trigger : {"Insert", "Delete", "Rename"})
-            db.Execute(QStringLiteral("DROP TRIGGER UnitNameIndex%1").arg(QLatin1String(trigger)));
-        db.Execute(QStringLiteral("UPDATE DatabaseVersion SET VersionNumber = '1.0'"));
+        RollBackSchemaTo(db, QStringLiteral("1.0"));
         return path;
     };
 
@@ -213,20 +205,21 @@ TEST(DatabaseUpgrade, TheShippedScriptsBringTheSampleAtVersion1_0ToTheCurrentSch
     const size_t asked = prompter.Questions().size();
     ASSERT_TRUE(doc.OnOpenDocument(path));
     EXPECT_EQ(prompter.Questions().size(), asked + 1);
-    EXPECT_EQ(doc.Database().GetDatabaseVersion(), QStringLiteral("1.4"));
+    EXPECT_EQ(doc.Database().GetDatabaseVersion(), QStringLiteral("1.5"));
     UnitSource source;
     EXPECT_FALSE(doc.Database().GetUnitSource(1, source));
     EXPECT_TRUE(CCatalogueCheck(doc.Database()).Run().empty());
     // Saved at once, rows kept, and the table as the template has it.
     EXPECT_EQ(Column(path, QStringLiteral("SELECT VersionNumber FROM DatabaseVersion")),
-              std::vector<QString>{"1.4"});
+              std::vector<QString>{"1.5"});
     EXPECT_EQ(Column(path, rows), before);
     // The script's lines were joined by CR LF.
-    const QString schema = QStringLiteral(
-        "SELECT REPLACE(sql, char(13), '') FROM sqlite_master WHERE name IN "
-        "('UnitSources', 'UnitUpdates', 'UnitUpdatesByUnit', 'UnitsWithNotes') OR name LIKE "
-        "'UnitNameIndex%' ORDER BY name");
-    EXPECT_EQ(Column(path, schema).size(), 13u);
+    const QString schema =
+        QStringLiteral("SELECT REPLACE(sql, char(13), '') FROM sqlite_master WHERE name IN "
+                       "('UnitSources', 'UnitUpdates', 'UnitUpdatesByUnit', 'UnitsWithNotes', "
+                       "'Thumbnails', 'ArchiveInfo') OR name LIKE "
+                       "'UnitNameIndex%' ORDER BY name");
+    EXPECT_EQ(Column(path, schema).size(), 15u);
     EXPECT_EQ(Column(path, schema), Column(TemplateCataloguePath(), schema));
     EXPECT_EQ(Column(path, QStringLiteral("SELECT COUNT(*) FROM UnitSources")),
               std::vector<QString>{"0"});

@@ -25,7 +25,9 @@ const char kDefaultsFile[] = "FileIconsStyle = Default\r\n"
                              "BackupFrequency = Week\r\n"
                              "BackupPath = \r\n"
                              "BackupDate = \r\n"
-                             "RecogniseInsertedDiscs = True\r\n";
+                             "RecogniseInsertedDiscs = True\r\n"
+                             "LookInsideArchives = True\r\n"
+                             "KeepThumbnails = True\r\n";
 
 QByteArray ReadBytes(const QString& path)
 {
@@ -101,7 +103,7 @@ TEST(Settings, EveryKeyRoundTripsThroughTheFile)
     EXPECT_EQ(loaded.BackupDate, QByteArray("07032012"));
 
     EXPECT_FALSE(loaded.RecogniseInsertedDiscs);
-    ASSERT_EQ(loaded.KeyValues().size(), 14u);
+    ASSERT_EQ(loaded.KeyValues().size(), 16u);
     EXPECT_EQ(loaded.KeyValues()[2].first, QStringLiteral("AutosaveTimeout"));
 }
 

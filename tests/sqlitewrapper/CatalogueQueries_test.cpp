@@ -20,7 +20,7 @@ TEST(CatalogueQueries, TemplateHoldsVersionCategoriesAndExtensions)
 {
     TestCatalogue cat;
     CSqliteWrapper& db = cat.Db();
-    EXPECT_EQ(db.GetDatabaseVersion(), QStringLiteral("1.4"));
+    EXPECT_EQ(db.GetDatabaseVersion(), QStringLiteral("1.5"));
     ASSERT_EQ(db.Categories().size(), 4u);
     EXPECT_EQ(db.GetCategory(1).Name, QStringLiteral("General"));
     EXPECT_EQ(db.GetCategory(2).Name, QStringLiteral("Film"));

@@ -83,17 +83,7 @@ QString OldSample(const QString& path)
     CopySampleCatalogue(path);
     CSqliteWrapper db;
     db.Open(path, false);
-    std::vector<QString> triggers;
-    db.QueryRows(QStringLiteral("SELECT name FROM sqlite_master WHERE type = 'trigger' AND name "
-                                "LIKE 'UnitNameIndex%'"),
-                 triggers, &RowMappers::Texts);
-    for (const QString& trigger : triggers)
-        db.Execute(QStringLiteral("DROP TRIGGER %1").arg(trigger));
-    db.Execute(QStringLiteral("DROP TABLE UnitNameIndex"));
-    db.Execute(QStringLiteral("DROP VIEW UnitNameIndexContent"));
-    db.Execute(QStringLiteral("DROP INDEX UnitsWithNotes"));
-    db.Execute(QStringLiteral("DROP TABLE UnitNameIndexPending"));
-    db.Execute(QStringLiteral("UPDATE DatabaseVersion SET VersionNumber = '1.2'"));
+    RollBackSchemaTo(db, QStringLiteral("1.2"));
     return path;
 }
 

@@ -548,7 +548,7 @@ TEST_F(MainWindow, AboutNamesTheVersionTheMakerAndLinksItsPage)
         box->accept();
     });
     app.MainFrame()->Commands().Get(CommandIds::AppAbout)->trigger();
-    EXPECT_TRUE(text.contains(QStringLiteral("Shelfwise version 1.4.0.1"))) << text.toStdString();
+    EXPECT_TRUE(text.contains(QStringLiteral("Shelfwise version 1.5.0.1"))) << text.toStdString();
     EXPECT_TRUE(text.contains(QStringLiteral("Korvalt")));
     EXPECT_TRUE(text.contains(QStringLiteral("<a href=\"https://korvalt.org/shelfwise\">")));
     EXPECT_TRUE(linksOpen);
