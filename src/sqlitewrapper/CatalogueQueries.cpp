@@ -18,9 +18,6 @@ namespace {
 std::vector<int> g_ancestorIds;
 std::vector<int> g_descendantIds;
 
-const char kUnitListColumns[] =
-    "SELECT UnitID, UnitName, SubfoldersNumber, UnitSize, CategoryID, UnitType FROM Units ";
-
 template <typename Record> bool FirstRow(std::vector<Record>& rows, Record& out)
 {
     if (rows.empty())
@@ -77,13 +74,10 @@ StorageRecord CSqliteWrapper::GetStorage(int storageId)
 
 void CSqliteWrapper::GetSubunits(std::vector<UnitListItem>& items, int id, bool topLevel)
 {
-    QString sql = topLevel ? Format("SELECT UnitID, UnitName, SubfoldersNumber, UnitSize, "
-                                    "CategoryID, UnitType FROM Units WHERE StorageID = %d AND "
-                                    "ParentUnitID IS NULL",
-                                    {id})
-                           : Format("SELECT UnitID, UnitName, SubfoldersNumber, UnitSize, "
-                                    "CategoryID, UnitType FROM Units WHERE ParentUnitID = %d",
-                                    {id});
+    QString sql =
+        UnitListSelect() +
+        (topLevel ? Format("WHERE StorageID = %d AND ParentUnitID IS NULL", {id})
+                  : Format("WHERE ParentUnitID = %d", {id}));
     sql += QStringLiteral(" ORDER BY UnitType");
     if (m_sortByName)
         sql += QStringLiteral(" , UnitName COLLATE NOCASE");
@@ -110,9 +104,8 @@ void CSqliteWrapper::GetSubunitDates(std::map<int, QString>& dates, int id, bool
 UnitListItem CSqliteWrapper::GetUnit(int unitId)
 {
     std::vector<UnitListItem> rows;
-    QueryRows(Format(QString::fromLatin1(kUnitListColumns) + QStringLiteral("WHERE UnitID = %d"),
-                     {unitId}),
-              rows, &RowMappers::UnitListItems);
+    QueryRows(Format(UnitListSelect() + QStringLiteral("WHERE UnitID = %d"), {unitId}), rows,
+              &RowMappers::UnitListItems);
     if (rows.empty())
         throw std::out_of_range("invalid vector<T> subscript");
     return rows.front();

@@ -8,14 +8,17 @@
 
 #include <vector>
 
-// The kind of a unit, as held in memory; stored in Units.UnitType as 'C', 'D', 'F'.
-// Storage stands for a storage in records held in memory and is never stored.
+// The kind of a unit, as held in memory; stored in Units.UnitType as 'C', 'D', 'F', and
+// 'd', 'f' for a folder and a file inside an archive (the children of an archive's 'F'
+// unit). Storage stands for a storage in records held in memory and is never stored.
 enum class UnitKind : int {
     Unset = -1,
     Storage = 0,
     Disc = 1,
     Folder = 2,
     File = 3,
+    ArchiveFolder = 4,
+    ArchiveFile = 5,
 };
 
 // The built-in categories.
@@ -33,11 +36,13 @@ UnitKind UnitKindFromChar(char type);
 QString UnitKindText(UnitKind kind);
 
 // One row of a unit listing: from "UnitID, UnitName, SubfoldersNumber, UnitSize,
-// CategoryID, UnitType".
+// CategoryID, UnitType" and, where the listing reads it, whether the unit is an archive
+// (a file or archive entry with an ArchiveInfo row).
 struct UnitListItem
 {
     QString UnitName;
     bool HasSubfolders = false;
+    bool IsArchive = false;
     int UnitID = 0;
     UnitKind Kind = UnitKind::Unset;
     int CategoryID = 0;
@@ -104,6 +109,15 @@ struct FileDetails
     QString DateAdded;
     QString DateCreated;
     QString DateModified;
+};
+
+// An archive's ArchiveInfo row: its format ("zip", "7z", ...), its number of entries and
+// their size uncompressed.
+struct ArchiveDetails
+{
+    QString Format;
+    qint64 EntriesNumber = 0;
+    qint64 UncompressedSize = 0;
 };
 
 struct FilmInfo

@@ -51,6 +51,7 @@ void UnitListItems(std::vector<UnitListItem>& rows, int columns, char** values)
     item.UnitSize = r.Int64(3);
     item.CategoryID = r.Int(4);
     item.Kind = r.Kind(5);
+    item.IsArchive = r.Int(6) != 0;
     rows.push_back(std::move(item));
 }
 
@@ -227,6 +228,10 @@ QChar UnitTypeChar(UnitKind kind)
         return QLatin1Char('D');
     case UnitKind::File:
         return QLatin1Char('F');
+    case UnitKind::ArchiveFolder:
+        return QLatin1Char('d');
+    case UnitKind::ArchiveFile:
+        return QLatin1Char('f');
     default:
         return QLatin1Char('0');
     }
@@ -241,6 +246,10 @@ UnitKind UnitKindFromChar(char type)
         return UnitKind::Folder;
     case 'F':
         return UnitKind::File;
+    case 'd':
+        return UnitKind::ArchiveFolder;
+    case 'f':
+        return UnitKind::ArchiveFile;
     default:
         return UnitKind::Unset;
     }
@@ -252,6 +261,7 @@ QString UnitKindText(UnitKind kind)
     case UnitKind::Disc:
         return Strings::LoadString(Strings::IDS_KIND_DISC);
     case UnitKind::Folder:
+    case UnitKind::ArchiveFolder:
         return Strings::LoadString(Strings::IDS_KIND_FOLDER);
     default:
         return Strings::LoadString(Strings::IDS_KIND_FILE);

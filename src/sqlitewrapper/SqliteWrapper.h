@@ -94,6 +94,11 @@ public:
     bool GetPictureInfo(int unitId, PictureInfo& info);
     int GetUnitStorageId(int unitId);
     bool UnitExists(int unitId);
+    // Archives (ArchiveQueries.cpp). GetArchiveInfo is false when the unit is no
+    // archive (or the catalogue, one before version 1.5, has no ArchiveInfo table);
+    // IsInsideArchive is true for an archive's entries ('d' and 'f' units).
+    bool GetArchiveInfo(int unitId, ArchiveDetails& details);
+    bool IsInsideArchive(int unitId);
     // The unit and every unit below it, at any depth, in one query.
     std::vector<int> GetSubtreeIds(int unitId);
     // The unit's DiscInfoID; 0 when it has none.
@@ -333,6 +338,11 @@ private:
     void DeleteMediaRows(const QString& unitCondition);
     // Whether the catalogue has the UnitUpdates table (version 1.2 on).
     bool HasUnitUpdates();
+    // Whether the catalogue has the ArchiveInfo table (version 1.5 on).
+    bool HasArchiveInfo();
+    // "SELECT <the six columns of UnitListItem and whether the unit is an archive> FROM
+    // Units ", to be followed by a WHERE clause.
+    QString UnitListSelect();
     // Deletes the UnitSources and UnitUpdates rows of the units that the condition on
     // UnitID selects.
     void DeleteUnitSources(const QString& unitCondition);
