@@ -44,6 +44,8 @@ void CGeneralOptionsTab::Load(const Settings& settings)
     else
         m_ui->chronologicalRadio->setChecked(true);
     m_ui->recogniseDiscsCheck->setChecked(settings.RecogniseInsertedDiscs);
+    m_ui->lookInsideArchivesCheck->setChecked(settings.LookInsideArchives);
+    m_ui->keepThumbnailsCheck->setChecked(settings.KeepThumbnails);
 }
 
 void CGeneralOptionsTab::Store(Settings& settings) const
@@ -59,4 +61,6 @@ void CGeneralOptionsTab::Store(Settings& settings) const
     settings.AutosaveTimeout = m_ui->everyCheck->isChecked() ? m_ui->minutesSpin->value() : 0;
     settings.AutosaveAfterUpdate = m_ui->afterUpdateCheck->isChecked();
     settings.RecogniseInsertedDiscs = m_ui->recogniseDiscsCheck->isChecked();
+    settings.LookInsideArchives = m_ui->lookInsideArchivesCheck->isChecked();
+    settings.KeepThumbnails = m_ui->keepThumbnailsCheck->isChecked();
 }

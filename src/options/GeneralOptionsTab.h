@@ -11,8 +11,9 @@ class CGeneralOptionsTab;
 }
 
 /// The "General" page of the options: file icon style, autosave (by timer and after
-/// every update), the order in which units are listed, and whether discs inserted while
-/// the window runs are recognised.
+/// every update), the order in which units are listed, whether discs inserted while
+/// the window runs are recognised, and whether additions look inside archives and keep
+/// thumbnails of pictures.
 class CGeneralOptionsTab final : public QWidget
 {
     Q_OBJECT

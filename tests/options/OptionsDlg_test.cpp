@@ -98,6 +98,8 @@ TEST_F(OptionsDlgTest, OkStoresEveryControlInTheSettingsAndTheirFileThenHandsOn)
     EXPECT_FALSE(Checked(dialog, "afterUpdateCheck"));
     EXPECT_TRUE(Checked(dialog, "chronologicalRadio"));
     EXPECT_TRUE(Checked(dialog, "recogniseDiscsCheck"));
+    EXPECT_TRUE(Checked(dialog, "lookInsideArchivesCheck"));
+    EXPECT_TRUE(Checked(dialog, "keepThumbnailsCheck"));
     EXPECT_TRUE(Checked(dialog, "serialNumberCheck"));
     EXPECT_TRUE(Checked(dialog, "sizeCheck"));
     EXPECT_TRUE(Checked(dialog, "labelCheck"));
@@ -117,6 +119,8 @@ TEST_F(OptionsDlgTest, OkStoresEveryControlInTheSettingsAndTheirFileThenHandsOn)
     Click(dialog, "afterUpdateCheck");
     Click(dialog, "alphabeticalRadio");
     Click(dialog, "recogniseDiscsCheck");
+    Click(dialog, "lookInsideArchivesCheck");
+    Click(dialog, "keepThumbnailsCheck");
     Click(dialog, "serialNumberCheck");
     Click(dialog, "sizeCheck");
     Click(dialog, "labelCheck");
@@ -135,6 +139,8 @@ TEST_F(OptionsDlgTest, OkStoresEveryControlInTheSettingsAndTheirFileThenHandsOn)
     EXPECT_EQ(settings.FileIconsStyle, FileIconsStyle::CategoryBased);
     EXPECT_EQ(settings.UnitsOrder, UnitsOrder::Alphabetic);
     EXPECT_FALSE(settings.RecogniseInsertedDiscs);
+    EXPECT_FALSE(settings.LookInsideArchives);
+    EXPECT_FALSE(settings.KeepThumbnails);
     EXPECT_EQ(settings.AutosaveTimeout, 25);
     EXPECT_TRUE(settings.AutosaveAfterUpdate);
     EXPECT_FALSE(settings.CheckSerialNumber);
@@ -163,6 +169,7 @@ TEST_F(OptionsDlgTest, TheStoredValuesComeBackAndClearingThemStoresZeroAndAnEmpt
     settings.BackupFrequency = BackupFrequency::Day;
     settings.BackupPath = QStringLiteral("/media/backup");
     settings.CheckSize = false;
+    settings.LookInsideArchives = false;
     {
         COptionsDlg dialog(m_doc);
         EXPECT_TRUE(Checked(dialog, "explorerStyleRadio"));
@@ -174,8 +181,11 @@ TEST_F(OptionsDlgTest, TheStoredValuesComeBackAndClearingThemStoresZeroAndAnEmpt
         EXPECT_EQ(Child<QLineEdit>(dialog, "pathEdit")->text(), QStringLiteral("/media/backup"));
         EXPECT_TRUE(Checked(dialog, "serialNumberCheck"));
         EXPECT_FALSE(Checked(dialog, "sizeCheck"));
-        // Autosave off, asking for the folder, backup yearly.
+        EXPECT_FALSE(Checked(dialog, "lookInsideArchivesCheck"));
+        EXPECT_TRUE(Checked(dialog, "keepThumbnailsCheck"));
+        // Autosave off, asking for the folder, backup yearly, archives looked into again.
         Click(dialog, "everyCheck");
+        Click(dialog, "lookInsideArchivesCheck");
         Click(dialog, "askPathRadio");
         Click(dialog, "yearRadio");
         Click(dialog, "defaultStyleRadio");
@@ -187,6 +197,7 @@ TEST_F(OptionsDlgTest, TheStoredValuesComeBackAndClearingThemStoresZeroAndAnEmpt
     EXPECT_TRUE(settings.BackupPath.isEmpty());
     EXPECT_EQ(settings.BackupFrequency, BackupFrequency::Year);
     EXPECT_EQ(settings.FileIconsStyle, FileIconsStyle::Default);
+    EXPECT_TRUE(settings.LookInsideArchives);
     const QByteArray file = FileBytes(settings.FilePath());
     EXPECT_FALSE(file.contains("AutosaveTimeout"));
     EXPECT_TRUE(file.contains("BackupPath = \r\n"));
