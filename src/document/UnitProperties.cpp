@@ -114,6 +114,11 @@ QString UnitKindName(UnitKind kind)
     }
 }
 
+QString ArchiveTabTitle()
+{
+    return QStringLiteral("Archive Info");
+}
+
 QStringList UpdateHistoryHeaders()
 {
     return {QStringLiteral("Date"),    QStringLiteral("Added"), QStringLiteral("Removed"),
@@ -172,7 +177,9 @@ std::vector<Tab> Collect(CSqliteWrapper& db, int id, bool isStorage)
                          {QStringLiteral("Files:"), Count(f.SubfilesNumber)},
                          {QStringLiteral("Size:"), FormatSize(f.UnitSize)},
                          {QStringLiteral("Added:"), f.DateAdded}}});
-    } else if (unit.Kind == UnitKind::File) {
+    } else if (unit.Kind == UnitKind::File || unit.Kind == UnitKind::ArchiveFolder ||
+               unit.Kind == UnitKind::ArchiveFile) {
+        // What lies inside an archive shows as a file does, without media details.
         const FileDetails f = db.GetFileProperties(id);
         tabs.push_back({Strings::LoadString(Strings::IDS_TAB_FILE_INFO),
                         {{name, f.UnitName},
@@ -182,9 +189,18 @@ std::vector<Tab> Collect(CSqliteWrapper& db, int id, bool isStorage)
                          {QStringLiteral("Modified:"), f.DateModified},
                          {QStringLiteral("Added:"), f.DateAdded}}});
         bool found = false;
-        Tab media = MediaTab(db, id, db.GetCategory(unit.CategoryID).Name, found);
-        if (found)
-            tabs.push_back(std::move(media));
+        if (unit.Kind == UnitKind::File) {
+            Tab media = MediaTab(db, id, db.GetCategory(unit.CategoryID).Name, found);
+            if (found)
+                tabs.push_back(std::move(media));
+        }
+        ArchiveDetails archive;
+        if (unit.IsArchive && db.GetArchiveInfo(id, archive))
+            tabs.push_back(
+                {ArchiveTabTitle(),
+                 {{QStringLiteral("Format:"), archive.Format},
+                  {QStringLiteral("Entries:"), Count(archive.EntriesNumber)},
+                  {QStringLiteral("Uncompressed Size:"), FormatSize(archive.UncompressedSize)}}});
     }
     return tabs;
 }

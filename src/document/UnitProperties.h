@@ -24,8 +24,11 @@ struct Tab
 };
 
 // The tabs for a storage or a unit. Raises CSqliteWrapperError, and std::out_of_range
-// for a missing unit.
+// for a missing unit. A folder or file inside an archive has a file's tab alone; an
+// archive has its ArchiveTabTitle() tab after its file tab (format, entries, size
+// uncompressed).
 std::vector<Tab> Collect(CSqliteWrapper& db, int id, bool isStorage);
+QString ArchiveTabTitle(); // "Archive Info"
 
 // The updates from its source applied to a unit lying in a storage, newest first, one
 // row of texts per update under UpdateHistoryHeaders(): the date in local time, the

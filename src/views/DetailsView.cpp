@@ -178,13 +178,14 @@ void CDetailsView::Activate(const QModelIndex& index)
     if (row < 0)
         return;
     const QModelIndex source = m_model->index(row, 0);
-    // Decided on the icon, as the list always has: storage, disc and folder icons
-    // open their unit, any file icon its properties.
+    // Decided on the icon, as the list always has: storage, disc, folder and archive
+    // icons open their unit, any file icon its properties.
     const int icon = m_model->data(source, CDetailsModel::kIconIndexRole).toInt();
     const int unitId = m_model->data(source, CDetailsModel::kUnitIdRole).toInt();
-    if (icon <= CUnitIcons::Folder && m_mouseDown)
+    const bool opens = icon <= CUnitIcons::Folder || icon == CUnitIcons::Archive;
+    if (opens && m_mouseDown)
         m_browseOnRelease = unitId;
-    else if (icon <= CUnitIcons::Folder)
+    else if (opens)
         emit browseRequested(unitId);
     else
         emit propertiesRequested(unitId, false);
@@ -311,9 +312,10 @@ void CDetailsView::FillContextMenu(QMenu& menu, bool onRow)
     update->setEnabled(m_doc.IsTopLevelUnit(unit->UnitID));
     menu.addAction(update);
     QAction* unique = m_commands.Get(UniqueFiles);
-    unique->setEnabled(unit->Kind != UnitKind::File);
+    const bool isFile = unit->Kind == UnitKind::File || unit->Kind == UnitKind::ArchiveFile;
+    unique->setEnabled(unit->Kind == UnitKind::Disc || unit->Kind == UnitKind::Folder);
     menu.addAction(unique);
-    if (unit->Kind == UnitKind::File) {
+    if (isFile) {
         menu.addSeparator();
         QMenu* categories = menu.addMenu(Strings::LoadString(Strings::IDS_CHANGE_CATEGORY_MENU));
         for (const auto& [id, category] : m_doc.Database().Categories()) {

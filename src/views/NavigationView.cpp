@@ -24,6 +24,8 @@
 namespace {
 
 constexpr int kIdRole = Qt::UserRole;
+// Set on an archive's item and on the items of the folders inside it.
+constexpr int kInArchiveRole = Qt::UserRole + 1;
 
 } // namespace
 
@@ -151,7 +153,7 @@ void CNavigationView::ShowAddedUnit(int storageId, int unitId)
                 return;
         }
         InsertUnitItem(unit, storage);
-    } else if (storage->childCount() == 0 && unit.Kind != UnitKind::File) {
+    } else if (storage->childCount() == 0 && (unit.Kind != UnitKind::File || unit.IsArchive)) {
         AddPlaceholder(storage);
         storage->setExpanded(false);
     }
@@ -159,11 +161,15 @@ void CNavigationView::ShowAddedUnit(int storageId, int unitId)
 
 QTreeWidgetItem* CNavigationView::InsertUnitItem(const UnitListItem& row, QTreeWidgetItem* parent)
 {
-    if (row.Kind == UnitKind::File || !parent)
+    // Files are left to the list, except archives, which hold folders as folders do.
+    const bool isFile = row.Kind == UnitKind::File || row.Kind == UnitKind::ArchiveFile;
+    if ((isFile && !row.IsArchive) || !parent)
         return nullptr;
     auto* item = new QTreeWidgetItem();
     item->setText(0, row.UnitName);
     item->setData(0, kIdRole, row.UnitID);
+    if (row.IsArchive || row.Kind == UnitKind::ArchiveFolder)
+        item->setData(0, kInArchiveRole, true);
     item->setIcon(0, m_icons.Icon(row, Settings::Instance().FileIconsStyle));
     item->setFlags(item->flags() | Qt::ItemIsEditable);
     if (row.HasSubfolders)
@@ -322,11 +328,16 @@ void CNavigationView::BrowseToChild(int unitId)
     }
 }
 
+bool CNavigationView::IsInArchive(const QTreeWidgetItem* item)
+{
+    return item && item->data(0, kInArchiveRole).toBool();
+}
+
 void CNavigationView::DropUnit(QTreeWidgetItem* target, int unitId)
 {
     QTreeWidgetItem* storageItem = GetRootAncestor(target);
-    if (!storageItem)
-        return; // dropped beside the items: nothing to move to
+    if (!storageItem || IsInArchive(target))
+        return; // dropped beside the items, or onto an archive: nothing to move to
     const int storageId = ItemId(storageItem);
     int oldStorage = 0;
     UnitListItem unit;
@@ -566,8 +577,11 @@ void CNavigationView::dragEnterEvent(QDragEnterEvent* event)
 void CNavigationView::dragMoveEvent(QDragMoveEvent* event)
 {
     QTreeView::dragMoveEvent(event); // scrolls near the edges
-    QTreeWidgetItem* storage = GetRootAncestor(itemAt(event->position().toPoint()));
-    if (UnitDrag::UnitIdFrom(event->mimeData()) == -1 || !storage) {
+    QTreeWidgetItem* target = itemAt(event->position().toPoint());
+    QTreeWidgetItem* storage = GetRootAncestor(target);
+    // Nothing is dropped onto an archive or into one: its entries are what was read
+    // from the file and count nowhere but in it.
+    if (UnitDrag::UnitIdFrom(event->mimeData()) == -1 || !storage || IsInArchive(target)) {
         SetDropStorage(-1);
         event->ignore();
         return;
@@ -589,8 +603,8 @@ void CNavigationView::dropEvent(QDropEvent* event)
     SetDropStorage(-1);
     const int unitId = UnitDrag::UnitIdFrom(event->mimeData());
     QTreeWidgetItem* target = itemAt(event->position().toPoint());
-    if (unitId == -1 || !target) {
-        event->ignore(); // beside the items: nothing to move to
+    if (unitId == -1 || !target || IsInArchive(target)) {
+        event->ignore(); // beside the items or onto an archive: nothing to move to
         return;
     }
     event->setDropAction(Qt::MoveAction);

@@ -13,10 +13,10 @@ class CUnitIcons;
 class QMenu;
 
 // The left pane: the catalogue's storages at the root and, below each, its discs and
-// folders (never files). Filled lazily: an item that may have children carries one
-// empty placeholder until it is expanded, so the tree never holds more than its
-// expanded part. Selecting an item selects it in the document, which refills the list.
-// A storage or unit renamed anywhere else (the list, the properties) shows its new name.
+// folders (never files, except archives, with the folders read from inside them). Filled lazily: an
+// item that may have children carries one empty placeholder until it is expanded, so the tree never
+// holds more than its expanded part. Selecting an item selects it in the document, which refills
+// the list. A storage or unit renamed anywhere else (the list, the properties) shows its new name.
 class CNavigationView final : public QTreeWidget
 {
     Q_OBJECT
@@ -57,8 +57,11 @@ public:
     void RestoreState(const State& state, const std::vector<int>& path, bool expandLast);
     // Expands the selected item and selects its child unitId.
     void BrowseToChild(int unitId);
-    // Moves a top-level unit to the storage above target.
+    // Moves a top-level unit to the storage above target; nothing when target is an
+    // archive or lies inside one.
     void DropUnit(QTreeWidgetItem* target, int unitId);
+    // Whether item is an archive or a folder inside one.
+    static bool IsInArchive(const QTreeWidgetItem* item);
     QTreeWidgetItem* FindRootItem(int storageId) const;
     static QTreeWidgetItem* GetRootAncestor(QTreeWidgetItem* item);
     static int ItemId(const QTreeWidgetItem* item);

@@ -5,6 +5,7 @@
 #include "document/ShelfwiseDoc.h"
 #include "settings/Settings.h"
 #include "sqlitewrapper/SqlText.h"
+#include "views/ArchiveInfoTab.h"
 #include "views/AudioInfoTab.h"
 #include "views/DiscInfoTab.h"
 #include "views/FileInfoTab.h"
@@ -97,9 +98,10 @@ void CPropertiesDlg::AddUnitTabs(const UnitListItem& unit,
         page = ItemTab<CFileInfoTab>(values, icon, category, m_nameEdit, m_descriptionEdit);
     m_ui->tabs->addTab(page, values.Title);
     m_kind = unit.Kind;
-    // A file of the film, music or picture category has its media details second.
-    if (tabs.size() > 1)
-        AddMediaTab(tabs[1]);
+    // A file of the film, music or picture category has its media details second, an
+    // archive its format and entries.
+    for (size_t i = 1; i < tabs.size(); ++i)
+        AddMediaTab(tabs[i]);
     // What lies directly in a storage can be updated from its source: its updates last.
     std::vector<QStringList> history;
     if (m_doc.IsTopLevelUnit(unit.UnitID) && m_doc.Guard([&] {
@@ -117,6 +119,8 @@ void CPropertiesDlg::AddMediaTab(const UnitProperties::Tab& values)
         page = MediaTab<CAudioInfoTab>(values);
     else if (values.Title == Strings::LoadString(Strings::IDS_TAB_PICTURE_INFO))
         page = MediaTab<CPictureInfoTab>(values);
+    else if (values.Title == UnitProperties::ArchiveTabTitle())
+        page = MediaTab<CArchiveInfoTab>(values);
     if (page)
         m_ui->tabs->addTab(page, values.Title);
 }

@@ -28,12 +28,16 @@ QIcon CUnitIcons::ThemeIcon(const char* freedesktopName)
 
 CUnitIcons::Index CUnitIcons::BaseIndex(const UnitListItem& unit, FileIconsStyle style)
 {
+    if (unit.IsArchive)
+        return Archive;
     switch (unit.Kind) {
     case UnitKind::Disc:
         return Disc;
     case UnitKind::Folder:
+    case UnitKind::ArchiveFolder:
         return Folder;
     case UnitKind::File:
+    case UnitKind::ArchiveFile:
         break;
     default:
         return Storage;
@@ -56,21 +60,23 @@ QIcon CUnitIcons::Icon(Index index) const
 {
     // The freedesktop name of each icon, in the order of Index.
     static const char* const names[] = {
-        "drive-multidisk", // Storage
-        "media-optical",   // Disc
-        "folder",          // Folder
-        "text-x-generic",  // File
-        "text-x-generic",  // Custom
-        "video-x-generic", // Film
-        "audio-x-generic", // Music
-        "image-x-generic", // Picture
+        "drive-multidisk",   // Storage
+        "media-optical",     // Disc
+        "folder",            // Folder
+        "text-x-generic",    // File
+        "text-x-generic",    // Custom
+        "video-x-generic",   // Film
+        "audio-x-generic",   // Music
+        "image-x-generic",   // Picture
+        "package-x-generic", // Archive
     };
     return ThemeIcon(names[index]);
 }
 
 QIcon CUnitIcons::Icon(const UnitListItem& unit, FileIconsStyle style)
 {
-    if (unit.Kind == UnitKind::File && style == FileIconsStyle::Explorer)
+    const bool isFile = unit.Kind == UnitKind::File || unit.Kind == UnitKind::ArchiveFile;
+    if (isFile && !unit.IsArchive && style == FileIconsStyle::Explorer)
         return TypeIcon(unit.UnitName);
     return Icon(BaseIndex(unit, style));
 }

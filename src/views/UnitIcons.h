@@ -23,12 +23,15 @@ public:
         Custom = 4,
         Film = 5,
         Music = 6,
-        Picture = 7
+        Picture = 7,
+        Archive = 8
     };
 
     QIcon Icon(const UnitListItem& unit, FileIconsStyle style);
     QIcon Icon(Index index) const;
-    // Storage, disc and folder icons open their unit when activated; files do not.
+    // Storage, disc and folder icons open their unit when activated, and so does an
+    // archive's; files do not. A folder inside an archive has the folder icon, a file
+    // inside one a file's.
     static Index BaseIndex(const UnitListItem& unit, FileIconsStyle style);
     /// The desktop theme's icon of that freedesktop name, or the bundled one of the same
     /// name where the theme has none. The program's own icons ("shelfwise", "shelfwise-*")

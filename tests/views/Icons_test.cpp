@@ -27,11 +27,13 @@ namespace {
 
 // Every icon in :/icons: the units', the toolbar's and the program's own.
 const char* const kBundledNames[] = {
-    "drive-multidisk",    "media-optical",   "folder",          "text-x-generic",
-    "video-x-generic",    "audio-x-generic", "image-x-generic", "document-open",
-    "document-save",      "folder-new",      "document-new",    "shelfwise-add-storage",
-    "shelfwise-add-disc", "edit-find",       "go-up",           "shelfwise",
-    "go-previous",        "go-next",
+    "drive-multidisk",    "media-optical",   "folder",
+    "text-x-generic",     "video-x-generic", "audio-x-generic",
+    "image-x-generic",    "document-open",   "document-save",
+    "folder-new",         "document-new",    "shelfwise-add-storage",
+    "shelfwise-add-disc", "edit-find",       "go-up",
+    "shelfwise",          "go-previous",     "go-next",
+    "package-x-generic",
 };
 
 QString ResourcePath(const char* name)
@@ -155,10 +157,15 @@ TEST(Icons, WithoutAnIconThemeTheWindowUsesTheBundledIcons)
 
     CUnitIcons icons;
     const std::pair<CUnitIcons::Index, const char*> units[] = {
-        {CUnitIcons::Storage, "drive-multidisk"}, {CUnitIcons::Disc, "media-optical"},
-        {CUnitIcons::Folder, "folder"},           {CUnitIcons::File, "text-x-generic"},
-        {CUnitIcons::Custom, "text-x-generic"},   {CUnitIcons::Film, "video-x-generic"},
-        {CUnitIcons::Music, "audio-x-generic"},   {CUnitIcons::Picture, "image-x-generic"}};
+        {CUnitIcons::Storage, "drive-multidisk"},
+        {CUnitIcons::Disc, "media-optical"},
+        {CUnitIcons::Folder, "folder"},
+        {CUnitIcons::File, "text-x-generic"},
+        {CUnitIcons::Custom, "text-x-generic"},
+        {CUnitIcons::Film, "video-x-generic"},
+        {CUnitIcons::Music, "audio-x-generic"},
+        {CUnitIcons::Picture, "image-x-generic"},
+        {CUnitIcons::Archive, "package-x-generic"}};
     for (const auto& [index, name] : units)
         EXPECT_EQ(Image(icons.Icon(index)), bundled(name)) << name;
     // A file type the desktop knows no icon for gets the plain file icon.
@@ -166,6 +173,19 @@ TEST(Icons, WithoutAnIconThemeTheWindowUsesTheBundledIcons)
     file.Kind = UnitKind::File;
     file.UnitName = QStringLiteral("notes.qqzz");
     EXPECT_EQ(Image(icons.Icon(file, FileIconsStyle::Explorer)), bundled("text-x-generic"));
+    // An archive keeps its own icon whatever the style; what lies inside it looks like
+    // any folder or file.
+    UnitListItem archive;
+    archive.Kind = UnitKind::File;
+    archive.IsArchive = true;
+    archive.UnitName = QStringLiteral("photos.zip");
+    EXPECT_EQ(Image(icons.Icon(archive, FileIconsStyle::Explorer)), bundled("package-x-generic"));
+    UnitListItem entry;
+    entry.Kind = UnitKind::ArchiveFolder;
+    EXPECT_EQ(CUnitIcons::BaseIndex(entry, FileIconsStyle::Default), CUnitIcons::Folder);
+    entry.Kind = UnitKind::ArchiveFile;
+    entry.CategoryID = CategoryIds::Picture;
+    EXPECT_EQ(CUnitIcons::BaseIndex(entry, FileIconsStyle::CategoryBased), CUnitIcons::Picture);
 
     QFile::remove(SettingsFolder() + QStringLiteral("RecentFiles.ini"));
     FakePrompter prompter;
