@@ -235,6 +235,10 @@ bool CShelfwiseDoc::DropExtensionFilesCategory(const QString& extension)
 
 bool CShelfwiseDoc::MoveUnitToStorage(int unitId, int storageId)
 {
+    // Only what lies directly in a storage moves (never an archive's entry): the rows
+    // below it follow.
+    if (!IsTopLevelUnit(unitId))
+        return false;
     const QString description =
         tr("Move \"%1\" to \"%2\"").arg(UnitName(unitId), StorageName(storageId));
     const bool moved = Recorded(description, UnitSubject(unitId),

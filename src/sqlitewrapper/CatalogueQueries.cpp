@@ -38,8 +38,15 @@ QString CSqliteWrapper::GetDatabaseVersion()
 
 void CSqliteWrapper::GetStorageList(std::vector<StorageListItem>& items)
 {
+    // A storage whose top units are files only has children in the tree when one of
+    // them is an archive.
     QString sql =
-        QStringLiteral("SELECT StorageID, StorageName, FoldersNumber, DiscsNumber FROM Storages");
+        HasArchiveInfo()
+            ? QStringLiteral("SELECT StorageID, StorageName, FoldersNumber, DiscsNumber OR "
+                             "StorageID IN (SELECT u.StorageID FROM ArchiveInfo a JOIN Units u ON "
+                             "u.UnitID = a.UnitID WHERE u.ParentUnitID IS NULL) FROM Storages")
+            : QStringLiteral("SELECT StorageID, StorageName, FoldersNumber, DiscsNumber FROM "
+                             "Storages");
     if (m_sortByName)
         sql += QStringLiteral(" ORDER BY StorageName COLLATE NOCASE");
     items.clear();
@@ -75,9 +82,8 @@ StorageRecord CSqliteWrapper::GetStorage(int storageId)
 void CSqliteWrapper::GetSubunits(std::vector<UnitListItem>& items, int id, bool topLevel)
 {
     QString sql =
-        UnitListSelect() +
-        (topLevel ? Format("WHERE StorageID = %d AND ParentUnitID IS NULL", {id})
-                  : Format("WHERE ParentUnitID = %d", {id}));
+        UnitListSelect() + (topLevel ? Format("WHERE StorageID = %d AND ParentUnitID IS NULL", {id})
+                                     : Format("WHERE ParentUnitID = %d", {id}));
     sql += QStringLiteral(" ORDER BY UnitType");
     if (m_sortByName)
         sql += QStringLiteral(" , UnitName COLLATE NOCASE");
