@@ -9,6 +9,7 @@
 #include "drives/DriveSystem.h"
 #include "listers/ListerFor.h"
 #include "media/MediaDetails.h"
+#include "media/Thumbnailer.h"
 #include "settings/Settings.h"
 
 #include <QDateTime>
@@ -85,7 +86,8 @@ UnitSource SourceOf(const CAddLocationJob::Request& r, DriveSystem* drives)
 
 } // namespace
 
-CAddLocationJob::CAddLocationJob(CShelfwiseDoc& doc, QObject* parent) : QObject(parent), m_doc(doc)
+CAddLocationJob::CAddLocationJob(CShelfwiseDoc& doc, QObject* parent)
+    : QObject(parent), m_doc(doc), m_thumbnails(Settings::Instance().KeepThumbnails)
 {
 }
 
@@ -119,6 +121,12 @@ CImporter& CAddLocationJob::Importer()
     return *m_importer;
 }
 
+void CAddLocationJob::SetThumbnails(bool on)
+{
+    m_thumbnails = on;
+    Importer().SetThumbnails(on);
+}
+
 bool CAddLocationJob::AddLocation(quint64 totalSize)
 {
     const Request& r = m_request;
@@ -139,6 +147,7 @@ bool CAddLocationJob::AddLocation(quint64 totalSize)
         const int discInfoId = isDisc ? db.AddDiscInfo(r.discLabel, r.discSerial, r.discSize) : 0;
         int category = r.categorise ? CategoryIds::General : r.fixedCategory;
         CNullable<int> unitInfoId;
+        ThumbnailRecord thumbnail;
         if (kind == UnitKind::File) {
             if (!ReadFileFacts(r.path, facts)) {
                 fileFailed = true;
@@ -148,11 +157,17 @@ bool CAddLocationJob::AddLocation(quint64 totalSize)
             if (r.categorise)
                 category = db.CategoryForFile(info.fileName());
             // A single media file gets its details as it would inside a folder.
-            if (category >= CategoryIds::Film && category <= CategoryIds::Picture)
-                unitInfoId = AddMediaRow(db, CreateMediaDetailsReader()->Read(r.path, category));
+            if (category >= CategoryIds::Film && category <= CategoryIds::Picture) {
+                const MediaRecord media = CreateMediaDetailsReader()->Read(r.path, category);
+                unitInfoId = AddMediaRow(db, media);
+                if (m_thumbnails && media.kind == MediaRecord::Kind::Picture)
+                    thumbnail = Thumbnailer::Make(r.path);
+            }
         }
         unitId = db.AddUnit(kind, r.name, r.notes, category, r.storageId, 0, unitInfoId, facts.size,
                             facts.created, facts.modified, discInfoId, true);
+        if (!thumbnail.IsEmpty())
+            db.SetThumbnail(unitId, thumbnail);
         source.UnitID = unitId;
         db.AddUnitSource(source);
         m_doc.SetLastAdded(r.storageId, unitId);

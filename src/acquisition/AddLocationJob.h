@@ -60,6 +60,8 @@ public:
     void SetFolderLister(FolderLister* lister);
     SubunitsSearcher& Searcher();
     CImporter& Importer();
+    // Whether pictures get thumbnails (Settings::KeepThumbnails unless set).
+    void SetThumbnails(bool on);
 
     // A unit's name for a folder or file path: the part behind the last separator,
     // a trailing separator dropped first.
@@ -113,4 +115,5 @@ private:
     bool m_lockedDrive = false;
     int m_lastProgress = 0;
     bool m_cancelRequested = false;
+    bool m_thumbnails;
 };

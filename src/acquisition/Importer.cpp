@@ -4,6 +4,7 @@
 #include "common/WorkerEvent.h"
 #include "errorlog/ErrorLog.h"
 #include "media/MediaDetails.h"
+#include "settings/Settings.h"
 #include "sqlitewrapper/SqliteWrapper.h"
 
 #include <QCoreApplication>
@@ -33,7 +34,8 @@ bool HasMediaTable(int categoryId)
 } // namespace
 
 CImporter::CImporter(CSqliteWrapper& db, SubunitQueue& queue)
-    : m_db(db), m_queue(queue), m_readerFactory(&CreateMediaDetailsReader)
+    : m_db(db), m_queue(queue), m_thumbnails(Settings::Instance().KeepThumbnails),
+      m_readerFactory(&CreateMediaDetailsReader)
 {
 }
 
@@ -67,6 +69,8 @@ void CImporter::StartImport(QObject* notify, bool categorise, int fixedCategory,
     m_lastParentIndex = 0;
     m_window.clear();
     m_files = m_batchRows > 1 ? std::make_unique<CFileInsertBatch>(m_batchRows) : nullptr;
+    m_batchThumbnails.clear();
+    m_thumbnailRows.Clear();
 
     m_thread.Start([this] { Run(); });
 }
@@ -86,7 +90,7 @@ WorkOutcome CImporter::Run()
     // The reading threads live as long as this run.
     if (m_readerFactory) {
         const int threads = m_mediaThreads > 0 ? m_mediaThreads : MediaReadPool::DefaultThreads();
-        m_pool = std::make_unique<MediaReadPool>(m_readerFactory, threads);
+        m_pool = std::make_unique<MediaReadPool>(m_readerFactory, threads, m_thumbnails);
     }
     WorkOutcome outcome = WorkOutcome::Failed;
     try {
@@ -102,6 +106,8 @@ WorkOutcome CImporter::Run()
     m_window.clear();
     if (m_files)
         m_files->Clear();
+    m_batchThumbnails.clear();
+    m_thumbnailRows.Clear();
     if (outcome == WorkOutcome::Succeeded)
         WriteTotals();
     if (m_notify)
@@ -186,9 +192,13 @@ void CImporter::ImportRecord(Pending& pending)
     const int parent = ParentIndex(record.ParentID);
     if (record.IsFile()) {
         CNullable<int> unitInfoId;
-        if (pending.media)
-            unitInfoId = AddMediaRow(m_db, m_pool->Take(pending.media));
-        ImportFile(record, pending.categoryId, unitInfoId, parent);
+        ThumbnailRecord thumbnail;
+        if (pending.media) {
+            MediaRecord media = m_pool->Take(pending.media);
+            unitInfoId = AddMediaRow(m_db, media);
+            thumbnail = std::move(media.thumbnail);
+        }
+        ImportFile(record, pending.categoryId, unitInfoId, parent, std::move(thumbnail));
         return;
     }
     // A folder's row is written at once, files wait in the batch: the files listed
@@ -208,7 +218,7 @@ void CImporter::ImportRecord(Pending& pending)
 }
 
 void CImporter::ImportFile(const SubunitInfo& record, int categoryId,
-                           const CNullable<int>& unitInfoId, int parent)
+                           const CNullable<int>& unitInfoId, int parent, ThumbnailRecord thumbnail)
 {
     const FindData& data = record.Data;
     const qint64 created = data.CreationTime == FindData::kNoTime && m_creationFromWrite
@@ -219,14 +229,21 @@ void CImporter::ImportFile(const SubunitInfo& record, int categoryId,
     // A link's notes say where it points; nothing else has notes from the scan.
     const QString notes = data.Link ? QStringLiteral("-> ") + data.Link->Text : QString();
     if (m_files) {
+        if (!thumbnail.IsEmpty())
+            m_batchThumbnails.emplace_back(m_files->Rows(), std::move(thumbnail));
         m_files->Add(data.FileName, m_storageId, parentUnitId, size, WallClock(created),
                      WallClock(data.LastWriteTime), categoryId, unitInfoId, notes);
         m_batchedParentUnitId = parentUnitId;
         if (m_files->IsFull())
             FlushFiles();
     } else {
-        m_db.AddUnit(UnitKind::File, data.FileName, notes, categoryId, m_storageId, parentUnitId,
-                     unitInfoId, size, LocalTime(created), LocalTime(data.LastWriteTime), 0, false);
+        const int unitId = m_db.AddUnit(
+            UnitKind::File, data.FileName, notes, categoryId, m_storageId, parentUnitId, unitInfoId,
+            size, LocalTime(created), LocalTime(data.LastWriteTime), 0, false);
+        if (!thumbnail.IsEmpty())
+            m_thumbnailRows.Add(unitId, thumbnail);
+        if (m_thumbnailRows.IsFull())
+            m_thumbnailRows.Flush(m_db);
     }
     Folder& own = m_folders[parent];
     own.files += 1;
@@ -237,8 +254,21 @@ void CImporter::ImportFile(const SubunitInfo& record, int categoryId,
 
 void CImporter::FlushFiles()
 {
-    if (m_files)
+    if (m_files && !m_files->IsEmpty()) {
+        const int rows = m_files->Rows();
         m_files->Flush(m_db);
+        // One INSERT gives its rows consecutive ids in the order of its VALUES (each
+        // new row takes the next id of the table), the last of them LastInsertId: the
+        // triggers' inserts into other tables do not change what it gives afterwards.
+        const int firstId = m_db.LastInsertId() - rows + 1;
+        for (auto& [row, thumbnail] : m_batchThumbnails) {
+            m_thumbnailRows.Add(firstId + row, thumbnail);
+            if (m_thumbnailRows.IsFull())
+                m_thumbnailRows.Flush(m_db);
+        }
+        m_batchThumbnails.clear();
+    }
+    m_thumbnailRows.Flush(m_db);
 }
 
 qint64 CImporter::UtcOffsetMsecs(qint64 utcMsecs)

@@ -5,6 +5,7 @@
 #include "common/WorkerThread.h"
 #include "media/MediaReadPool.h"
 #include "sqlitewrapper/FileInsertBatch.h"
+#include "sqlitewrapper/ThumbnailInsertBatch.h"
 
 #include <QDateTime>
 #include <QtGlobal>
@@ -14,6 +15,7 @@
 #include <functional>
 #include <memory>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 class CSqliteWrapper;
@@ -57,6 +59,9 @@ public:
     // disc, whose recording date is what Windows shows as a CD's creation date; off for
     // a folder, whose files then keep no creation date rather than a made-up one.
     void SetCreationFromWrite(bool on) { m_creationFromWrite = on; }
+    // Whether pictures get a thumbnail, made by the reading threads beside their details
+    // (Settings::KeepThumbnails unless set). Off, no picture is decoded.
+    void SetThumbnails(bool on) { m_thumbnails = on; }
 
     void StartImport(QObject* notify, bool categorise, int fixedCategory, int storageId,
                      int rootUnitId, quint64 totalSize);
@@ -91,7 +96,7 @@ private:
     void Admit(SubunitInfoPtr record);
     void ImportRecord(Pending& pending);
     void ImportFile(const SubunitInfo& record, int categoryId, const CNullable<int>& unitInfoId,
-                    int parent);
+                    int parent, ThumbnailRecord thumbnail = {});
     int ParentIndex(quint32 scannedParentId);
     void FlushFiles();
     void WriteTotals();
@@ -123,6 +128,12 @@ private:
     int m_batchRows = CFileInsertBatch::kDefaultRows;
     bool m_creationFromWrite = false;
     std::unique_ptr<CFileInsertBatch> m_files;
+    // The thumbnails of files waiting in m_files, by row index there: their ids are
+    // known once the batch is written. Then, and for files written one by one, they
+    // wait in m_thumbnailRows.
+    std::vector<std::pair<int, ThumbnailRecord>> m_batchThumbnails;
+    CThumbnailInsertBatch m_thumbnailRows;
+    bool m_thumbnails = true;
     int m_batchedParentUnitId = 0; // the folder of the last file put into m_files
     std::deque<Pending> m_window;
 

@@ -2,6 +2,7 @@
 
 #include "document/ShelfwiseDoc.h"
 #include "media/MediaDetails.h"
+#include "settings/Settings.h"
 #include "sqlitewrapper/SqliteWrapper.h"
 
 #include <QCoreApplication>
@@ -42,7 +43,8 @@ QDateTime WallClock(const QString& text)
 } // namespace
 
 CUnitUpdate::CUnitUpdate(CShelfwiseDoc& doc)
-    : m_doc(doc), m_readerFactory(&CreateMediaDetailsReader)
+    : m_doc(doc), m_readerFactory(&CreateMediaDetailsReader),
+      m_thumbnails(Settings::Instance().KeepThumbnails)
 {
 }
 
@@ -117,7 +119,7 @@ void CUnitUpdate::ReadMedia(const CChangeList& changes, const QString& sourcePat
     m_media.assign(changes.Entries().size(), MediaRecord());
     if (!m_readerFactory || !QFileInfo(sourcePath).isDir())
         return; // a file on its own is read below; an image's files are not on disk
-    MediaReadPool pool(m_readerFactory, MediaReadPool::DefaultThreads());
+    MediaReadPool pool(m_readerFactory, MediaReadPool::DefaultThreads(), m_thumbnails);
     std::vector<std::pair<size_t, MediaReadPool::JobPtr>> jobs;
     const QDir root(sourcePath);
     for (size_t i = 0; i < changes.Entries().size(); ++i) {
@@ -167,6 +169,9 @@ void CUnitUpdate::Write(CSqliteWrapper& db, int unitId, const CChangeList& chang
                     change.NewCreated.isEmpty() && isDisc ? change.NewDate : change.NewCreated;
                 db.SetFileContents(change.UnitId, change.NewSize, WallClock(created),
                                    WallClock(change.NewDate), AddMediaRow(db, m_media[i]));
+                // The old picture's thumbnail goes, the new one's (if any) replaces it.
+                if (m_categories[i] == CategoryIds::Picture)
+                    db.SetThumbnail(change.UnitId, m_media[i].thumbnail);
             }
             break;
         case Kind::Added:
@@ -181,9 +186,12 @@ void CUnitUpdate::Write(CSqliteWrapper& db, int unitId, const CChangeList& chang
                 const QString notes = change.LinkTarget.isEmpty()
                                           ? QString()
                                           : QStringLiteral("-> ") + change.LinkTarget;
-                db.AddUnit(UnitKind::File, name, notes, m_categories[i], storageId,
-                           parentOf(change.Path), AddMediaRow(db, m_media[i]), change.NewSize,
-                           WallClock(created), WallClock(change.NewDate), 0, false);
+                const int fileId =
+                    db.AddUnit(UnitKind::File, name, notes, m_categories[i], storageId,
+                               parentOf(change.Path), AddMediaRow(db, m_media[i]), change.NewSize,
+                               WallClock(created), WallClock(change.NewDate), 0, false);
+                if (!m_media[i].thumbnail.IsEmpty())
+                    db.SetThumbnail(fileId, m_media[i].thumbnail);
             }
             break;
         case Kind::Moved:

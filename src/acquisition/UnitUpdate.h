@@ -27,6 +27,9 @@ public:
     /// What makes the readers of media details (by default the library-backed one);
     /// null reads none.
     void SetMediaReaderFactory(ReaderFactory factory) { m_readerFactory = std::move(factory); }
+    /// Whether added and changed pictures get a new thumbnail (Settings::KeepThumbnails
+    /// unless set); off, a changed picture loses the one it had.
+    void SetThumbnails(bool on) { m_thumbnails = on; }
 
     /// For a disc: the question to ask when the volume found at its source (label and
     /// serial number) is not the disc catalogued, which would be compared with a stranger;
@@ -52,6 +55,7 @@ private:
 
     CShelfwiseDoc& m_doc;
     ReaderFactory m_readerFactory;
+    bool m_thumbnails = true;
     std::vector<int> m_categories; // by index in the changes: an added file's category
     std::vector<MediaRecord> m_media;
     UnitUpdateRecord m_record;

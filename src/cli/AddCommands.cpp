@@ -24,6 +24,7 @@ namespace {
 
 const QString kNotes = QStringLiteral("--notes");
 const QString kCategory = QStringLiteral("--category");
+const QString kNoThumbnails = QStringLiteral("--no-thumbnails");
 
 void PrintError(const QString& text)
 {
@@ -61,6 +62,8 @@ int RunAddition(CliContext& ctx, CAddLocationJob& job, const CAddLocationJob::Re
         }
     });
     poll.start(50);
+    if (ctx.Args.Has(kNoThumbnails))
+        job.SetThumbnails(false);
     if (!job.Start(request))
         return ExitStatus::Error;
     if (!done)
@@ -207,25 +210,34 @@ std::vector<CliCommand> AddCommands()
     const Arg storage = Arg::Positional("STORAGE");
     const Arg notes = Arg::Option(kNotes, {"TEXT"}).Optional();
     const Arg category = Arg::Option(kCategory, {"CATEGORY"}).Optional();
+    const Arg noThumbnails = Arg::Option(kNoThumbnails).Optional();
     return {
         {"add-folder",
          "catalogues a folder; without --category files are categorised by extension",
-         {file, storage, Arg::Positional("PATH"), notes, category},
-         &AddFolder},
+         {file, storage, Arg::Positional("PATH"), notes, category, noThumbnails},
+         &AddFolder,
+         "Pictures get a thumbnail of at most 160 x 160 pixels, kept in the catalogue,\n"
+         "while the KeepThumbnails setting is on; --no-thumbnails makes none."},
         {"add-file",
          "catalogues one file",
-         {file, storage, Arg::Positional("PATH"), notes, category},
-         &AddFile},
+         {file, storage, Arg::Positional("PATH"), notes, category, noThumbnails},
+         &AddFile,
+         "A picture gets a thumbnail of at most 160 x 160 pixels, kept in the catalogue,\n"
+         "while the KeepThumbnails setting is on; --no-thumbnails makes none."},
         {"add-disc",
          "catalogues the disc in DRIVE (its mount point, or a disc image file); refuses a "
          "duplicate unless --force",
          {file, storage, Arg::Positional("DRIVE"), Arg::Option("--name", {"NAME"}).Optional(),
-          notes, category, Arg::Option("--force").Optional(), Arg::Option("--eject").Optional()},
+          notes, category, Arg::Option("--force").Optional(), Arg::Option("--eject").Optional(),
+          noThumbnails},
          &AddDisc,
          "The disc is named after its volume label unless --name is given. A disc that\n"
          "matches a catalogued one by the duplicate settings (CheckSerialNumber,\n"
          "CheckSize, CheckLabel) is not added: the matches are listed and the status is\n"
          "3, unless --force. --eject ejects the disc when the addition ends, as the\n"
-         "AutoEject setting does."},
+         "AutoEject setting does.\n"
+         "\n"
+         "Pictures get a thumbnail of at most 160 x 160 pixels, kept in the catalogue,\n"
+         "while the KeepThumbnails setting is on; --no-thumbnails makes none."},
     };
 }

@@ -46,4 +46,5 @@ std::vector<CliCommand> FindCommands();
 std::vector<CliCommand> ReportCommands();
 std::vector<CliCommand> SearchCommands();
 std::vector<CliCommand> SettingsCommands();
+std::vector<CliCommand> ThumbnailCommands();
 std::vector<CliCommand> UpdateCommands();

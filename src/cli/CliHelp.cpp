@@ -10,9 +10,9 @@ QString ProgramName()
 std::vector<CliCommand> AllCommands()
 {
     std::vector<CliCommand> all;
-    for (auto list :
-         {CatalogueCommands(), AddCommands(), UpdateCommands(), CategoryCommands(), DriveCommands(),
-          ReportCommands(), SearchCommands(), FindCommands(), CopyCommands(), SettingsCommands()})
+    for (auto list : {CatalogueCommands(), AddCommands(), UpdateCommands(), CategoryCommands(),
+                      DriveCommands(), ReportCommands(), SearchCommands(), FindCommands(),
+                      CopyCommands(), ThumbnailCommands(), SettingsCommands()})
         all.insert(all.end(), list.begin(), list.end());
     return all;
 }

@@ -25,6 +25,7 @@ namespace {
 const QString kUnit = QStringLiteral("--unit");
 const QString kDryRun = QStringLiteral("--dry-run");
 const QString kForce = QStringLiteral("--force");
+const QString kNoThumbnails = QStringLiteral("--no-thumbnails");
 
 void PrintError(const QString& text)
 {
@@ -200,6 +201,8 @@ int Update(CliContext& ctx)
     if (InterruptGuard::Interrupted())
         return ExitStatus::Cancelled;
     CUnitUpdate update(ctx.Doc());
+    if (ctx.Args.Has(kNoThumbnails))
+        update.SetThumbnails(false);
     if (!update.Apply(unit.UnitID, changes, source, isDisc ? source : QString()))
         return ExitStatus::Error;
     if (!ctx.IndexWaitingNames() || InterruptGuard::Interrupted())
@@ -238,7 +241,7 @@ std::vector<CliCommand> UpdateCommands()
         {"update",
          "compares a disc, folder or file with its source and applies the changes",
          {file, unit, Arg::Positional("PATH").Optional(), Arg::Option(kDryRun).Optional(),
-          Arg::Option(kForce).Optional()},
+          Arg::Option(kForce).Optional(), Arg::Option(kNoThumbnails).Optional()},
          &Update,
          "The unit lies directly in a storage. The source is PATH, else the one recorded\n"
          "when the unit was added or last updated; a catalogue made before version 1.1\n"
@@ -254,7 +257,11 @@ std::vector<CliCommand> UpdateCommands()
          "number are not those of the disc catalogued, nothing is compared and the\n"
          "status is 3, unless --force. When the source cannot be read at all the status\n"
          "is 1, and Ctrl+C stops the comparison with status 130; the catalogue is then\n"
-         "unchanged."},
+         "unchanged.\n"
+         "\n"
+         "Added and changed pictures get a new thumbnail while the KeepThumbnails\n"
+         "setting is on; with --no-thumbnails they get none (a changed picture loses\n"
+         "its old one)."},
         {"history",
          "lists the updates of a disc, folder or file, oldest first",
          {file, unit},

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "sqlitewrapper/Records.h"
+#include "sqlitewrapper/ThumbnailRecord.h"
 
 #include <QString>
 
@@ -15,6 +16,8 @@ struct MediaRecord
     FilmInfo film;
     MusicInfo music;
     PictureInfo picture;
+    // A picture's thumbnail, when one was asked for and made (see Thumbnailer).
+    ThumbnailRecord thumbnail;
 };
 
 /// Reads the media facts of one file for its category: CategoryIds::Film gives a

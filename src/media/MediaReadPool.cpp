@@ -1,11 +1,14 @@
 #include "media/MediaReadPool.h"
 
+#include "media/Thumbnailer.h"
+
 #include <QThread>
 
 #include <algorithm>
 #include <chrono>
 
-MediaReadPool::MediaReadPool(ReaderFactory factory, int threads) : m_factory(std::move(factory))
+MediaReadPool::MediaReadPool(ReaderFactory factory, int threads, bool thumbnails)
+    : m_factory(std::move(factory)), m_thumbnails(thumbnails)
 {
     for (int i = 0; i < std::max(1, threads); ++i) {
         m_threads.push_back(std::make_unique<CWorkerThread>());
@@ -54,6 +57,10 @@ bool MediaReadPool::IsDone(const JobPtr& job) const
 bool MediaReadPool::WaitFor(const JobPtr& job, int timeoutMs)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
+    if (timeoutMs < 0) {
+        m_jobDone.wait(lock, [&job] { return job->m_done; });
+        return true;
+    }
     return m_jobDone.wait_for(lock, std::chrono::milliseconds(timeoutMs),
                               [&job] { return job->m_done; });
 }
@@ -81,6 +88,8 @@ void MediaReadPool::Work()
         if (reader) {
             try {
                 record = reader->Read(job->m_path, job->m_categoryId);
+                if (m_thumbnails && record.kind == MediaRecord::Kind::Picture)
+                    record.thumbnail = Thumbnailer::Make(job->m_path);
             } catch (...) {
                 // A reader promises not to throw; should one still do so, the file is
                 // catalogued without details rather than the thread lost.

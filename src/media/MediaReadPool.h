@@ -35,7 +35,9 @@ public:
     };
     using JobPtr = std::shared_ptr<Job>;
 
-    MediaReadPool(ReaderFactory factory, int threads);
+    // With thumbnails, each picture whose details were read gets its thumbnail made on
+    // the same thread (MediaRecord::thumbnail).
+    MediaReadPool(ReaderFactory factory, int threads, bool thumbnails = false);
     ~MediaReadPool();
     MediaReadPool(const MediaReadPool&) = delete;
     MediaReadPool& operator=(const MediaReadPool&) = delete;
@@ -45,7 +47,8 @@ public:
 
     JobPtr Submit(const QString& path, int categoryId);
     bool IsDone(const JobPtr& job) const;
-    // Waits until the job is done or timeoutMs have passed; true when done.
+    // Waits until the job is done or timeoutMs have passed (a negative timeoutMs: until
+    // it is done); true when done.
     bool WaitFor(const JobPtr& job, int timeoutMs);
     // The record of a done job, moved out.
     MediaRecord Take(const JobPtr& job);
@@ -54,6 +57,7 @@ private:
     void Work();
 
     ReaderFactory m_factory;
+    const bool m_thumbnails;
     mutable std::mutex m_mutex;
     std::condition_variable m_workArrived;
     std::condition_variable m_jobDone;

@@ -3,6 +3,7 @@
 #include "common/FormatSize.h"
 #include "common/Strings.h"
 #include "document/ShelfwiseDoc.h"
+#include "media/Thumbnailer.h"
 
 #include <algorithm>
 #include <functional>
@@ -125,7 +126,7 @@ QVariant CResultsModel::data(const QModelIndex& index, int role) const
     case Qt::ToolTipRole:
         // The full text of the two columns most often too narrow for it.
         if (index.column() == Name)
-            return unit->UnitName;
+            return NameTip(unit->UnitID, unit->Kind, unit->CategoryID, unit->UnitName);
         return index.column() == Location ? QVariant(LocationOf(unit->UnitID)) : QVariant();
     case Qt::DisplayRole:
         break;
@@ -174,4 +175,13 @@ QVariant CResultsModel::KindIcon(UnitKind kind) const
                         : kind == UnitKind::Folder ? m_folderIcon
                                                    : m_fileIcon;
     return icon.isNull() ? QVariant() : QVariant(icon);
+}
+
+QString CResultsModel::NameTip(int unitId, UnitKind kind, int categoryId, const QString& name) const
+{
+    if (kind != UnitKind::File || categoryId != CategoryIds::Picture)
+        return name;
+    ThumbnailRecord thumbnail;
+    m_doc.Guard([&] { m_doc.Database().GetThumbnail(unitId, thumbnail); });
+    return Thumbnailer::TooltipHtml(name, thumbnail);
 }

@@ -43,6 +43,9 @@ public:
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
 
 private:
+    // The name, with the picture's thumbnail below it where the catalogue keeps one
+    // (rich text, read when the tooltip is asked for).
+    QString NameTip(int unitId, UnitKind kind, int categoryId, const QString& name) const;
     QVariant KindIcon(UnitKind kind) const;
 
     CShelfwiseDoc& m_doc;

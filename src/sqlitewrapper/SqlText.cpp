@@ -129,6 +129,18 @@ void AppendQuotedUtf8(std::string& out, const QString& text)
     out += '\'';
 }
 
+void AppendBlobLiteral(std::string& out, const QByteArray& bytes)
+{
+    static constexpr char kDigits[] = "0123456789ABCDEF";
+    out += "X'";
+    for (const char byte : bytes) {
+        const auto value = static_cast<unsigned char>(byte);
+        out += kDigits[value >> 4];
+        out += kDigits[value & 0x0F];
+    }
+    out += '\'';
+}
+
 bool AppendDateLiteral(std::string& out, qint64 wallClockMsecs)
 {
     constexpr qint64 kMsecsPerDay = 86400000;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QDateTime>
 #include <QString>
 
@@ -65,6 +66,11 @@ void AppendQuotedUtf8(std::string& out, const QString& text);
 // of that clock, as FormatSqlDate gives it for the same reading; false (and nothing
 // appended) outside the years 1 to 9999, which the caller writes through QDateTime.
 bool AppendDateLiteral(std::string& out, qint64 wallClockMsecs);
+// AppendBlobLiteral: bytes as an SQL blob literal, X'' and two hex digits a byte. Binary
+// data (a thumbnail's image) has no text form a quoted string could carry, and nothing is
+// bound as a parameter: the hex literal keeps the statement complete text. Only hex
+// digits come from the bytes, so nothing in them can end the literal.
+void AppendBlobLiteral(std::string& out, const QByteArray& bytes);
 
 std::string ToUtf8(const QString& wide);
 QString FromUtf8(const char* narrow);

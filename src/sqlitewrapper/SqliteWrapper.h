@@ -6,6 +6,7 @@
 #include "sqlitewrapper/SearchCriteria.h"
 #include "sqlitewrapper/SqlText.h"
 #include "sqlitewrapper/SqliteWrapperError.h"
+#include "sqlitewrapper/ThumbnailRecord.h"
 
 #include <QByteArray>
 #include <QDateTime>
@@ -227,6 +228,17 @@ public:
     // The source recorded again after an update (a row written or replaced).
     void SetUnitSource(const UnitSource& source);
 
+    // Pictures' thumbnails (Thumbnails.cpp): nothing is read or written where the
+    // catalogue has no table (before version 1.5). GetThumbnail is false when the unit has
+    // none; GetSubunitThumbnails gives those of the units GetSubunits lists, by UnitID, in
+    // one query; SetThumbnail writes or replaces the row (an empty record deletes it).
+    // CountThumbnails gives the number of rows and their images' bytes.
+    bool HasThumbnails();
+    bool GetThumbnail(int unitId, ThumbnailRecord& thumbnail);
+    std::map<int, ThumbnailRecord> GetSubunitThumbnails(int id, bool topLevel);
+    std::map<int, ThumbnailRecord> GetThumbnails(const std::vector<int>& unitIds);
+    void SetThumbnail(int unitId, const ThumbnailRecord& thumbnail);
+    qint64 CountThumbnails(qint64& totalBytes);
     // Updating a unit from its source (UnitUpdates.cpp). MoveUnit gives a unit another
     // parent and name; SetFileContents a file's size, dates and media row (its old media
     // row deleted), keeping its name, notes and category.
@@ -346,6 +358,8 @@ private:
     // Deletes the UnitSources and UnitUpdates rows of the units that the condition on
     // UnitID selects.
     void DeleteUnitSources(const QString& unitCondition);
+    // Deletes the Thumbnails rows of the units that the condition on UnitID selects.
+    void DeleteThumbnails(const QString& unitCondition);
 
     sqlite3* m_db = nullptr;
     sqlite3_session* m_session = nullptr;

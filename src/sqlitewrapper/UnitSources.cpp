@@ -79,4 +79,6 @@ void CSqliteWrapper::DeleteUnitSources(const QString& unitCondition)
         Execute(QStringLiteral("DELETE FROM UnitSources WHERE UnitID ") + unitCondition);
     if (HasUnitUpdates())
         Execute(QStringLiteral("DELETE FROM UnitUpdates WHERE UnitID ") + unitCondition);
+    // So does its thumbnail.
+    DeleteThumbnails(unitCondition);
 }

@@ -4,9 +4,15 @@
 #include "common/Strings.h"
 #include "common/UserPrompter.h"
 #include "document/ShelfwiseDoc.h"
+#include "media/Thumbnailer.h"
 #include "settings/Settings.h"
 #include "views/UnitDrag.h"
 #include "views/UnitIcons.h"
+
+#include <QImage>
+#include <QPixmap>
+
+#include <algorithm>
 
 CDetailsModel::CDetailsModel(CShelfwiseDoc& doc, CUnitIcons& icons, QObject* parent)
     : QAbstractTableModel(parent), m_doc(doc), m_icons(icons)
@@ -21,7 +27,57 @@ void CDetailsModel::SetRows(std::vector<UnitListItem> rows, int parentId, bool p
     m_parentIsStorage = parentIsStorage;
     m_datesLoaded = false;
     m_dates.clear();
+    m_thumbnailsLoaded = false;
+    m_thumbnails.clear();
+    m_thumbnailIcons.clear();
     endResetModel();
+}
+
+void CDetailsModel::SetShowThumbnails(bool show)
+{
+    if (show == m_showThumbnails)
+        return;
+    m_showThumbnails = show;
+    if (!m_rows.empty())
+        emit dataChanged(index(0, Name), index(static_cast<int>(m_rows.size()) - 1, Name),
+                         {Qt::DecorationRole});
+}
+
+bool CDetailsModel::HasThumbnails() const
+{
+    LoadThumbnails();
+    return !m_thumbnails.empty() || !m_thumbnailIcons.empty();
+}
+
+void CDetailsModel::LoadThumbnails() const
+{
+    if (m_thumbnailsLoaded)
+        return;
+    m_thumbnailsLoaded = true;
+    const bool anyPicture = std::any_of(m_rows.begin(), m_rows.end(), [](const UnitListItem& unit) {
+        return unit.Kind == UnitKind::File && unit.CategoryID == CategoryIds::Picture;
+    });
+    if (m_parentId != -1 && anyPicture)
+        m_doc.Guard([&] {
+            m_thumbnails = m_doc.Database().GetSubunitThumbnails(m_parentId, m_parentIsStorage);
+        });
+}
+
+QIcon CDetailsModel::ThumbnailIcon(const UnitListItem& unit) const
+{
+    if (unit.Kind != UnitKind::File)
+        return {};
+    const auto decoded = m_thumbnailIcons.find(unit.UnitID);
+    if (decoded != m_thumbnailIcons.end())
+        return decoded->second;
+    LoadThumbnails();
+    const auto stored = m_thumbnails.find(unit.UnitID);
+    if (stored == m_thumbnails.end())
+        return {};
+    QIcon icon(QPixmap::fromImage(Thumbnailer::Decode(stored->second)));
+    m_thumbnails.erase(stored); // the bytes are not needed again
+    m_thumbnailIcons.emplace(unit.UnitID, icon);
+    return icon;
 }
 
 const QString& CDetailsModel::ModifiedDate(int unitId) const
@@ -70,7 +126,14 @@ QVariant CDetailsModel::data(const QModelIndex& index, int role) const
     case kKindRole:
         return static_cast<int>(unit.Kind);
     case Qt::DecorationRole:
-        return index.column() == Name ? QVariant(m_icons.Icon(unit, style)) : QVariant();
+        if (index.column() != Name)
+            return QVariant();
+        if (m_showThumbnails) {
+            const QIcon thumbnail = ThumbnailIcon(unit);
+            if (!thumbnail.isNull())
+                return thumbnail;
+        }
+        return m_icons.Icon(unit, style);
     case Qt::TextAlignmentRole:
         return index.column() == Size ? QVariant(Qt::AlignRight | Qt::AlignVCenter) : QVariant();
     case Qt::EditRole: // a rename in place starts from the name

@@ -1,8 +1,10 @@
 #pragma once
 
 #include "sqlitewrapper/Records.h"
+#include "sqlitewrapper/ThumbnailRecord.h"
 
 #include <QAbstractTableModel>
+#include <QIcon>
 
 #include <map>
 #include <vector>
@@ -24,12 +26,19 @@ public:
     static constexpr int kSortRole = Qt::UserRole + 1;
     static constexpr int kIconIndexRole = Qt::UserRole + 2;
     static constexpr int kKindRole = Qt::UserRole + 3; // UnitKind as an int
+    // The side of the icons in Icons mode when the listing has pictures' thumbnails.
+    static constexpr int kThumbnailIconSide = 96;
 
     CDetailsModel(CShelfwiseDoc& doc, CUnitIcons& icons, QObject* parent = nullptr);
 
     // Replaces every row with the children of a storage (parentIsStorage) or a unit.
     void SetRows(std::vector<UnitListItem> rows, int parentId, bool parentIsStorage);
     const std::vector<UnitListItem>& Rows() const { return m_rows; }
+    // Whether the pictures show their thumbnails instead of their icons (Icons mode).
+    // The thumbnails of a listing are read in one query, the first time they are asked
+    // for, and each is decoded when its row is first painted.
+    void SetShowThumbnails(bool show);
+    bool HasThumbnails() const;
     void RemoveRow(int row);
 
     int rowCount(const QModelIndex& parent = QModelIndex()) const override;
@@ -49,6 +58,9 @@ private:
     // The modification dates are read for the whole listing the first time the
     // Details mode paints one, and never for the other modes.
     const QString& ModifiedDate(int unitId) const;
+    void LoadThumbnails() const;
+    // The picture's thumbnail as an icon; a null icon when it has none.
+    QIcon ThumbnailIcon(const UnitListItem& unit) const;
 
     CShelfwiseDoc& m_doc;
     CUnitIcons& m_icons;
@@ -57,4 +69,8 @@ private:
     bool m_parentIsStorage = false;
     mutable bool m_datesLoaded = false;
     mutable std::map<int, QString> m_dates;
+    bool m_showThumbnails = false;
+    mutable bool m_thumbnailsLoaded = false;
+    mutable std::map<int, ThumbnailRecord> m_thumbnails; // by UnitID, not yet decoded
+    mutable std::map<int, QIcon> m_thumbnailIcons;       // by UnitID, decoded
 };

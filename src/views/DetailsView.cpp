@@ -84,6 +84,8 @@ void CDetailsView::Refill()
     const int selected = SelectedUnitId();
     const Selection& shown = m_doc.Selection();
     m_model->SetRows(m_doc.GetSelectionChildren(), shown.Id(), shown.IsStorage());
+    if (m_mode == Mode::Icons)
+        SetMode(Mode::Icons); // the icons' size follows whether pictures show thumbnails
     if (selected != -1)
         ShowRow(selected, false);
 }
@@ -97,15 +99,20 @@ void CDetailsView::SetMode(Mode mode)
     }
     setCurrentWidget(m_list);
     const bool large = mode == Mode::Icons;
+    m_model->SetShowThumbnails(large);
+    const QSize largeIcon =
+        large && m_model->HasThumbnails()
+            ? QSize(CDetailsModel::kThumbnailIconSide, CDetailsModel::kThumbnailIconSide)
+            : QSize(32, 32);
     m_list->setViewMode(mode == Mode::List ? QListView::ListMode : QListView::IconMode);
     m_list->setFlow(mode == Mode::List ? QListView::TopToBottom : QListView::LeftToRight);
     m_list->setWrapping(true);
     m_list->setResizeMode(QListView::Adjust);
     m_list->setMovement(QListView::Static); // (which also turns dragging off)
     m_list->setDragDropMode(QAbstractItemView::DragOnly);
-    m_list->setIconSize(large ? QSize(32, 32) : QSize(16, 16));
+    m_list->setIconSize(large ? largeIcon : QSize(16, 16));
     // Icons mode lays the rows on a grid whose cells hold three lines of a name.
-    const QSize cell = large ? CIconGridDelegate::CellSize(fontMetrics(), QSize(32, 32)) : QSize();
+    const QSize cell = large ? CIconGridDelegate::CellSize(fontMetrics(), largeIcon) : QSize();
     m_iconCells->SetCellSize(cell);
     m_list->setGridSize(cell);
     m_list->setWordWrap(large);

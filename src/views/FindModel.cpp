@@ -3,6 +3,7 @@
 #include "common/FormatSize.h"
 #include "common/Strings.h"
 #include "document/ShelfwiseDoc.h"
+#include "media/Thumbnailer.h"
 #include "settings/Settings.h"
 #include "views/UnitIcons.h"
 
@@ -100,7 +101,7 @@ QVariant CFindModel::data(const QModelIndex& index, int role) const
         return index.column() == Size ? QVariant(Qt::AlignRight | Qt::AlignVCenter) : QVariant();
     case Qt::ToolTipRole:
         if (index.column() == Name)
-            return unit.UnitName;
+            return NameTip(unit.UnitID, unit.Kind, unit.CategoryID, unit.UnitName);
         return index.column() == Location ? QVariant(unit.Location) : QVariant();
     case Qt::DisplayRole:
         break;
@@ -142,4 +143,13 @@ QVariant CFindModel::headerData(int section, Qt::Orientation orientation, int ro
     default:
         return QVariant();
     }
+}
+
+QString CFindModel::NameTip(int unitId, UnitKind kind, int categoryId, const QString& name) const
+{
+    if (kind != UnitKind::File || categoryId != CategoryIds::Picture)
+        return name;
+    ThumbnailRecord thumbnail;
+    m_doc.Guard([&] { m_doc.Database().GetThumbnail(unitId, thumbnail); });
+    return Thumbnailer::TooltipHtml(name, thumbnail);
 }

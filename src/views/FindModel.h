@@ -41,6 +41,9 @@ public:
     void fetchMore(const QModelIndex& parent) override;
 
 private:
+    // The name, with the picture's thumbnail below it where the catalogue keeps one
+    // (rich text, read when the tooltip is asked for).
+    QString NameTip(int unitId, UnitKind kind, int categoryId, const QString& name) const;
     // The next page after the rows read; fewer rows than a page means there is no more.
     std::vector<FoundUnit> ReadPage();
 

@@ -117,9 +117,13 @@ void CPropertiesDlg::AddMediaTab(const UnitProperties::Tab& values)
         page = MediaTab<CFilmInfoTab>(values);
     else if (values.Title == Strings::LoadString(Strings::IDS_TAB_AUDIO_INFO))
         page = MediaTab<CAudioInfoTab>(values);
-    else if (values.Title == Strings::LoadString(Strings::IDS_TAB_PICTURE_INFO))
-        page = MediaTab<CPictureInfoTab>(values);
-    else if (values.Title == UnitProperties::ArchiveTabTitle())
+    else if (values.Title == Strings::LoadString(Strings::IDS_TAB_PICTURE_INFO)) {
+        auto* picture = static_cast<CPictureInfoTab*>(MediaTab<CPictureInfoTab>(values));
+        ThumbnailRecord thumbnail;
+        m_doc.Guard([&] { m_doc.Database().GetThumbnail(m_id, thumbnail); });
+        picture->SetThumbnail(thumbnail);
+        page = picture;
+    } else if (values.Title == UnitProperties::ArchiveTabTitle())
         page = MediaTab<CArchiveInfoTab>(values);
     if (page)
         m_ui->tabs->addTab(page, values.Title);

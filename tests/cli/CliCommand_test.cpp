@@ -63,17 +63,18 @@ TEST(CliCommand, UsagesAreTheSyntaxThatScriptsRelyOn)
         {"map-extension", "FILE EXT CATEGORY"},
         {"unmap-extension", "FILE EXT"},
         {"set-category", "FILE --unit ID CATEGORY [--all-with-extension]"},
-        {"add-folder", "FILE STORAGE PATH [--notes TEXT] [--category CATEGORY]"},
-        {"add-file", "FILE STORAGE PATH [--notes TEXT] [--category CATEGORY]"},
+        {"add-folder", "FILE STORAGE PATH [--notes TEXT] [--category CATEGORY] [--no-thumbnails]"},
+        {"add-file", "FILE STORAGE PATH [--notes TEXT] [--category CATEGORY] [--no-thumbnails]"},
         {"add-disc", "FILE STORAGE DRIVE [--name NAME] [--notes TEXT] [--category CATEGORY] "
-                     "[--force] [--eject]"},
-        {"update", "FILE --unit ID [PATH] [--dry-run] [--force]"},
+                     "[--force] [--eject] [--no-thumbnails]"},
+        {"update", "FILE --unit ID [PATH] [--dry-run] [--force] [--no-thumbnails]"},
         {"history", "FILE --unit ID"},
         {"drives", ""},
         {"report", "FILE OUT.html [--storage STORAGE] [--level 1|2|3|all] [--open]"},
         {"duplicates", "FILE [--min-size BYTES] [--with-date]"},
         {"unique", "FILE --unit ID"},
         {"find", "FILE WORD... [--limit N]"},
+        {"thumbnail", "FILE --unit ID OUT.png"},
         // "settings" and "settings set KEY VALUE".
         {"settings", "[set KEY VALUE]"},
     };
@@ -159,6 +160,7 @@ TEST(CliCommand, OptionsAndArgumentCountsFollowFromTheArguments)
         {"unique", {1, 1}},
         {"search", {1, 1}},
         {"find", {2, std::numeric_limits<int>::max()}},
+        {"thumbnail", {2, 2}},
         {"settings", {0, 3}},
     };
     for (const CliCommand& command : CliHelp::AllCommands()) {
@@ -176,10 +178,12 @@ TEST(CliCommand, OptionsAndArgumentCountsFollowFromTheArguments)
     };
     EXPECT_EQ(options("show"), (std::map<QString, int>{{"--unit", 1}}));
     EXPECT_EQ(options("move"), (std::map<QString, int>{{"--unit", 1}, {"--to-storage", 1}}));
-    EXPECT_EQ(
-        options("add-disc"),
-        (std::map<QString, int>{
-            {"--name", 1}, {"--notes", 1}, {"--category", 1}, {"--force", 0}, {"--eject", 0}}));
+    EXPECT_EQ(options("add-disc"), (std::map<QString, int>{{"--name", 1},
+                                                           {"--notes", 1},
+                                                           {"--category", 1},
+                                                           {"--force", 0},
+                                                           {"--eject", 0},
+                                                           {"--no-thumbnails", 0}}));
     EXPECT_EQ(options("search"), (std::map<QString, int>{{"--text", 1},
                                                          {"--notes", 0},
                                                          {"--size", 3},
