@@ -42,6 +42,7 @@ std::vector<CliCommand> CatalogueCommands();
 std::vector<CliCommand> CategoryCommands();
 std::vector<CliCommand> CopyCommands();
 std::vector<CliCommand> DriveCommands();
+std::vector<CliCommand> ExportCommands();
 std::vector<CliCommand> FindCommands();
 std::vector<CliCommand> ReportCommands();
 std::vector<CliCommand> SearchCommands();

@@ -139,7 +139,10 @@ int CliContext::FinishAdding(int id, const QString& name)
 
 bool CliContext::ResolveStorage(const QString& text, int& storageId)
 {
-    const auto& storages = m_doc->Storages();
+    std::vector<StorageRecord> read;
+    if (m_reader)
+        m_reader->GetStorages(read);
+    const auto& storages = m_reader ? read : m_doc->Storages();
     if (AllDigits(text)) {
         for (const StorageRecord& storage : storages) {
             if (storage.StorageID == text.toInt()) {

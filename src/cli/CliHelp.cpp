@@ -12,7 +12,7 @@ std::vector<CliCommand> AllCommands()
     std::vector<CliCommand> all;
     for (auto list : {CatalogueCommands(), AddCommands(), UpdateCommands(), CategoryCommands(),
                       DriveCommands(), ReportCommands(), SearchCommands(), FindCommands(),
-                      CopyCommands(), ThumbnailCommands(), SettingsCommands()})
+                      CopyCommands(), ExportCommands(), ThumbnailCommands(), SettingsCommands()})
         all.insert(all.end(), list.begin(), list.end());
     return all;
 }

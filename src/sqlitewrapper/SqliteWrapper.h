@@ -1,5 +1,6 @@
 #pragma once
 
+#include "sqlitewrapper/ExportRecord.h"
 #include "sqlitewrapper/FileCopyRecords.h"
 #include "sqlitewrapper/FoundUnit.h"
 #include "sqlitewrapper/Records.h"
@@ -123,6 +124,16 @@ public:
     void GetSubtreeFiles(int unitId, std::vector<CatalogueFile>& files);
     void GetFilesById(const std::vector<int>& unitIds, std::vector<CatalogueFile>& files);
     int GetMaxUnitId();
+    // The rows of an export (ExportRows.cpp): the children of parentId, or with
+    // parentId 0 the top units of storageId, by UnitID; the units of unitIds, in that
+    // order (ids naming no unit are left out).
+    void GetExportChildren(int storageId, int parentId, std::vector<ExportRecord>& rows);
+    void GetExportUnits(const std::vector<int>& unitIds, std::vector<ExportRecord>& rows);
+    // About how many units an export of a unit's subtree (unitId), a storage
+    // (storageId) or the whole catalogue (both 0) writes, from the stored counters.
+    qint64 CountExportUnits(int storageId, int unitId);
+    // The names of a unit's ancestors, from its top unit down to its parent.
+    QStringList GetAncestorNames(int unitId);
     void GetStorageUnits(std::vector<ReportRow>& rows, int storageId);
     // The same units (storageId -1: of every storage) in the same columns, ordered by
     // name whatever SortByName says, each row given to the caller's mapper: a report

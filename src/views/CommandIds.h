@@ -33,6 +33,7 @@ constexpr int Report = 32841;
 constexpr int Update = 32860;         // a disc, folder or file from its source again
 constexpr int DuplicateFiles = 32870; // files catalogued more than once
 constexpr int UniqueFiles = 32871;    // the files of a disc or folder kept nowhere else
+constexpr int Export = 32872;         // a storage, disc or folder as CSV or JSON
 
 constexpr int ViewIcons = 32834;
 constexpr int ViewList = 32835;

@@ -9,6 +9,7 @@
 #include "document/ProgramVersion.h"
 #include "document/ShelfwiseDoc.h"
 #include "drives/DriveSystem.h"
+#include "export/ExportFlow.h"
 #include "options/OptionsDlg.h"
 #include "report/ReportDialog.h"
 #include "search/CopiesDlg.h"
@@ -184,6 +185,9 @@ void CMainFrame::CreateActions()
     unique->setStatusTip(tr("List the files of the selected disc or folder that no other "
                             "place holds"));
     unique->setEnabled(false);
+    add(Export, tr("&Export..."), QKeySequence(), [this] { OnExport(); })
+        ->setStatusTip(tr("Write the selected storage, disc or folder with everything in it as "
+                          "CSV or JSON"));
     add(MoveUp, tr("Move up"), QKeySequence(), [this] {
         m_tree->MoveUp();
     })->setShortcuts({QKeySequence(Qt::Key_Backspace), QKeySequence(Qt::ALT | Qt::Key_Up)});
@@ -267,7 +271,7 @@ void CMainFrame::CreateMenus()
     for (int id : {AddStorage, AddDisc, AddFolder, AddFile, Update, Search})
         tools->addAction(m_commands.Get(id));
     tools->addSeparator();
-    for (int id : {DuplicateFiles, UniqueFiles})
+    for (int id : {DuplicateFiles, UniqueFiles, Export})
         tools->addAction(m_commands.Get(id));
     connect(tools, &QMenu::aboutToShow, this, &CMainFrame::RefreshUpdateCommand);
     tools->addSeparator();
@@ -568,6 +572,28 @@ int CMainFrame::UniqueFilesTarget() const
     if (!m_doc.Guard([&] { unit = m_doc.Database().GetUnit(target); }))
         return -1;
     return unit.Kind == UnitKind::Disc || unit.Kind == UnitKind::Folder ? target : -1;
+}
+
+void CMainFrame::OnExport()
+{
+    if (!m_doc.IsLoaded())
+        return;
+    ExportScope scope;
+    QString name;
+    const QTreeWidgetItem* item = m_tree->currentItem();
+    if (FocusInList() && m_list->SelectedUnitId() != -1) {
+        scope = ExportScope::Unit(m_list->SelectedUnitId());
+        m_doc.Guard([&] { name = m_doc.Database().GetUnit(scope.Id).UnitName; });
+    } else if (item) {
+        const int id = CNavigationView::ItemId(item);
+        scope = item->parent() ? ExportScope::Unit(id) : ExportScope::Storage(id);
+        name = item->text(0);
+    } else {
+        return;
+    }
+    CExportFlow flow(m_doc, this);
+    if (flow.Ask(scope, name))
+        m_status->ShowMessage(tr("Exported %Ln units", nullptr, static_cast<int>(flow.Written())));
 }
 
 void CMainFrame::OnFindDuplicates()

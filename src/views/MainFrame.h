@@ -128,6 +128,8 @@ private:
     // when what is selected is neither.
     int UniqueFilesTarget() const;
     void OnFindDuplicates();
+    // Export...: the list's selected unit, else the tree's storage or unit.
+    void OnExport();
     // Runs find on a new results window (autosave held meanwhile) and shows the window
     // when it succeeded; otherwise the window is deleted and null returned.
     CCopiesDlg* ShowCopies(CCopiesDlg* dialog, const std::function<bool(CCopiesDlg&)>& find);

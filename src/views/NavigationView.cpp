@@ -525,6 +525,7 @@ void CNavigationView::FillContextMenu(QMenu& menu, QTreeWidgetItem* item)
     QAction* unique = m_commands.Get(CommandIds::UniqueFiles);
     unique->setEnabled(isUnit && (kind == UnitKind::Disc || isFolder));
     menu.addAction(unique);
+    menu.addAction(m_commands.Get(CommandIds::Export));
     menu.addSeparator();
     QMenu* add = menu.addMenu(tr("Add"));
     for (const auto& [id, text] : {std::pair{CommandIds::AddDisc, tr("Disc")},

@@ -75,6 +75,7 @@ TEST(CliCommand, UsagesAreTheSyntaxThatScriptsRelyOn)
         {"unique", "FILE --unit ID"},
         {"find", "FILE WORD... [--limit N]"},
         {"thumbnail", "FILE --unit ID OUT.png"},
+        {"export", "FILE [STORAGE | --unit ID] [--format csv|json] [--nested] [--output PATH]"},
         // "settings" and "settings set KEY VALUE".
         {"settings", "[set KEY VALUE]"},
     };
@@ -160,6 +161,7 @@ TEST(CliCommand, OptionsAndArgumentCountsFollowFromTheArguments)
         {"unique", {1, 1}},
         {"search", {1, 1}},
         {"find", {2, std::numeric_limits<int>::max()}},
+        {"export", {1, 2}},
         {"thumbnail", {2, 2}},
         {"settings", {0, 3}},
     };
