@@ -24,7 +24,7 @@ const std::vector<CliPlaceholder>& All()
         {"PATH", CliKind::Path, {}},
         {"DRIVE", CliKind::Path, {}}, // a drive's mount point, or a disc image file
         {"OUT.html", CliKind::Path, {}},
-        {"OUT.png", CliKind::Path, {}},
+        {"OUTPUT.png", CliKind::Path, {}},
         {"DIR", CliKind::Folder, {}},
 
         // The settings file.

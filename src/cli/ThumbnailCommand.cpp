@@ -10,7 +10,7 @@ const QString kUnit = QStringLiteral("--unit");
 int Thumbnail(CliContext& ctx)
 {
     if (!ctx.Args.Has(kUnit))
-        return ctx.UsageError(QStringLiteral("thumbnail FILE --unit ID OUT.png"));
+        return ctx.UsageError(QStringLiteral("thumbnail FILE --unit ID OUTPUT.png"));
     const QString output = ctx.Args.Positionals().at(1);
     if (!ctx.OpenForReading(ctx.Args.Positionals().at(0)))
         return ExitStatus::Error;
@@ -38,10 +38,10 @@ std::vector<CliCommand> ThumbnailCommands()
     using Arg = CliArgument;
     return {{"thumbnail",
              "writes a picture's thumbnail to a PNG file",
-             {Arg::Positional("FILE"), Arg::Option(kUnit, {"ID"}), Arg::Positional("OUT.png")},
+             {Arg::Positional("FILE"), Arg::Option(kUnit, {"ID"}), Arg::Positional("OUTPUT.png")},
              &Thumbnail,
              "Writes the thumbnail kept for the picture ID (at most 160 x 160 pixels, the\n"
-             "picture's shape) to OUT.png as a PNG file, replacing it. A picture gets its\n"
+             "picture's shape) to OUTPUT.png as a PNG file, replacing it. A picture gets its\n"
              "thumbnail when it is added or updated with the KeepThumbnails setting on and\n"
              "without --no-thumbnails. When the unit has none, the command says so on\n"
              "stderr and ends with status 1."}};

@@ -74,7 +74,7 @@ TEST(CliCommand, UsagesAreTheSyntaxThatScriptsRelyOn)
         {"duplicates", "FILE [--min-size BYTES] [--with-date]"},
         {"unique", "FILE --unit ID"},
         {"find", "FILE WORD... [--limit N]"},
-        {"thumbnail", "FILE --unit ID OUT.png"},
+        {"thumbnail", "FILE --unit ID OUTPUT.png"},
         {"export", "FILE [STORAGE | --unit ID] [--format csv|json] [--nested] [--output PATH]"},
         // "settings" and "settings set KEY VALUE".
         {"settings", "[set KEY VALUE]"},
