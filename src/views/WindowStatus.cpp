@@ -74,6 +74,33 @@ QString CWindowStatus::SummaryText(qint64 discs, qint64 folders, qint64 files, q
     return parts.join(QStringLiteral(", "));
 }
 
+QString CWindowStatus::ArchiveSummary(int unitId) const
+{
+    // An archive and its folders keep no counters of their own: an archive says what
+    // its ArchiveInfo row holds, a folder inside one what lies directly in it.
+    CSqliteWrapper& db = m_doc.Database();
+    const UnitListItem unit = db.GetUnit(unitId);
+    ArchiveDetails archive;
+    if (unit.IsArchive && db.GetArchiveInfo(unitId, archive)) {
+        const QString entries =
+            archive.EntriesNumber == 1
+                ? tr("1 entry")
+                : tr("%1 entries").arg(QLocale().toString(archive.EntriesNumber));
+        return tr("%1, %2 uncompressed").arg(entries, FormatSize(archive.UncompressedSize));
+    }
+    if (unit.Kind != UnitKind::ArchiveFolder)
+        return QString();
+    std::vector<UnitListItem> rows;
+    db.GetSubunits(rows, unitId, false);
+    qint64 folders = 0;
+    qint64 size = 0;
+    for (const UnitListItem& row : rows) {
+        folders += row.Kind == UnitKind::ArchiveFolder ? 1 : 0;
+        size += row.UnitSize;
+    }
+    return SummaryText(0, folders, static_cast<qint64>(rows.size()) - folders, size);
+}
+
 void CWindowStatus::UpdateSummary()
 {
     const Selection& selection = m_doc.Selection();
@@ -95,6 +122,12 @@ void CWindowStatus::UpdateSummary()
             }
         }
     } else {
+        QString inArchive;
+        m_doc.Guard([&] { inArchive = ArchiveSummary(selection.Id()); });
+        if (!inArchive.isEmpty()) {
+            m_summary->setText(inArchive);
+            return;
+        }
         m_doc.Guard([&] {
             const FolderDetails details = m_doc.Database().GetFolderProperties(selection.Id());
             folders = details.SubfoldersNumber;

@@ -30,6 +30,8 @@ public:
 
 private:
     void UpdateSummary();
+    // The summary of an archive or of a folder inside one; empty for any other unit.
+    QString ArchiveSummary(int unitId) const;
 
     CShelfwiseDoc& m_doc;
     QLabel* m_path;

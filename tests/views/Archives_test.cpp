@@ -19,6 +19,7 @@
 #include "views/TreeItems.h"
 #include "views/UnitDrag.h"
 #include "views/UnitIcons.h"
+#include "views/WindowStatus.h"
 
 #include <QCoreApplication>
 #include <QDropEvent>
@@ -173,9 +174,16 @@ TEST_F(Archives, TheTreeShowsAnArchiveWhereFoldersAreAndTheFoldersInsideIt)
     year->setExpanded(true);
     EXPECT_EQ(year->childCount(), 0);
 
-    // Selecting the archive lists its entries, folders first.
+    // Selecting the archive lists its entries, folders first; the status bar counts
+    // what was read from it.
     Tree().setCurrentItem(archive);
     EXPECT_EQ(ListedIds(), (std::vector<int>{kYears, kCover, kReadme}));
+    const CWindowStatus& status = m_app->MainFrame()->Status();
+    EXPECT_EQ(status.Summary(), QStringLiteral("5 entries, %1 uncompressed").arg(FormatSize(5000)));
+    Tree().setCurrentItem(year);
+    EXPECT_EQ(status.Summary(), QStringLiteral("1 file, %1").arg(FormatSize(3000)));
+    Tree().setCurrentItem(years);
+    EXPECT_EQ(status.Summary(), QStringLiteral("1 folder, %1").arg(FormatSize(0)));
 }
 
 TEST_F(Archives, TheListBrowsesIntoAnArchiveAndMoveUpComesBack)
