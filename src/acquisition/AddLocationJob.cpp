@@ -1,5 +1,6 @@
 #include "acquisition/AddLocationJob.h"
 
+#include "acquisition/ArchiveWriter.h"
 #include "acquisition/Importer.h"
 #include "acquisition/SubunitsSearcher.h"
 #include "common/Strings.h"
@@ -7,6 +8,7 @@
 #include "common/WorkerEvent.h"
 #include "document/ShelfwiseDoc.h"
 #include "drives/DriveSystem.h"
+#include "errorlog/ErrorLog.h"
 #include "listers/ListerFor.h"
 #include "media/MediaDetails.h"
 #include "media/Thumbnailer.h"
@@ -87,8 +89,14 @@ UnitSource SourceOf(const CAddLocationJob::Request& r, DriveSystem* drives)
 } // namespace
 
 CAddLocationJob::CAddLocationJob(CShelfwiseDoc& doc, QObject* parent)
-    : QObject(parent), m_doc(doc), m_thumbnails(Settings::Instance().KeepThumbnails)
+    : QObject(parent), m_doc(doc), m_thumbnails(Settings::Instance().KeepThumbnails),
+      m_archives(Settings::Instance().LookInsideArchives)
 {
+}
+
+void CAddLocationJob::SetLookInsideArchives(bool on)
+{
+    m_archives = on;
 }
 
 CAddLocationJob::~CAddLocationJob()
@@ -168,6 +176,14 @@ bool CAddLocationJob::AddLocation(quint64 totalSize)
                             facts.created, facts.modified, discInfoId, true);
         if (!thumbnail.IsEmpty())
             db.SetThumbnail(unitId, thumbnail);
+        // A single archive is read here, headers only and within the lister's limits;
+        // its entries go below it as they would inside a folder.
+        if (kind == UnitKind::File && m_archives && ArchiveLister::HasArchiveName(r.path)) {
+            ErrorLog::Instance().ClearFileSystemErrors();
+            const ArchiveLister::Listing listing = ArchiveLister::Read(r.path);
+            CArchiveWriter::ReportErrors(r.path, listing);
+            CArchiveWriter(r.categorise, r.fixedCategory).Write(db, unitId, r.storageId, listing);
+        }
         source.UnitID = unitId;
         db.AddUnitSource(source);
         m_doc.SetLastAdded(r.storageId, unitId);
@@ -186,11 +202,14 @@ bool CAddLocationJob::AddLocation(quint64 totalSize)
         m_addition = std::move(transaction);
         Searcher().Start(r.path, this, false);
         Importer().SetCreationFromWrite(true);
+        // The files of a disc image added as a disc lie inside the image, not on disk.
+        Importer().SetLookInsideArchives(m_archives && !IsListedFromInside(r.path));
         Importer().StartImport(this, r.categorise, r.fixedCategory, r.storageId, unitId, totalSize);
         return true;
     case UnitKind::Folder:
         m_addition = std::move(transaction);
         Importer().SetCreationFromWrite(false);
+        Importer().SetLookInsideArchives(m_archives);
         Importer().StartImport(this, r.categorise, r.fixedCategory, r.storageId, unitId, totalSize);
         return true;
     default:

@@ -62,6 +62,9 @@ public:
     CImporter& Importer();
     // Whether pictures get thumbnails (Settings::KeepThumbnails unless set).
     void SetThumbnails(bool on);
+    // Whether archives are opened and their entries catalogued
+    // (Settings::LookInsideArchives unless set).
+    void SetLookInsideArchives(bool on);
 
     // A unit's name for a folder or file path: the part behind the last separator,
     // a trailing separator dropped first.
@@ -116,4 +119,5 @@ private:
     int m_lastProgress = 0;
     bool m_cancelRequested = false;
     bool m_thumbnails;
+    bool m_archives;
 };

@@ -3,6 +3,7 @@
 #include "acquisition/SubunitQueue.h"
 #include "common/WorkerEvent.h"
 #include "errorlog/ErrorLog.h"
+#include "listers/ArchiveLister.h"
 #include "media/MediaDetails.h"
 #include "settings/Settings.h"
 #include "sqlitewrapper/SqliteWrapper.h"
@@ -19,6 +20,9 @@ namespace {
 constexpr size_t kWindow = 4096;
 // How long a wait for a media read lasts before cancel and the queue are looked at.
 constexpr int kMediaPollMs = 50;
+// Archives are read on threads of their own beside the media readers: few, as reading
+// headers is mostly waiting for the disc.
+constexpr int kArchiveThreads = 2;
 
 void Post(QObject* receiver, int code, qintptr wParam)
 {
@@ -35,7 +39,8 @@ bool HasMediaTable(int categoryId)
 
 CImporter::CImporter(CSqliteWrapper& db, SubunitQueue& queue)
     : m_db(db), m_queue(queue), m_thumbnails(Settings::Instance().KeepThumbnails),
-      m_readerFactory(&CreateMediaDetailsReader)
+      m_readerFactory(&CreateMediaDetailsReader),
+      m_archives(Settings::Instance().LookInsideArchives)
 {
 }
 
@@ -69,6 +74,7 @@ void CImporter::StartImport(QObject* notify, bool categorise, int fixedCategory,
     m_lastParentIndex = 0;
     m_window.clear();
     m_files = m_batchRows > 1 ? std::make_unique<CFileInsertBatch>(m_batchRows) : nullptr;
+    m_archiveWriter.reset();
     m_batchThumbnails.clear();
     m_thumbnailRows.Clear();
 
@@ -103,6 +109,7 @@ WorkOutcome CImporter::Run()
                                          QStringLiteral("Importer"), __LINE__, false, true);
     }
     m_pool.reset();
+    m_archivePool.reset();
     m_window.clear();
     if (m_files)
         m_files->Clear();
@@ -153,6 +160,12 @@ WorkOutcome CImporter::Drain()
             m_pool->WaitFor(front.media, kMediaPollMs);
             continue;
         }
+        if (front.archive && !m_archivePool->IsDone(front.archive)) {
+            if (m_window.size() < kWindow && queue.Size() > 0)
+                continue;
+            m_archivePool->WaitFor(front.archive, kMediaPollMs);
+            continue;
+        }
         ImportRecord(front);
         m_window.pop_front();
     }
@@ -167,6 +180,12 @@ void CImporter::Admit(SubunitInfoPtr record)
         // A link is catalogued as itself: its target's details are not its own.
         if (m_pool && HasMediaTable(pending.categoryId) && !record->Data.IsLink())
             pending.media = m_pool->Submit(record->Path(), pending.categoryId);
+        if (m_archives && !record->Data.IsLink() &&
+            ArchiveLister::HasArchiveName(record->Data.FileName)) {
+            if (!m_archivePool)
+                m_archivePool = std::make_unique<ArchiveReadPool>(kArchiveThreads);
+            pending.archive = m_archivePool->Submit(record->Path());
+        }
     } else {
         pending.categoryId = m_categorise ? CategoryIds::General : m_fixedCategory;
     }
@@ -190,6 +209,14 @@ void CImporter::ImportRecord(Pending& pending)
 {
     const SubunitInfo& record = *pending.record;
     const int parent = ParentIndex(record.ParentID);
+    if (pending.archive) {
+        const ArchiveLister::Listing listing = m_archivePool->Take(pending.archive);
+        CArchiveWriter::ReportErrors(record.Path(), listing);
+        if (listing.IsArchive) {
+            ImportArchive(record, pending.categoryId, parent, listing);
+            return;
+        }
+    }
     if (record.IsFile()) {
         CNullable<int> unitInfoId;
         ThumbnailRecord thumbnail;
@@ -245,6 +272,31 @@ void CImporter::ImportFile(const SubunitInfo& record, int categoryId,
         if (m_thumbnailRows.IsFull())
             m_thumbnailRows.Flush(m_db);
     }
+    Folder& own = m_folders[parent];
+    own.files += 1;
+    own.size += data.Size;
+    m_importedSize += data.Size;
+    PostProgress();
+}
+
+void CImporter::ImportArchive(const SubunitInfo& record, int categoryId, int parent,
+                              const ArchiveLister::Listing& listing)
+{
+    // The archive's row is written on its own, as its id is the parent of its entries;
+    // the files gathered before it go first, so that ids follow the listing.
+    FlushFiles();
+    const FindData& data = record.Data;
+    const qint64 created = data.CreationTime == FindData::kNoTime && m_creationFromWrite
+                               ? data.LastWriteTime
+                               : data.CreationTime;
+    const int unitId =
+        m_db.AddUnit(UnitKind::File, data.FileName, QString(), categoryId, m_storageId,
+                     m_folders[parent].unitId, {}, static_cast<qint64>(data.Size),
+                     LocalTime(created), LocalTime(data.LastWriteTime), 0, false);
+    if (!m_archiveWriter)
+        m_archiveWriter = std::make_unique<CArchiveWriter>(m_categorise, m_fixedCategory);
+    m_archiveWriter->Write(m_db, unitId, m_storageId, listing);
+    // The archive counts once, at its own size, like any file.
     Folder& own = m_folders[parent];
     own.files += 1;
     own.size += data.Size;

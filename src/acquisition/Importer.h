@@ -1,5 +1,7 @@
 #pragma once
 
+#include "acquisition/ArchiveReadPool.h"
+#include "acquisition/ArchiveWriter.h"
 #include "acquisition/SubunitInfo.h"
 #include "common/WorkOutcome.h"
 #include "common/WorkerThread.h"
@@ -63,6 +65,11 @@ public:
     // (Settings::KeepThumbnails unless set). Off, no picture is decoded.
     void SetThumbnails(bool on) { m_thumbnails = on; }
 
+    // Whether archives (and disc images lying among the files) are opened and their
+    // entries catalogued below them (Settings::LookInsideArchives unless set). Only
+    // files with an archive's extension are tried, on threads of their own.
+    void SetLookInsideArchives(bool on) { m_archives = on; }
+
     void StartImport(QObject* notify, bool categorise, int fixedCategory, int storageId,
                      int rootUnitId, quint64 totalSize);
     void Cancel() { m_cancel.store(1); }
@@ -90,6 +97,7 @@ private:
         SubunitInfoPtr record;
         int categoryId = 0;
         MediaReadPool::JobPtr media;
+        ArchiveReadPool::JobPtr archive;
     };
 
     WorkOutcome Drain();
@@ -97,6 +105,8 @@ private:
     void ImportRecord(Pending& pending);
     void ImportFile(const SubunitInfo& record, int categoryId, const CNullable<int>& unitInfoId,
                     int parent, ThumbnailRecord thumbnail = {});
+    void ImportArchive(const SubunitInfo& record, int categoryId, int parent,
+                       const ArchiveLister::Listing& listing);
     int ParentIndex(quint32 scannedParentId);
     void FlushFiles();
     void WriteTotals();
@@ -140,5 +150,8 @@ private:
     ReaderFactory m_readerFactory;
     int m_mediaThreads = 0;
     std::unique_ptr<MediaReadPool> m_pool;
+    bool m_archives = true;
+    std::unique_ptr<ArchiveReadPool> m_archivePool; // made for the first archive met
+    std::unique_ptr<CArchiveWriter> m_archiveWriter;
     CWorkerThread m_thread;
 };

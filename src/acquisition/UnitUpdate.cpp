@@ -1,5 +1,7 @@
 #include "acquisition/UnitUpdate.h"
 
+#include "acquisition/ArchiveReadPool.h"
+#include "acquisition/ArchiveWriter.h"
 #include "document/ShelfwiseDoc.h"
 #include "media/MediaDetails.h"
 #include "settings/Settings.h"
@@ -44,7 +46,8 @@ QDateTime WallClock(const QString& text)
 
 CUnitUpdate::CUnitUpdate(CShelfwiseDoc& doc)
     : m_doc(doc), m_readerFactory(&CreateMediaDetailsReader),
-      m_thumbnails(Settings::Instance().KeepThumbnails)
+      m_thumbnails(Settings::Instance().KeepThumbnails),
+      m_archives(Settings::Instance().LookInsideArchives)
 {
 }
 
@@ -84,8 +87,11 @@ bool CUnitUpdate::Apply(int unitId, const CChangeList& changes, const QString& s
 
     CSqliteWrapper& db = m_doc.Database();
     QString name;
+    bool singleFile = false;
     if (!m_doc.Guard([&] {
-            name = db.GetUnit(unitId).UnitName;
+            const UnitListItem top = db.GetUnit(unitId);
+            name = top.UnitName;
+            singleFile = top.Kind == UnitKind::File;
             m_categories.assign(changes.Entries().size(), CategoryIds::General);
             for (size_t i = 0; i < changes.Entries().size(); ++i) {
                 const CChangeList::Change& change = changes.Entries()[i];
@@ -99,6 +105,7 @@ bool CUnitUpdate::Apply(int unitId, const CChangeList& changes, const QString& s
         }))
         return false;
     ReadMedia(changes, sourcePath);
+    ReadArchives(changes, sourcePath, singleFile);
 
     const QString description =
         QCoreApplication::translate("CUnitUpdate", "Update \"%1\"").arg(name);
@@ -136,6 +143,37 @@ void CUnitUpdate::ReadMedia(const CChangeList& changes, const QString& sourcePat
     }
 }
 
+void CUnitUpdate::ReadArchives(const CChangeList& changes, const QString& sourcePath,
+                               bool singleFile)
+{
+    m_listings.clear();
+    m_listings.resize(changes.Entries().size());
+    // A disc image's files are not on disk: only a folder's, or a file's own.
+    if (!m_archives || !(singleFile || QFileInfo(sourcePath).isDir()))
+        return;
+    std::unique_ptr<ArchiveReadPool> pool;
+    std::vector<std::pair<size_t, ArchiveReadPool::JobPtr>> jobs;
+    const QDir root(sourcePath);
+    for (size_t i = 0; i < changes.Entries().size(); ++i) {
+        const CChangeList::Change& change = changes.Entries()[i];
+        const bool written = change.What == Kind::Added || change.What == Kind::Changed;
+        if (change.IsFolder || !written || !change.LinkTarget.isEmpty() ||
+            !ArchiveLister::HasArchiveName(NameOf(change.Path)))
+            continue;
+        if (!pool)
+            pool = std::make_unique<ArchiveReadPool>(2);
+        const QString path = singleFile ? sourcePath : root.filePath(change.Path);
+        jobs.emplace_back(i, pool->Submit(path));
+    }
+    for (auto& [index, job] : jobs) {
+        pool->WaitFor(job, -1);
+        m_listings[index] = pool->Take(job);
+        CArchiveWriter::ReportErrors(singleFile ? sourcePath
+                                                : root.filePath(changes.Entries()[index].Path),
+                                     m_listings[index]);
+    }
+}
+
 void CUnitUpdate::Write(CSqliteWrapper& db, int unitId, const CChangeList& changes)
 {
     const StorageShare before = db.GetStorageShare(unitId);
@@ -153,6 +191,7 @@ void CUnitUpdate::Write(CSqliteWrapper& db, int unitId, const CChangeList& chang
         return folders.value(ParentOf(path), unitId);
     };
     std::vector<int> removed;
+    CArchiveWriter archives;
     for (size_t i = 0; i < changes.Entries().size(); ++i) {
         const CChangeList::Change& change = changes.Entries()[i];
         const QString name = NameOf(change.Path);
@@ -172,6 +211,11 @@ void CUnitUpdate::Write(CSqliteWrapper& db, int unitId, const CChangeList& chang
                 // The old picture's thumbnail goes, the new one's (if any) replaces it.
                 if (m_categories[i] == CategoryIds::Picture)
                     db.SetThumbnail(change.UnitId, m_media[i].thumbnail);
+                // A changed archive's entries are read again.
+                if (!change.IsFolder && ArchiveLister::HasArchiveName(name)) {
+                    db.DeleteArchiveEntries(change.UnitId);
+                    archives.Write(db, change.UnitId, storageId, m_listings[i]);
+                }
             }
             break;
         case Kind::Added:
@@ -192,6 +236,7 @@ void CUnitUpdate::Write(CSqliteWrapper& db, int unitId, const CChangeList& chang
                                WallClock(created), WallClock(change.NewDate), 0, false);
                 if (!m_media[i].thumbnail.IsEmpty())
                     db.SetThumbnail(fileId, m_media[i].thumbnail);
+                archives.Write(db, fileId, storageId, m_listings[i]);
             }
             break;
         case Kind::Moved:
@@ -199,6 +244,9 @@ void CUnitUpdate::Write(CSqliteWrapper& db, int unitId, const CChangeList& chang
             break;
         case Kind::Removed:
             removed.push_back(change.UnitId);
+            // The tree compared leaves archives' entries out: they go with their archive.
+            if (!change.IsFolder && ArchiveLister::HasArchiveName(name))
+                db.DeleteArchiveEntries(change.UnitId);
             break;
         }
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "acquisition/ChangeList.h"
+#include "listers/ArchiveLister.h"
 #include "media/MediaReadPool.h"
 #include "sqlitewrapper/Records.h"
 #include "volumes/VolumeInfo.h"
@@ -30,6 +31,10 @@ public:
     /// Whether added and changed pictures get a new thumbnail (Settings::KeepThumbnails
     /// unless set); off, a changed picture loses the one it had.
     void SetThumbnails(bool on) { m_thumbnails = on; }
+    /// Whether added and changed archives get their entries read (Settings::
+    /// LookInsideArchives unless set); off, a changed archive loses the entries it had.
+    /// An archive that did not change keeps its entries either way.
+    void SetLookInsideArchives(bool on) { m_archives = on; }
 
     /// For a disc: the question to ask when the volume found at its source (label and
     /// serial number) is not the disc catalogued, which would be compared with a stranger;
@@ -51,11 +56,17 @@ private:
     // Reads the media details of the added and changed files that have a media
     // category, before the transaction; by index in changes, Kind::None elsewhere.
     void ReadMedia(const CChangeList& changes, const QString& sourcePath);
+    // Reads the contents of the added and changed files that may be archives, before
+    // the transaction; by index in changes, an empty listing elsewhere. singleFile: the
+    // unit is a file catalogued on its own, found at sourcePath itself.
+    void ReadArchives(const CChangeList& changes, const QString& sourcePath, bool singleFile);
     void Write(CSqliteWrapper& db, int unitId, const CChangeList& changes);
 
     CShelfwiseDoc& m_doc;
     ReaderFactory m_readerFactory;
     bool m_thumbnails = true;
+    bool m_archives = true;
+    std::vector<ArchiveLister::Listing> m_listings; // by index in the changes
     std::vector<int> m_categories; // by index in the changes: an added file's category
     std::vector<MediaRecord> m_media;
     UnitUpdateRecord m_record;

@@ -25,6 +25,7 @@ namespace {
 const QString kNotes = QStringLiteral("--notes");
 const QString kCategory = QStringLiteral("--category");
 const QString kNoThumbnails = QStringLiteral("--no-thumbnails");
+const QString kNoArchives = QStringLiteral("--no-archives");
 
 void PrintError(const QString& text)
 {
@@ -64,6 +65,8 @@ int RunAddition(CliContext& ctx, CAddLocationJob& job, const CAddLocationJob::Re
     poll.start(50);
     if (ctx.Args.Has(kNoThumbnails))
         job.SetThumbnails(false);
+    if (ctx.Args.Has(kNoArchives))
+        job.SetLookInsideArchives(false);
     if (!job.Start(request))
         return ExitStatus::Error;
     if (!done)
@@ -211,25 +214,37 @@ std::vector<CliCommand> AddCommands()
     const Arg notes = Arg::Option(kNotes, {"TEXT"}).Optional();
     const Arg category = Arg::Option(kCategory, {"CATEGORY"}).Optional();
     const Arg noThumbnails = Arg::Option(kNoThumbnails).Optional();
+    const Arg noArchives = Arg::Option(kNoArchives).Optional();
     return {
         {"add-folder",
          "catalogues a folder; without --category files are categorised by extension",
-         {file, storage, Arg::Positional("PATH"), notes, category, noThumbnails},
+         {file, storage, Arg::Positional("PATH"), notes, category, noThumbnails, noArchives},
          &AddFolder,
          "Pictures get a thumbnail of at most 160 x 160 pixels, kept in the catalogue,\n"
-         "while the KeepThumbnails setting is on; --no-thumbnails makes none."},
+         "while the KeepThumbnails setting is on; --no-thumbnails makes none.\n"
+         "\n"
+         "Archives (zip, 7z, rar, tar, cpio, cab, xar...) and disc images among the files\n"
+         "are opened while the LookInsideArchives setting is on, and their entries are\n"
+         "catalogued below them without counting in any total; --no-archives opens none.\n"
+         "An archive that is encrypted, damaged or too large stays a plain file and is\n"
+         "named on stderr."},
         {"add-file",
          "catalogues one file",
-         {file, storage, Arg::Positional("PATH"), notes, category, noThumbnails},
+         {file, storage, Arg::Positional("PATH"), notes, category, noThumbnails, noArchives},
          &AddFile,
          "A picture gets a thumbnail of at most 160 x 160 pixels, kept in the catalogue,\n"
-         "while the KeepThumbnails setting is on; --no-thumbnails makes none."},
+         "while the KeepThumbnails setting is on; --no-thumbnails makes none.\n"
+         "\n"
+         "An archive (zip, 7z, rar, tar, cpio, cab, xar...) or disc image is opened while\n"
+         "the LookInsideArchives setting is on, and its entries are catalogued below it;\n"
+         "--no-archives opens nothing. An archive that is encrypted, damaged or too large\n"
+         "stays a plain file and is named on stderr."},
         {"add-disc",
          "catalogues the disc in DRIVE (its mount point, or a disc image file); refuses a "
          "duplicate unless --force",
          {file, storage, Arg::Positional("DRIVE"), Arg::Option("--name", {"NAME"}).Optional(),
           notes, category, Arg::Option("--force").Optional(), Arg::Option("--eject").Optional(),
-          noThumbnails},
+          noThumbnails, noArchives},
          &AddDisc,
          "The disc is named after its volume label unless --name is given. A disc that\n"
          "matches a catalogued one by the duplicate settings (CheckSerialNumber,\n"
@@ -238,6 +253,12 @@ std::vector<CliCommand> AddCommands()
          "AutoEject setting does.\n"
          "\n"
          "Pictures get a thumbnail of at most 160 x 160 pixels, kept in the catalogue,\n"
-         "while the KeepThumbnails setting is on; --no-thumbnails makes none."},
+         "while the KeepThumbnails setting is on; --no-thumbnails makes none.\n"
+         "\n"
+         "Archives (zip, 7z, rar, tar, cpio, cab, xar...) and disc images among the files\n"
+         "are opened while the LookInsideArchives setting is on, and their entries are\n"
+         "catalogued below them without counting in any total; --no-archives opens none.\n"
+         "An archive that is encrypted, damaged or too large stays a plain file and is\n"
+         "named on stderr."},
     };
 }

@@ -26,6 +26,7 @@ const QString kUnit = QStringLiteral("--unit");
 const QString kDryRun = QStringLiteral("--dry-run");
 const QString kForce = QStringLiteral("--force");
 const QString kNoThumbnails = QStringLiteral("--no-thumbnails");
+const QString kNoArchives = QStringLiteral("--no-archives");
 
 void PrintError(const QString& text)
 {
@@ -203,6 +204,8 @@ int Update(CliContext& ctx)
     CUnitUpdate update(ctx.Doc());
     if (ctx.Args.Has(kNoThumbnails))
         update.SetThumbnails(false);
+    if (ctx.Args.Has(kNoArchives))
+        update.SetLookInsideArchives(false);
     if (!update.Apply(unit.UnitID, changes, source, isDisc ? source : QString()))
         return ExitStatus::Error;
     if (!ctx.IndexWaitingNames() || InterruptGuard::Interrupted())
@@ -241,7 +244,8 @@ std::vector<CliCommand> UpdateCommands()
         {"update",
          "compares a disc, folder or file with its source and applies the changes",
          {file, unit, Arg::Positional("PATH").Optional(), Arg::Option(kDryRun).Optional(),
-          Arg::Option(kForce).Optional(), Arg::Option(kNoThumbnails).Optional()},
+          Arg::Option(kForce).Optional(), Arg::Option(kNoThumbnails).Optional(),
+          Arg::Option(kNoArchives).Optional()},
          &Update,
          "The unit lies directly in a storage. The source is PATH, else the one recorded\n"
          "when the unit was added or last updated; a catalogue made before version 1.1\n"
@@ -261,7 +265,12 @@ std::vector<CliCommand> UpdateCommands()
          "\n"
          "Added and changed pictures get a new thumbnail while the KeepThumbnails\n"
          "setting is on; with --no-thumbnails they get none (a changed picture loses\n"
-         "its old one)."},
+         "its old one).\n"
+         "\n"
+         "Added and changed archives get their entries read again while the\n"
+         "LookInsideArchives setting is on; with --no-archives they get none (a changed\n"
+         "archive loses its old ones). An unchanged archive keeps its entries, which are\n"
+         "never listed as changes."},
         {"history",
          "lists the updates of a disc, folder or file, oldest first",
          {file, unit},

@@ -219,6 +219,49 @@ void CheckStorages(CSqliteWrapper& db, const std::vector<UnitRow>& units,
     }
 }
 
+bool IsArchiveEntry(char type)
+{
+    return type == 'd' || type == 'f';
+}
+
+// An archive's entries ('d' and 'f' units) lie below its 'F' unit, or below an entry
+// that is an archive itself; each ArchiveInfo row counts the entries below its unit, at
+// any depth. The entries never count in the counters above, whose sums leave them out.
+void CheckArchives(CSqliteWrapper& db, const std::vector<UnitRow>& units,
+                   std::vector<Disagreement>& found)
+{
+    using D = Disagreement;
+    std::vector<NamedRow> rows;
+    db.GetArchiveEntryCounts(rows, &MapNamed);
+    if (rows.empty())
+        return;
+    std::vector<qint64> below(units.size(), 0);
+    for (const UnitRow& unit : units) {
+        if (!IsArchiveEntry(unit.Type) || unit.PendingChildren > 0)
+            continue;
+        for (int at = unit.ParentIndex; at >= 0;) {
+            const UnitRow& ancestor = units[static_cast<size_t>(at)];
+            ++below[static_cast<size_t>(at)];
+            if (!IsArchiveEntry(ancestor.Type))
+                break;
+            at = ancestor.ParentIndex;
+        }
+    }
+    const auto byId = [](const UnitRow& row, int id) { return row.Id < id; };
+    for (const NamedRow& row : rows) {
+        const auto unit = std::lower_bound(units.begin(), units.end(), row.Id, byId);
+        if (unit == units.end() || unit->Id != row.Id) {
+            D d = Make(D::Subject::Unit, D::Problem::MissingRow, row.Id, "UnitID", row.Id);
+            d.Name = row.Name;
+            d.Table = QStringLiteral("Units");
+            found.push_back(std::move(d));
+            continue;
+        }
+        CompareCounter(D::Subject::Unit, row.Id, QString(), "EntriesNumber", row.Reference,
+                       below[static_cast<size_t>(unit - units.begin())], found);
+    }
+}
+
 // The media tables are looked up through their keys, one scan of Units in all.
 void CheckMediaRows(CSqliteWrapper& db, std::vector<Disagreement>& found)
 {
@@ -299,6 +342,7 @@ std::vector<CatalogueDisagreement> CCatalogueCheck::Run()
     std::vector<Disagreement> found;
     CheckUnits(units, found);
     CheckStorages(m_db, units, found);
+    CheckArchives(m_db, units, found);
     units.clear();
     units.shrink_to_fit();
     CheckMediaRows(m_db, found);

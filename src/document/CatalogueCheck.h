@@ -49,7 +49,9 @@ struct CatalogueDisagreement
 // - units whose parent or storage is missing, whose parent lies in another storage or
 //   whose parents run in a loop;
 // - units whose UnitInfoID names no row in the media table of their category;
-// - UnitSources rows whose unit does not exist.
+// - UnitSources rows whose unit does not exist;
+// - per archive (an ArchiveInfo row): EntriesNumber over the 'd' and 'f' units below
+//   it, and rows whose unit does not exist. Archive entries count in no other counter.
 //
 // The import does not count a disc or a top-level folder that it finds empty (no
 // files, no folders, no bytes) in the storage's counters, so neither does the check.

@@ -188,6 +188,18 @@ void ErrorLog::ReportFileSystemError(const QString& path, int code)
     }
 }
 
+void ErrorLog::ReportFileSystemError(const QString& path, const QString& message)
+{
+    try {
+        {
+            std::lock_guard<std::mutex> lock(m_mutex);
+            m_fileSystemErrors.push_back({path, message});
+        }
+        WriteLogEntry(0, path + QStringLiteral(": ") + message, kScannerSource, kScannerLine);
+    } catch (...) {
+    }
+}
+
 std::vector<FileSystemError> ErrorLog::FileSystemErrors() const
 {
     std::lock_guard<std::mutex> lock(m_mutex);

@@ -36,6 +36,9 @@ public:
     void ReportFileSystemError(const QString& path);
     // The same with an explicit error code (errno value) when the caller has it.
     void ReportFileSystemError(const QString& path, int code);
+    // The same with the reason in words, for a file whose contents could not be read (an
+    // archive that is encrypted or damaged); logged with code 0.
+    void ReportFileSystemError(const QString& path, const QString& message);
 
     std::vector<FileSystemError> FileSystemErrors() const;
     void ClearFileSystemErrors();

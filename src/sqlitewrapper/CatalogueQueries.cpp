@@ -217,12 +217,14 @@ QString CSqliteWrapper::SubtreeEntriesStatement(int unitId)
 {
     // The columns ride along the recursion, so the units are read once, through the
     // parent index.
+    // What was read from inside archives is no part of the tree on the medium.
     return Format("WITH RECURSIVE Tree(UnitID, Path, UnitType, UnitSize, DateModified) AS ("
                   "SELECT UnitID, '', UnitType, UnitSize, DateModified FROM Units "
                   "WHERE UnitID = %d AND ParentUnitID IS NULL "
                   "UNION ALL SELECT u.UnitID, CASE WHEN t.UnitID = %d THEN u.UnitName "
                   "ELSE t.Path || '/' || u.UnitName END, u.UnitType, u.UnitSize, "
-                  "u.DateModified FROM Units u JOIN Tree t ON u.ParentUnitID = t.UnitID) "
+                  "u.DateModified FROM Units u JOIN Tree t ON u.ParentUnitID = t.UnitID "
+                  "WHERE u.UnitType NOT IN ('d', 'f')) "
                   "SELECT UnitID, Path, UnitType, UnitSize, DateModified FROM Tree",
                   {unitId, unitId});
 }
@@ -273,6 +275,9 @@ QString CSqliteWrapper::CheckStatement(CheckQuery query)
             "UnitInfoID)) OR "
             "(CategoryID = 4 AND NOT EXISTS (SELECT 1 FROM PictureInfo WHERE PictureInfoID = "
             "UnitInfoID))) ORDER BY UnitID");
+    case CheckQuery::ArchiveEntries:
+        return QStringLiteral(
+            "SELECT UnitID, Format, NULL, EntriesNumber FROM ArchiveInfo ORDER BY UnitID");
     case CheckQuery::OrphanSources:
         return QStringLiteral("SELECT UnitID, SourcePath FROM UnitSources WHERE NOT EXISTS "
                               "(SELECT 1 FROM Units WHERE Units.UnitID = UnitSources.UnitID) "
@@ -385,9 +390,10 @@ QString CSqliteWrapper::StorageUnitsStatement(int storageId, bool byName)
 {
     QString sql = QStringLiteral(
         "SELECT UnitID, ParentUnitID, StorageID, UnitName, UnitType, UnitSize, DateAdded "
-        "FROM Units");
+        "FROM Units WHERE UnitType NOT IN ('d', 'f')");
+    // The report lists what lies on the media: archives' entries are left out.
     if (storageId != -1)
-        sql += Format(" WHERE StorageID = %d", {storageId});
+        sql += Format(" AND StorageID = %d", {storageId});
     if (byName)
         sql += QStringLiteral(" ORDER BY UnitName COLLATE NOCASE");
     return sql;

@@ -328,6 +328,8 @@ void CSqliteWrapper::DeleteUnitRows(const std::vector<int>& ids)
     const QString condition = Format("IN (%s)", {list});
     DeleteMediaRows(condition);
     DeleteUnitSources(condition);
+    if (HasArchiveInfo())
+        Execute(QStringLiteral("DELETE FROM ArchiveInfo WHERE UnitID ") + condition);
     Execute(Format("DELETE FROM Units WHERE UnitID IN (%s)", {list}));
 }
 
@@ -349,7 +351,11 @@ void CSqliteWrapper::DeleteStorageUnits(int storageId)
                    {"SELECT UnitInfoID FROM Units WHERE StorageID = %d AND CategoryID = %d"});
         Execute(Format(withSelect, {storageId, table.categoryId}));
     }
-    DeleteUnitSources(Format("IN (SELECT UnitID FROM Units WHERE StorageID = %d)", {storageId}));
+    const QString inStorage =
+        Format("IN (SELECT UnitID FROM Units WHERE StorageID = %d)", {storageId});
+    DeleteUnitSources(inStorage);
+    if (HasArchiveInfo())
+        Execute(QStringLiteral("DELETE FROM ArchiveInfo WHERE UnitID ") + inStorage);
     Execute(Format("DELETE FROM Units WHERE StorageID = %d", {storageId}));
 }
 
@@ -418,8 +424,8 @@ void CSqliteWrapper::ReplaceExtensionRows(const std::vector<std::pair<QString, i
 void CSqliteWrapper::ResetExtensionFilesCategory(const QString& extension)
 {
     // As SetExtensionFilesCategory, for the general category.
-    ExecuteSingleStatement(Format("UPDATE Units SET CategoryID = 1 WHERE UnitType = "
-                                  "'F' AND UnitName LIKE '%%.%s'",
+    ExecuteSingleStatement(Format("UPDATE Units SET CategoryID = 1 WHERE UnitType IN "
+                                  "('F', 'f') AND UnitName LIKE '%%.%s'",
                                   {SqlText::EscapeSqlQuotes(extension)}));
 }
 
@@ -427,7 +433,8 @@ void CSqliteWrapper::SetExtensionFilesCategory(const QString& extension, int cat
 {
     // The extension comes from a file name on a disc: inside the pattern its quotes are
     // doubled, and the statement must stay one statement. '%' and '_' stay wildcards.
-    ExecuteSingleStatement(Format("UPDATE Units SET CategoryID = %d WHERE UnitType = '%c' AND "
-                                  "UnitName LIKE '%%.%s'",
-                                  {categoryId, 'F', SqlText::EscapeSqlQuotes(extension)}));
+    // Files inside archives ('f') follow their extension too.
+    ExecuteSingleStatement(Format("UPDATE Units SET CategoryID = %d WHERE UnitType IN ('F', "
+                                  "'f') AND UnitName LIKE '%%.%s'",
+                                  {categoryId, SqlText::EscapeSqlQuotes(extension)}));
 }

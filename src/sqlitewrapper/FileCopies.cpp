@@ -60,10 +60,11 @@ bool CSqliteWrapper::VisitFiles(qint64 minSize, bool withDate, const FileKeyVisi
         throw CSqliteWrapperError(InaccessibleMessage(), 0, kImplementationFile, 609, true);
     // A plain scan of the table: rows come in UnitID order, which is also the order of
     // the table's pages, and no index is built or read.
+    // A file inside an archive ('f') is a file too: a copy kept only in a zip is a copy.
     QString sql = withDate ? QStringLiteral("SELECT UnitID, UnitName, UnitSize, DateModified "
-                                            "FROM Units WHERE UnitType = 'F'")
+                                            "FROM Units WHERE UnitType IN ('F', 'f')")
                            : QStringLiteral("SELECT UnitID, UnitName, UnitSize FROM Units "
-                                            "WHERE UnitType = 'F'");
+                                            "WHERE UnitType IN ('F', 'f')");
     if (minSize > 0)
         sql += Format(" AND UnitSize >= %lld", {static_cast<long long>(minSize)});
     VisitContext context{&visit, withDate};
@@ -86,7 +87,7 @@ void CSqliteWrapper::GetSubtreeFiles(int unitId, std::vector<CatalogueFile>& fil
                      "FROM Units INNER JOIN Below ON Units.ParentUnitID = Below.UnitID) "
                      "SELECT Units.UnitID, UnitName, UnitSize, DateModified FROM Units "
                      "INNER JOIN Below ON Units.UnitID = Below.UnitID "
-                     "WHERE Units.UnitType = 'F' ORDER BY Units.UnitID",
+                     "WHERE Units.UnitType IN ('F', 'f') ORDER BY Units.UnitID",
                      {unitId}),
               files, &CatalogueFiles);
 }

@@ -239,6 +239,14 @@ public:
     // The source recorded again after an update (a row written or replaced).
     void SetUnitSource(const UnitSource& source);
 
+    // Archives' entries (ArchiveEntries.cpp): the first UnitID not yet handed out, for
+    // entries written with their ids (CArchiveEntryBatch); an archive's ArchiveInfo row
+    // (written or replaced); and the removal of an archive's entries at any depth, with
+    // their rows in the other tables and the archive's ArchiveInfo row.
+    int NextUnitId();
+    void AddArchiveInfo(int unitId, const QString& format, qint64 entries, qint64 uncompressedSize);
+    void DeleteArchiveEntries(int unitId);
+
     // Pictures' thumbnails (Thumbnails.cpp): nothing is read or written where the
     // catalogue has no table (before version 1.5). GetThumbnail is false when the unit has
     // none; GetSubunitThumbnails gives those of the units GetSubunits lists, by UnitID, in
@@ -250,6 +258,7 @@ public:
     std::map<int, ThumbnailRecord> GetThumbnails(const std::vector<int>& unitIds);
     void SetThumbnail(int unitId, const ThumbnailRecord& thumbnail);
     qint64 CountThumbnails(qint64& totalBytes);
+
     // Updating a unit from its source (UnitUpdates.cpp). MoveUnit gives a unit another
     // parent and name; SetFileContents a file's size, dates and media row (its old media
     // row deleted), keeping its name, notes and category.
@@ -306,6 +315,15 @@ public:
         if (HasUnitSources())
             QueryRows(CheckStatement(CheckQuery::OrphanSources), rows, mapper);
     }
+    // UnitID, Format, EntriesNumber of every ArchiveInfo row, by UnitID; none where the
+    // catalogue has no such table.
+    template <typename Record>
+    void GetArchiveEntryCounts(std::vector<Record>& rows, RowMapper<Record> mapper)
+    {
+        rows.clear();
+        if (HasArchiveInfo())
+            QueryRows(CheckStatement(CheckQuery::ArchiveEntries), rows, mapper);
+    }
     // UnitID, UnitName of the units with these ids, in one statement.
     template <typename Record>
     void GetUnitNames(const std::vector<int>& unitIds, std::vector<Record>& rows,
@@ -346,7 +364,13 @@ public:
 
 private:
     void OpenWith(const QString& path, int flags, bool fatal);
-    enum class CheckQuery { UnitCounters, StorageCounters, MissingMediaRows, OrphanSources };
+    enum class CheckQuery {
+        UnitCounters,
+        StorageCounters,
+        MissingMediaRows,
+        OrphanSources,
+        ArchiveEntries
+    };
     static QString CheckStatement(CheckQuery query);
     static QString UnitNamesStatement(const std::vector<int>& unitIds);
     static QString SubtreeEntriesStatement(int unitId);

@@ -127,8 +127,10 @@ StorageShare CSqliteWrapper::GetStorageShare(int unitId)
 void CSqliteWrapper::RecountSubtree(int unitId, const StorageShare& before)
 {
     std::vector<CountedUnit> units;
+    // Archive entries ('d', 'f') count in no counter: the walk stays out of archives.
     QueryRows(Format("WITH RECURSIVE Tree(UnitID) AS (SELECT %d UNION ALL SELECT u.UnitID "
-                     "FROM Units u JOIN Tree t ON u.ParentUnitID = t.UnitID) "
+                     "FROM Units u JOIN Tree t ON u.ParentUnitID = t.UnitID "
+                     "WHERE u.UnitType NOT IN ('d', 'f')) "
                      "SELECT u.UnitID, u.ParentUnitID, u.UnitType, u.UnitSize, "
                      "u.SubfilesNumber, u.SubfoldersNumber FROM Units u JOIN Tree USING (UnitID)",
                      {unitId}),

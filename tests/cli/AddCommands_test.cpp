@@ -10,6 +10,7 @@
 #include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -179,4 +180,37 @@ TEST_F(AddCommands, CtrlCRollsBackAndExits130)
     EXPECT_EQ(process.exitCode(), 130) << process.readAllStandardError().toStdString();
     EXPECT_EQ(Number("SELECT COUNT(*) FROM Units"), 0);
     EXPECT_EQ(Number("SELECT FilesNumber FROM Storages"), 0);
+}
+
+TEST_F(AddCommands, LookingInsideArchivesChangesNoTotal)
+{
+    if (QStandardPaths::findExecutable(QStringLiteral("zip")).isEmpty())
+        GTEST_SKIP() << "zip is not installed";
+    const QString root = m_dir.filePath(QStringLiteral("Backup"));
+    MakeTree(root, 2, 3);
+    QProcess zip;
+    zip.setWorkingDirectory(root);
+    zip.start(QStringLiteral("bash"),
+              {QStringLiteral("-c"), QStringLiteral("zip -qr songs.zip 'part 0' && "
+                                                    "zip -qr -P pw locked.zip 'part 1'")});
+    ASSERT_TRUE(zip.waitForFinished());
+    ASSERT_EQ(zip.exitCode(), 0);
+    ASSERT_EQ(Run({"add-storage", m_catalogue, "Other"}).status, 0);
+
+    ASSERT_EQ(Run({"add-folder", m_catalogue, "Shelf", root, "--no-archives"}).status, 0);
+    EXPECT_EQ(Number(QStringLiteral("SELECT COUNT(*) FROM Units WHERE UnitType IN ('d', 'f')")), 0);
+    const Result inside = Run({"add-folder", m_catalogue, "Other", root});
+    ASSERT_EQ(inside.status, 0);
+    EXPECT_TRUE(inside.err.contains(QStringLiteral("locked.zip - The archive is encrypted")))
+        << inside.err.toStdString();
+    // part 0, part 0/inner and three songs.
+    EXPECT_EQ(Number(QStringLiteral("SELECT COUNT(*) FROM Units WHERE UnitType IN ('d', 'f')")), 5);
+    EXPECT_EQ(Number(QStringLiteral("SELECT EntriesNumber FROM ArchiveInfo")), 5);
+    const QString totals = QStringLiteral(
+        "SELECT FilesNumber || ' ' || FoldersNumber || ' ' || StorageSize FROM Storages "
+        "WHERE StorageName = '%1'");
+    EXPECT_EQ(QueryText(m_catalogue, totals.arg(QStringLiteral("Other"))),
+              QueryText(m_catalogue, totals.arg(QStringLiteral("Shelf"))));
+    const Result check = Run({"check", m_catalogue});
+    EXPECT_EQ(check.status, 0) << check.out.toStdString();
 }

@@ -63,11 +63,13 @@ TEST(CliCommand, UsagesAreTheSyntaxThatScriptsRelyOn)
         {"map-extension", "FILE EXT CATEGORY"},
         {"unmap-extension", "FILE EXT"},
         {"set-category", "FILE --unit ID CATEGORY [--all-with-extension]"},
-        {"add-folder", "FILE STORAGE PATH [--notes TEXT] [--category CATEGORY] [--no-thumbnails]"},
-        {"add-file", "FILE STORAGE PATH [--notes TEXT] [--category CATEGORY] [--no-thumbnails]"},
+        {"add-folder", "FILE STORAGE PATH [--notes TEXT] [--category CATEGORY] [--no-thumbnails] "
+                       "[--no-archives]"},
+        {"add-file", "FILE STORAGE PATH [--notes TEXT] [--category CATEGORY] [--no-thumbnails] "
+                     "[--no-archives]"},
         {"add-disc", "FILE STORAGE DRIVE [--name NAME] [--notes TEXT] [--category CATEGORY] "
-                     "[--force] [--eject] [--no-thumbnails]"},
-        {"update", "FILE --unit ID [PATH] [--dry-run] [--force] [--no-thumbnails]"},
+                     "[--force] [--eject] [--no-thumbnails] [--no-archives]"},
+        {"update", "FILE --unit ID [PATH] [--dry-run] [--force] [--no-thumbnails] [--no-archives]"},
         {"history", "FILE --unit ID"},
         {"drives", ""},
         {"report", "FILE OUT.html [--storage STORAGE] [--level 1|2|3|all] [--open]"},
@@ -185,7 +187,8 @@ TEST(CliCommand, OptionsAndArgumentCountsFollowFromTheArguments)
                                                            {"--category", 1},
                                                            {"--force", 0},
                                                            {"--eject", 0},
-                                                           {"--no-thumbnails", 0}}));
+                                                           {"--no-thumbnails", 0},
+                                                           {"--no-archives", 0}}));
     EXPECT_EQ(options("search"), (std::map<QString, int>{{"--text", 1},
                                                          {"--notes", 0},
                                                          {"--size", 3},
