@@ -251,6 +251,14 @@ void CSqliteWrapper::DeleteUnit(int unitId)
                        "WHERE UnitID = %d)",
                        {size, unitId}));
     }
+    // An entry taken out of an archive leaves its archives (the one it lies in, and an
+    // outer one) with fewer entries; no other counter ever counted it.
+    if ((unit.Kind == UnitKind::ArchiveFolder || unit.Kind == UnitKind::ArchiveFile) &&
+        !ancestors.empty()) {
+        Execute(Format("UPDATE ArchiveInfo SET EntriesNumber = EntriesNumber - %lld WHERE "
+                       "UnitID IN (%s)",
+                       {static_cast<qint64>(descendants.size() + 1), IdListText(ancestors)}));
+    }
     std::vector<int> ids;
     ids.reserve(descendants.size() + 1);
     ids.push_back(unitId);

@@ -161,6 +161,19 @@ TEST_F(ArchiveAddition, EntriesGoBelowTheirArchiveAndNoTotalChanges)
         named = named || error.Path.endsWith(QStringLiteral("locked.zip"));
     EXPECT_TRUE(named);
 
+    // Deleting an entry leaves its archive with fewer entries, every total as it was.
+    const QString before = Totals(with);
+    const int year = static_cast<int>(
+        Number(QStringLiteral("SELECT ParentUnitID FROM Units WHERE UnitID = %1").arg(song)));
+    m_prompter.QueueYesNo(true);
+    ASSERT_TRUE(m_doc.DeleteItem(nullptr, QStringLiteral("2012"), year, false));
+    EXPECT_EQ(Totals(with), before);
+    EXPECT_EQ(
+        Number(
+            QStringLiteral("SELECT EntriesNumber FROM ArchiveInfo WHERE UnitID = %1").arg(photos)),
+        2);
+    EXPECT_TRUE(Problems().empty()) << Problems().front().toStdString();
+
     // Deleting the archive deletes its entries and its row; Undo brings all back.
     m_prompter.QueueYesNo(true);
     ASSERT_TRUE(m_doc.DeleteItem(nullptr, QStringLiteral("photos.zip"), photos, false));
@@ -169,7 +182,7 @@ TEST_F(ArchiveAddition, EntriesGoBelowTheirArchiveAndNoTotalChanges)
         0);
     EXPECT_TRUE(Problems().empty()) << Problems().front().toStdString();
     ASSERT_TRUE(m_doc.Undo());
-    EXPECT_EQ(EntriesBelow(photos), 5);
+    EXPECT_EQ(EntriesBelow(photos), 2);
     EXPECT_TRUE(Problems().empty()) << Problems().front().toStdString();
 }
 
