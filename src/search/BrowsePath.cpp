@@ -16,7 +16,8 @@ std::optional<BrowsePath> BrowsePaths::Of(CShelfwiseDoc& doc, int unitId)
     });
     if (!read)
         return std::nullopt;
-    if (unit.Kind == UnitKind::File)
+    // Files (inside an archive too) are shown in their folder's list, never in the tree.
+    if (unit.Kind == UnitKind::File || unit.Kind == UnitKind::ArchiveFile)
         place.listUnitId = unitId;
     else
         place.treePath.push_back(unitId);

@@ -171,9 +171,9 @@ QVariant CResultsModel::headerData(int section, Qt::Orientation orientation, int
 
 QVariant CResultsModel::KindIcon(UnitKind kind) const
 {
-    const QIcon& icon = kind == UnitKind::Disc     ? m_discIcon
-                        : kind == UnitKind::Folder ? m_folderIcon
-                                                   : m_fileIcon;
+    // A folder inside an archive looks like any folder.
+    const bool folder = kind == UnitKind::Folder || kind == UnitKind::ArchiveFolder;
+    const QIcon& icon = kind == UnitKind::Disc ? m_discIcon : folder ? m_folderIcon : m_fileIcon;
     return icon.isNull() ? QVariant() : QVariant(icon);
 }
 

@@ -118,8 +118,9 @@ QVariant CFindModel::data(const QModelIndex& index, int role) const
     case Type:
         return UnitKindText(unit.Kind);
     case Category:
-        return unit.Kind == UnitKind::File ? m_doc.Database().GetCategory(unit.CategoryID).Name
-                                           : QString();
+        return unit.Kind == UnitKind::File || unit.Kind == UnitKind::ArchiveFile
+                   ? m_doc.Database().GetCategory(unit.CategoryID).Name
+                   : QString();
     default:
         return QVariant();
     }

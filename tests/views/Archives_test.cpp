@@ -8,6 +8,7 @@
 #include "app/ShelfwiseApp.h"
 #include "common/FormatSize.h"
 #include "document/ShelfwiseDoc.h"
+#include "search/BrowsePath.h"
 #include "sqlitewrapper/SqlText.h"
 #include "views/CommandIds.h"
 #include "views/Commands.h"
@@ -32,6 +33,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <optional>
 
 namespace {
 
@@ -224,6 +226,23 @@ TEST_F(Archives, TheListBrowsesIntoAnArchiveAndMoveUpComesBack)
     up->trigger();
     EXPECT_EQ(CNavigationView::ItemId(Tree().currentItem()), kCertificates);
     EXPECT_NE(Cell(kArchive, CDetailsModel::Name), QString());
+}
+
+TEST_F(Archives, AFoundEntryIsShownInItsFolderInsideTheArchive)
+{
+    const std::optional<BrowsePath> photo = BrowsePaths::Of(Doc(), kPhoto);
+    ASSERT_TRUE(photo.has_value());
+    EXPECT_EQ(photo->treePath,
+              (std::vector<int>{kAttic, kScans, kCertificates, kArchive, kYears, kYear}));
+    EXPECT_EQ(photo->listUnitId, kPhoto);
+    Tree().SelectPath(photo->treePath);
+    EXPECT_EQ(CNavigationView::ItemId(Tree().currentItem()), kYear);
+    List().SelectRowByUnitId(photo->listUnitId);
+    EXPECT_EQ(List().SelectedUnitId(), kPhoto);
+    // A folder inside is selected in the tree itself.
+    const std::optional<BrowsePath> years = BrowsePaths::Of(Doc(), kYears);
+    ASSERT_TRUE(years.has_value());
+    EXPECT_EQ(years->treePath.back(), kYears);
 }
 
 TEST_F(Archives, PropertiesShowTheFormatEntriesAndUncompressedSize)
