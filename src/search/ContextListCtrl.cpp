@@ -25,6 +25,10 @@ std::unique_ptr<QMenu> CContextListCtrl::CreateContextMenu()
     browse->setEnabled(selected);
     connect(properties, &QAction::triggered, this, &CContextListCtrl::propertiesChosen);
     connect(browse, &QAction::triggered, this, &CContextListCtrl::browseChosen);
+    menu->addSeparator();
+    QAction* exportRows = menu->addAction(tr("Export..."));
+    exportRows->setEnabled(model() && model()->rowCount() > 0);
+    connect(exportRows, &QAction::triggered, this, &CContextListCtrl::exportChosen);
     return menu;
 }
 

@@ -23,6 +23,8 @@ public:
 signals:
     void propertiesChosen();
     void browseChosen();
+    // Export... of every row (the list's owner knows its units).
+    void exportChosen();
 
 protected:
     /// From the keyboard the menu opens 5 pixels right of and below the list's top-left

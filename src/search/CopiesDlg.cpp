@@ -5,6 +5,7 @@
 #include "common/UserPrompter.h"
 #include "common/WorkerEvent.h"
 #include "document/ShelfwiseDoc.h"
+#include "export/ExportFlow.h"
 #include "search/BrowsePath.h"
 #include "search/ContextListCtrl.h"
 #include "search/CopiesModel.h"
@@ -73,6 +74,7 @@ CCopiesDlg::CCopiesDlg(CShelfwiseDoc& doc, Kind kind, QWidget* parent)
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     connect(m_browse, &QPushButton::clicked, this, &CCopiesDlg::BrowseToSelected);
     connect(m_list, &CContextListCtrl::browseChosen, this, &CCopiesDlg::BrowseToSelected);
+    connect(m_list, &CContextListCtrl::exportChosen, this, &CCopiesDlg::ExportResults);
     connect(m_list, &CContextListCtrl::propertiesChosen, this, &CCopiesDlg::ShowSelectedProperties);
     connect(m_list, &QAbstractItemView::doubleClicked, this, &CCopiesDlg::ShowSelectedProperties);
     connect(m_list->selectionModel(), &QItemSelectionModel::selectionChanged, this,
@@ -247,4 +249,14 @@ void CCopiesDlg::showEvent(QShowEvent* event)
     if (QWindow* window = windowHandle())
         window->setTransientParent(nullptr);
     QDialog::showEvent(event);
+}
+
+void CCopiesDlg::ExportResults()
+{
+    std::vector<int> ids;
+    ids.reserve(m_model->Rows().size());
+    for (const CCopiesModel::Row& row : m_model->Rows())
+        ids.push_back(row.File.UnitID);
+    if (!ids.empty())
+        CExportFlow(m_doc, this).Ask(ExportScope::Units(std::move(ids)), windowTitle());
 }

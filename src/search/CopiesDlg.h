@@ -45,6 +45,8 @@ public:
     /// The "Properties" and "Browse to..." of the selected row.
     void ShowSelectedProperties();
     void BrowseToSelected();
+    // Export... of every file listed, in the order shown.
+    void ExportResults();
 
 signals:
     /// As the search dialog's: the properties of a unit, and the place to reveal.

@@ -3,10 +3,12 @@
 #include "common/Strings.h"
 #include "common/UserPrompter.h"
 #include "document/ShelfwiseDoc.h"
+#include "export/ExportFlow.h"
 #include "search/AdvancedSearchTab.h"
 #include "search/BasicSearchTab.h"
 #include "search/BrowsePath.h"
 #include "search/ResultsCtrl.h"
+#include "search/ResultsModel.h"
 
 #include "ui_SearchDlg.h"
 
@@ -55,6 +57,7 @@ CSearchDlg::CSearchDlg(CShelfwiseDoc& doc, QWidget* parent)
     connect(m_results, &CContextListCtrl::propertiesChosen, this,
             &CSearchDlg::ShowSelectedProperties);
     connect(m_results, &CContextListCtrl::browseChosen, this, &CSearchDlg::BrowseToSelected);
+    connect(m_results, &CContextListCtrl::exportChosen, this, &CSearchDlg::ExportResults);
 
     connect(&doc, &CShelfwiseDoc::cataloguePathChanged, this, &CSearchDlg::OnCatalogueLoaded);
     connect(&doc, &CShelfwiseDoc::viewsNeedUpdate, this, &CSearchDlg::OnViewsNeedUpdate);
@@ -254,4 +257,15 @@ void CSearchDlg::BrowseToSelected()
         return;
     if (const std::optional<BrowsePath> place = BrowsePaths::Of(m_doc, unitId))
         emit browseRequested(place->treePath, place->listUnitId);
+}
+
+void CSearchDlg::ExportResults()
+{
+    std::vector<int> ids;
+    for (int row = 0; row < m_results->Model().rowCount(); ++row) {
+        if (const UnitListItem* item = m_results->Model().RowAt(row))
+            ids.push_back(item->UnitID);
+    }
+    if (!ids.empty())
+        CExportFlow(m_doc, this).Ask(ExportScope::Units(std::move(ids)), tr("Search results"));
 }

@@ -60,6 +60,8 @@ public:
     /// The "Properties" and "Browse to..." of the selected result.
     void ShowSelectedProperties();
     void BrowseToSelected();
+    // Export... of every result, in the order shown.
+    void ExportResults();
 
 signals:
     /// The properties dialog of a unit, asked for by double-click, Enter or the menu.

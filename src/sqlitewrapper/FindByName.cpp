@@ -240,68 +240,70 @@ qint64 FirstNumber(const std::vector<QString>& rows)
 
 } // namespace
 
-std::vector<FoundUnit> CSqliteWrapper::FindByName(const QStringList& words, int limit, int offset,
-                                                  NameLookup how)
+std::vector<int> CSqliteWrapper::FindIdsByName(const QStringList& words, int limit, int offset,
+                                               NameLookup how)
 {
     const bool withPending = how == NameLookup::Auto && HasNameIndex();
     const NameQuery query = SplitWords(words, withPending || how == NameLookup::Index);
-    std::vector<FoundUnit> found;
+    std::vector<int> ids;
     if (query.words.isEmpty() || limit <= 0)
-        return found;
+        return ids;
     offset = std::max(0, offset);
 
     if (query.indexed.isEmpty()) {
         // By LIKE alone: ranked in one statement.
         const QString rank = QStringLiteral("CASE WHEN %1 THEN 0 WHEN %2 THEN 1 ELSE 2 END")
                                  .arg(EqualName(query), StartsWithFirst(query));
-        QueryRows(Format("%s WHERE %s ORDER BY %s, Units.UnitID LIMIT %d OFFSET %d",
-                         {kFoundColumns, WhereClause(query, false), rank, limit, offset}),
-                  found, &FoundUnitRows);
-    } else {
-        // Rank by rank, each read only as far as the page goes; a rank the offset passes
-        // whole is counted to know how far into the next one the page starts.
-        std::vector<int> ids;
-        for (const Rank& rank : IndexRanks(query)) {
-            const int wanted = limit - static_cast<int>(ids.size());
-            if (wanted <= 0)
-                break;
-            const QString rankIds = RankIds(rank, withPending);
-            const size_t before = ids.size();
-            QueryRows(Format("%s ORDER BY 1 LIMIT %d OFFSET %d", {rankIds, wanted, offset}), ids,
-                      &RowMappers::Ids);
-            const int read = static_cast<int>(ids.size() - before);
-            if (read > 0 || offset == 0) {
-                offset = 0;
-                continue;
-            }
-            std::vector<QString> counted;
-            QueryRows(Format("SELECT COUNT(*) FROM (%s)", {rankIds}), counted, &RowMappers::Texts);
-            offset -= static_cast<int>(std::min<qint64>(offset, FirstNumber(counted)));
-        }
-        if (ids.empty())
-            return found;
-        QStringList list;
-        for (const int id : ids)
-            list << QString::number(id);
-        std::vector<FoundUnit> rows;
-        QueryRows(
-            Format("%s WHERE Units.UnitID IN (%s)", {kFoundColumns, list.join(QLatin1Char(','))}),
-            rows, &FoundUnitRows);
-        std::map<int, FoundUnit*> byId;
-        for (FoundUnit& row : rows)
-            byId[row.UnitID] = &row;
-        for (const int id : ids) {
-            const auto it = byId.find(id);
-            if (it != byId.end())
-                found.push_back(std::move(*it->second));
-        }
+        QueryRows(Format("SELECT Units.UnitID FROM Units WHERE %s ORDER BY %s, Units.UnitID LIMIT "
+                         "%d OFFSET %d",
+                         {WhereClause(query, false), rank, limit, offset}),
+                  ids, &RowMappers::Ids);
+        return ids;
     }
+    // Rank by rank, each read only as far as the page goes; a rank the offset passes
+    // whole is counted to know how far into the next one the page starts.
+    for (const Rank& rank : IndexRanks(query)) {
+        const int wanted = limit - static_cast<int>(ids.size());
+        if (wanted <= 0)
+            break;
+        const QString rankIds = RankIds(rank, withPending);
+        const size_t before = ids.size();
+        QueryRows(Format("%s ORDER BY 1 LIMIT %d OFFSET %d", {rankIds, wanted, offset}), ids,
+                  &RowMappers::Ids);
+        const int read = static_cast<int>(ids.size() - before);
+        if (read > 0 || offset == 0) {
+            offset = 0;
+            continue;
+        }
+        std::vector<QString> counted;
+        QueryRows(Format("SELECT COUNT(*) FROM (%s)", {rankIds}), counted, &RowMappers::Texts);
+        offset -= static_cast<int>(std::min<qint64>(offset, FirstNumber(counted)));
+    }
+    return ids;
+}
 
-    std::vector<int> foundIds;
-    foundIds.reserve(found.size());
-    for (const FoundUnit& unit : found)
-        foundIds.push_back(unit.UnitID);
-    const std::map<int, QString> locations = GetUnitLocations(foundIds);
+std::vector<FoundUnit> CSqliteWrapper::FindByName(const QStringList& words, int limit, int offset,
+                                                  NameLookup how)
+{
+    const std::vector<int> ids = FindIdsByName(words, limit, offset, how);
+    std::vector<FoundUnit> found;
+    if (ids.empty())
+        return found;
+    QStringList list;
+    for (const int id : ids)
+        list << QString::number(id);
+    std::vector<FoundUnit> rows;
+    QueryRows(Format("%s WHERE Units.UnitID IN (%s)", {kFoundColumns, list.join(QLatin1Char(','))}),
+              rows, &FoundUnitRows);
+    std::map<int, FoundUnit*> byId;
+    for (FoundUnit& row : rows)
+        byId[row.UnitID] = &row;
+    for (const int id : ids) {
+        const auto it = byId.find(id);
+        if (it != byId.end())
+            found.push_back(std::move(*it->second));
+    }
+    const std::map<int, QString> locations = GetUnitLocations(ids);
     for (FoundUnit& unit : found) {
         const auto it = locations.find(unit.UnitID);
         if (it != locations.end())

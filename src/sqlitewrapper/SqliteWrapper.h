@@ -162,6 +162,9 @@ public:
     // A-Z only.
     std::vector<FoundUnit> FindByName(const QStringList& words, int limit, int offset,
                                       NameLookup how = NameLookup::Auto);
+    // The same units' ids alone, in the same order (no rows or locations read).
+    std::vector<int> FindIdsByName(const QStringList& words, int limit, int offset,
+                                   NameLookup how = NameLookup::Auto);
     qint64 CountByName(const QStringList& words, NameLookup how = NameLookup::Auto);
     // The name index (NameIndex.cpp, version 1.3 on). Added units wait to be indexed (as
     // do all units of an upgraded catalogue), which IndexNamesStep does for the first

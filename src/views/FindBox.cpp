@@ -1,6 +1,7 @@
 #include "views/FindBox.h"
 
 #include "document/ShelfwiseDoc.h"
+#include "export/ExportFlow.h"
 #include "search/BrowsePath.h"
 #include "views/FindModel.h"
 #include "views/FindResults.h"
@@ -17,6 +18,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <limits>
 
 namespace {
 
@@ -65,6 +67,7 @@ CFindBox::CFindBox(CShelfwiseDoc& doc, CUnitIcons& icons, QStackedWidget& pane, 
     connect(m_results, &CFindResults::leaveRequested, this, [this] { Leave(true); });
     connect(m_results, &CFindResults::browseChosen, this,
             [this] { BrowseToUnit(m_results->CurrentUnitId()); });
+    connect(m_results, &CFindResults::exportChosen, this, &CFindBox::ExportResults);
     connect(m_results, &CFindResults::propertiesChosen, this, [this] {
         if (m_results->CurrentUnitId() != 0)
             emit propertiesRequested(m_results->CurrentUnitId());
@@ -189,4 +192,21 @@ bool CFindBox::eventFilter(QObject* watched, QEvent* event)
         return true;
     }
     return QObject::eventFilter(watched, event);
+}
+
+void CFindBox::ExportResults()
+{
+    // Every match, not only the rows fetched so far.
+    const QStringList words = m_model->Words();
+    const qint64 total = m_model->TotalCount();
+    std::vector<int> ids;
+    if (total <= 0 || !m_doc.Guard([&] {
+            ids = m_doc.Database().FindIdsByName(
+                words, static_cast<int>(std::min<qint64>(total, std::numeric_limits<int>::max())),
+                0);
+        }))
+        return;
+    if (!ids.empty())
+        CExportFlow(m_doc, m_results->window())
+            .Ask(ExportScope::Units(std::move(ids)), words.join(QLatin1Char(' ')));
 }

@@ -57,6 +57,8 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    // Export... of every match.
+    void ExportResults();
     void OnTextChanged(const QString& text);
     // Browses to unitId, or to the first row found when it is 0.
     void BrowseToUnit(int unitId);

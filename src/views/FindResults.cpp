@@ -95,6 +95,10 @@ void CFindResults::contextMenuEvent(QContextMenuEvent* event)
     browse->setEnabled(CurrentUnitId() != 0);
     connect(properties, &QAction::triggered, this, &CFindResults::propertiesChosen);
     connect(browse, &QAction::triggered, this, &CFindResults::browseChosen);
+    menu.addSeparator();
+    QAction* exportRows = menu.addAction(tr("Export..."));
+    exportRows->setEnabled(model() && model()->rowCount() > 0);
+    connect(exportRows, &QAction::triggered, this, &CFindResults::exportChosen);
     menu.exec(event->reason() == QContextMenuEvent::Keyboard ? mapToGlobal(QPoint(5, 5))
                                                              : event->globalPos());
 }

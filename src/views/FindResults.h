@@ -26,6 +26,7 @@ signals:
     void leaveRequested();
     void propertiesChosen();
     void browseChosen();
+    void exportChosen();
 
 protected:
     bool event(QEvent* event) override;

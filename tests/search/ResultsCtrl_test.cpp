@@ -186,11 +186,14 @@ TEST_F(SearchDialog, TheResultsMenuAndDoubleClickAskTheWindowForPropertiesOrTheP
     ASSERT_EQ(results.SelectedUnitId(), 0);
     std::unique_ptr<QMenu> menu = results.CreateContextMenu();
     EXPECT_EQ(menu->title(), QStringLiteral("Results"));
-    ASSERT_EQ(menu->actions().size(), 2);
+    // Properties, Browse to..., a separator, and Export... of every row.
+    ASSERT_EQ(menu->actions().size(), 4);
     EXPECT_EQ(menu->actions()[0]->text(), QStringLiteral("Properties"));
     EXPECT_EQ(menu->actions()[1]->text(), QStringLiteral("Browse to..."));
     EXPECT_FALSE(menu->actions()[0]->isEnabled());
     EXPECT_FALSE(menu->actions()[1]->isEnabled());
+    EXPECT_EQ(menu->actions()[3]->text(), QStringLiteral("Export..."));
+    EXPECT_TRUE(menu->actions()[3]->isEnabled());
 
     results.SelectUnit(kBohemianRhapsody);
     menu = results.CreateContextMenu();
