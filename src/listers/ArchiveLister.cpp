@@ -287,7 +287,19 @@ bool ArchiveLister::HasArchiveName(const QString& fileName)
         QStringLiteral("lzh"),  QStringLiteral("iso"),  QStringLiteral("udf"),
         QStringLiteral("img"),
     };
-    return kExtensions.contains(Extension(fileName));
+    // A file compressed on its own (a manual page, a changelog: /usr holds 25,000 .gz)
+    // is no archive, and asking libarchive would unpack its first block each time; a
+    // compressed tar or cpio says so in its name (.tar.gz), or takes .tgz and the like.
+    static const QSet<QString> kCompressions = {
+        QStringLiteral("gz"), QStringLiteral("bz2"),  QStringLiteral("xz"), QStringLiteral("zst"),
+        QStringLiteral("lz"), QStringLiteral("lzma"), QStringLiteral("z")};
+    const QString extension = Extension(fileName);
+    if (kCompressions.contains(extension)) {
+        const QString stem = fileName.left(fileName.size() - extension.size() - 1);
+        return stem.endsWith(QLatin1String(".tar"), Qt::CaseInsensitive) ||
+               stem.endsWith(QLatin1String(".cpio"), Qt::CaseInsensitive);
+    }
+    return kExtensions.contains(extension);
 }
 
 bool ArchiveLister::HasDiscImageName(const QString& fileName)
