@@ -11,7 +11,8 @@ constexpr qint64 kProgressEvery = 2000;
 
 bool HasChildren(const ExportRecord& unit)
 {
-    return unit.Kind == UnitKind::Disc || unit.Kind == UnitKind::Folder || unit.IsArchive;
+    return unit.Kind == UnitKind::Disc || unit.Kind == UnitKind::Folder ||
+           unit.Kind == UnitKind::ArchiveFolder || unit.IsArchive;
 }
 
 QString Join(const QString& prefix, const QString& name)

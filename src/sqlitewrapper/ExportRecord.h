@@ -34,6 +34,6 @@ struct ExportRecord
     CNullable<qint64> Year;
     CNullable<qint64> Track;
     QString Genre;
-    // A file whose entries are catalogued below it.
+    // A file whose entries are catalogued below it (an archive, or one inside another).
     bool IsArchive = false;
 };

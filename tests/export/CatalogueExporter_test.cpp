@@ -197,3 +197,26 @@ TEST_F(CatalogueExporterTest, ProgressCanCancel)
     EXPECT_EQ(exporter.Written(), 0);
     EXPECT_TRUE(buffer.data().isEmpty());
 }
+
+TEST_F(CatalogueExporterTest, ArchiveEntriesComeBelowTheirArchive)
+{
+    CSqliteWrapper& db = m_cat.Db();
+    const int zip = m_cat.AddFile(m_shelf, m_folder, QStringLiteral("photos.zip"), 300);
+    db.Execute(
+        QStringLiteral("INSERT INTO ArchiveInfo (UnitID, Format) VALUES (%1, 'ZIP')").arg(zip));
+    db.Execute(QStringLiteral("INSERT INTO Units (UnitName, UnitType, StorageID, ParentUnitID, "
+                              "UnitSize) VALUES ('2012', 'd', %1, %2, 0)")
+                   .arg(m_shelf)
+                   .arg(zip));
+    const int inner = db.LastInsertId();
+    db.Execute(QStringLiteral("INSERT INTO Units (UnitName, UnitType, StorageID, ParentUnitID, "
+                              "UnitSize) VALUES ('IMG_0001.jpg', 'f', %1, %2, 900)")
+                   .arg(m_shelf)
+                   .arg(inner));
+    const Rows rows = ParseCsv(Export(ExportScope::Unit(m_folder), "csv"));
+    ASSERT_EQ(rows.size(), 7u); // the header, the folder, three files, the entries
+    EXPECT_EQ(rows[5][0], QStringLiteral("Holiday 2019/DCIM/photos.zip/2012"));
+    EXPECT_EQ(rows[5][2], QStringLiteral("Folder"));
+    EXPECT_EQ(rows[6][0], QStringLiteral("Holiday 2019/DCIM/photos.zip/2012/IMG_0001.jpg"));
+    EXPECT_EQ(rows[6][3], QStringLiteral("900"));
+}
