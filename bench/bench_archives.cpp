@@ -22,6 +22,7 @@
 #include <QThread>
 
 #include <cstdio>
+#include <exception>
 
 namespace {
 
@@ -86,9 +87,7 @@ qint64 Count(CSqliteWrapper& db, const QString& sql)
     return rows.empty() ? 0 : rows.front().toLongLong();
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+int Run(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
     const int archives = argc > 1 ? std::max(2, QString::fromLocal8Bit(argv[1]).toInt()) : 1000;
@@ -142,4 +141,17 @@ int main(int argc, char** argv)
     }
     std::printf("ratio looking inside / not: %.2fx\n", inside / plain);
     return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    // A failed catalogue operation ends the run with its message, not an abort.
+    try {
+        return Run(argc, argv);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "bench_archives: %s\n", error.what());
+        return 1;
+    }
 }
