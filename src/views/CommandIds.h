@@ -34,6 +34,9 @@ constexpr int Update = 32860;         // a disc, folder or file from its source 
 constexpr int DuplicateFiles = 32870; // files catalogued more than once
 constexpr int UniqueFiles = 32871;    // the files of a disc or folder kept nowhere else
 constexpr int Export = 32872;         // a storage, disc or folder as CSV or JSON
+constexpr int ExportPage = 32873;     // the same as one self-contained HTML page
+constexpr int Import = 32874;         // another cataloguer's list into a new storage
+constexpr int Statistics = 32875;     // charts of the catalogue, a storage or a disc
 
 constexpr int ViewIcons = 32834;
 constexpr int ViewList = 32835;
