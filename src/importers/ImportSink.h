@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QDateTime>
+#include <QString>
+#include <QStringList>
+
+#include <QtGlobal>
+
+// One folder or file read from another cataloguer's list (or from our own export),
+// with what the list holds of it. Fields the list does not have stay unknown.
+struct ImportedItem
+{
+    // The folders below the disc and then the item's own name: {"Photos", "2012",
+    // "IMG_0001.jpg"}. Never empty.
+    QStringList Path;
+    bool IsFolder = false;
+    qint64 Size = -1;   // bytes; -1 when the list does not say (a folder's is summed)
+    QDateTime Modified; // invalid when the list does not say
+    QDateTime Created;
+    QString Notes;
+};
+
+// What a reader of a list hands its discs and items to, in the list's order. An
+// item's folders need not have come first: the receiver makes the ones missing.
+class CImportSink
+{
+public:
+    virtual ~CImportSink() = default;
+
+    // Starts a disc (a volume, a drive, a scanned root); the items that follow are in
+    // it. label: the disc's name as the list has it; created: when it was catalogued,
+    // invalid when the list does not say.
+    virtual void BeginDisc(const QString& label, const QDateTime& created) = 0;
+    virtual void Item(const ImportedItem& item) = 0;
+};
+
+// A list that cannot be read: where (line 1 upwards, 0 when the format has no
+// lines to speak of) and why. Readers throw it; nothing of the list is kept then.
+struct ImportError
+{
+    int Line = 0;
+    QString Message;
+};
