@@ -1,5 +1,10 @@
 #include "importers/ListReaders.h"
 
+#include "importers/CatcliReader.h"
+#include "importers/CdcatReader.h"
+#include "importers/Snap2HtmlReader.h"
+#include "importers/VvvReader.h"
+
 #include <QFile>
 #include <QFileInfo>
 
@@ -12,6 +17,10 @@ std::vector<std::unique_ptr<CListReader>> All()
     // what is unmistakably its own. One line per reader:
     //     readers.push_back(std::make_unique<CSomeReader>());
     // Readers of other cataloguers' lists (catcli, Snap2HTML, VVV, cdcat):
+    readers.push_back(std::make_unique<CCatcliReader>());
+    readers.push_back(std::make_unique<CSnap2HtmlReader>());
+    readers.push_back(std::make_unique<CVvvReader>());
+    readers.push_back(std::make_unique<CCdcatReader>());
 
     // Readers of our own CSV and JSON export and of Everything's file lists:
 

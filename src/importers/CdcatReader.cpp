@@ -1,0 +1,146 @@
+#include "importers/CdcatReader.h"
+
+#include "importers/ImportSink.h"
+
+#include <QIODevice>
+#include <QObject>
+#include <QXmlStreamReader>
+
+#include <cmath>
+
+namespace {
+
+int LineOf(const QXmlStreamReader& xml)
+{
+    return static_cast<int>(xml.lineNumber());
+}
+
+QDateTime ParseTime(const QString& text)
+{
+    QString time = text.trimmed();
+    time.replace(QLatin1Char('T'), QLatin1Char(' '));
+    QDateTime parsed = QDateTime::fromString(time, QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+    if (!parsed.isValid())
+        parsed = QDateTime::fromString(time, QStringLiteral("yyyy-MM-dd HH:mm"));
+    return parsed;
+}
+
+// Bytes from the size and unit attributes of a file.
+qint64 SizeOf(const QXmlStreamReader& xml)
+{
+    const QString size = xml.attributes().value(QLatin1String("size")).toString().trimmed();
+    if (size.isEmpty())
+        return -1;
+    bool ok = false;
+    const double amount = QString(size).replace(QLatin1Char(','), QLatin1Char('.')).toDouble(&ok);
+    if (!ok || amount < 0 || !std::isfinite(amount))
+        throw ImportError{LineOf(xml), QObject::tr("\"%1\" is not a size").arg(size)};
+    const QString unit = xml.attributes().value(QLatin1String("unit")).toString().toLower();
+    double scale = 1;
+    if (unit.startsWith(QLatin1Char('k')))
+        scale = 1024.0;
+    else if (unit.startsWith(QLatin1Char('m')))
+        scale = 1024.0 * 1024;
+    else if (unit.startsWith(QLatin1Char('g')))
+        scale = 1024.0 * 1024 * 1024;
+    else if (unit.startsWith(QLatin1Char('t')))
+        scale = 1024.0 * 1024 * 1024 * 1024;
+    else if (!unit.isEmpty() && !unit.startsWith(QLatin1Char('b')))
+        throw ImportError{LineOf(xml), QObject::tr("\"%1\" is not a unit of size").arg(unit)};
+    return std::llround(amount * scale);
+}
+
+QString NameOf(const QXmlStreamReader& xml)
+{
+    QString name = xml.attributes().value(QLatin1String("name")).toString();
+    if (name.isEmpty())
+        throw ImportError{LineOf(xml),
+                          QObject::tr("A <%1> has no name").arg(xml.name().toString())};
+    return name;
+}
+
+} // namespace
+
+QString CCdcatReader::Name() const
+{
+    return QStringLiteral("cdcat");
+}
+
+bool CCdcatReader::Recognises(const QByteArray& head, const QString& fileName) const
+{
+    // gzip's magic bytes: only the name can tell a compressed catalogue.
+    if (head.startsWith("\x1f\x8b"))
+        return fileName.endsWith(QLatin1String(".hcf"), Qt::CaseInsensitive);
+    QXmlStreamReader xml(head);
+    while (!xml.atEnd() && !xml.hasError()) {
+        if (xml.readNext() == QXmlStreamReader::StartElement)
+            return xml.name() == QLatin1String("catalog") &&
+                   (head.contains("<media") || head.contains("<datafile"));
+    }
+    return false;
+}
+
+void CCdcatReader::Read(QIODevice& in, CImportSink& sink) const
+{
+    const QByteArray text = in.readAll();
+    if (text.startsWith("\x1f\x8b"))
+        throw ImportError{0, QObject::tr("The catalogue is compressed; gunzip it first "
+                                         "(gunzip -S .hcf FILE) and import the XML")};
+    QXmlStreamReader xml(text);
+    if (!xml.readNextStartElement())
+        throw ImportError{LineOf(xml), xml.hasError() ? xml.errorString()
+                                                      : QObject::tr("There is no XML element")};
+    if (xml.name() != QLatin1String("catalog"))
+        throw ImportError{
+            LineOf(xml),
+            QObject::tr("The root element is <%1>, not <catalog>").arg(xml.name().toString())};
+    while (xml.readNextStartElement()) {
+        if (xml.name() == QLatin1String("media")) {
+            sink.BeginDisc(NameOf(xml),
+                           ParseTime(xml.attributes().value(QLatin1String("time")).toString()));
+            ReadEntry(xml, {}, sink);
+        } else {
+            xml.skipCurrentElement();
+        }
+    }
+    if (xml.hasError())
+        throw ImportError{LineOf(xml), xml.errorString()};
+}
+
+void CCdcatReader::ReadEntry(QXmlStreamReader& xml, const QStringList& folders, CImportSink& sink)
+{
+    // The item is handed over before its first child, so that it comes before what
+    // lies in it; a comment it holds counts as its notes when it comes before that.
+    const bool isMedia = xml.name() == QLatin1String("media");
+    const bool isFolder = xml.name() == QLatin1String("directory");
+    ImportedItem item;
+    item.Path = folders;
+    if (!isMedia) {
+        item.Path << NameOf(xml);
+        item.IsFolder = isFolder;
+        if (!isFolder)
+            item.Size = SizeOf(xml);
+        item.Modified = ParseTime(xml.attributes().value(QLatin1String("time")).toString());
+    }
+    bool handedOver = isMedia;
+    while (xml.readNextStartElement()) {
+        if (xml.name() == QLatin1String("comment") && !handedOver) {
+            item.Notes = xml.readElementText(QXmlStreamReader::IncludeChildElements).trimmed();
+            continue;
+        }
+        const bool child =
+            xml.name() == QLatin1String("directory") || xml.name() == QLatin1String("file");
+        if (!handedOver && child) {
+            sink.Item(item);
+            handedOver = true;
+        }
+        if (child && (isMedia || isFolder))
+            ReadEntry(xml, item.Path, sink);
+        else
+            xml.skipCurrentElement();
+    }
+    if (xml.hasError())
+        throw ImportError{LineOf(xml), xml.errorString()};
+    if (!handedOver)
+        sink.Item(item);
+}
