@@ -44,6 +44,7 @@ std::vector<CliCommand> CopyCommands();
 std::vector<CliCommand> DriveCommands();
 std::vector<CliCommand> ExportCommands();
 std::vector<CliCommand> FindCommands();
+std::vector<CliCommand> ImportCommands();
 std::vector<CliCommand> ReportCommands();
 std::vector<CliCommand> SearchCommands();
 std::vector<CliCommand> SettingsCommands();

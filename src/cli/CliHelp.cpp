@@ -10,9 +10,10 @@ QString ProgramName()
 std::vector<CliCommand> AllCommands()
 {
     std::vector<CliCommand> all;
-    for (auto list : {CatalogueCommands(), AddCommands(), UpdateCommands(), CategoryCommands(),
-                      DriveCommands(), ReportCommands(), SearchCommands(), FindCommands(),
-                      CopyCommands(), ExportCommands(), ThumbnailCommands(), SettingsCommands()})
+    for (auto list :
+         {CatalogueCommands(), AddCommands(), UpdateCommands(), CategoryCommands(), DriveCommands(),
+          ReportCommands(), SearchCommands(), FindCommands(), CopyCommands(), ExportCommands(),
+          ImportCommands(), ThumbnailCommands(), SettingsCommands()})
         all.insert(all.end(), list.begin(), list.end());
     return all;
 }

@@ -109,6 +109,20 @@ void CEditHistory::AddAddition(const QString& description, int unitId, int stora
     Push(std::move(step));
 }
 
+void CEditHistory::AddImport(const QString& description, int storageId, bool newStorage,
+                             const std::vector<int>& unitIds)
+{
+    if (!IsEnabled() || (unitIds.empty() && !newStorage))
+        return;
+    Step step;
+    step.Description = description;
+    step.Subject = EditSubject{storageId, true, -1, false};
+    step.PendingImport = true;
+    step.ImportedUnitIds = unitIds;
+    step.ImportedStorageId = newStorage ? storageId : 0;
+    Push(std::move(step));
+}
+
 void CEditHistory::Push(Step step)
 {
     m_steps.erase(m_steps.begin() + static_cast<std::ptrdiff_t>(m_done), m_steps.end());
@@ -167,9 +181,14 @@ void CEditHistory::Apply(Step& step, bool undo)
     QByteArray removal;
     try {
         CTransaction transaction(m_db);
-        if (undo && step.AddedUnitId != 0) {
+        if (undo && (step.AddedUnitId != 0 || step.PendingImport)) {
             m_db.StartRecording();
-            RemoveAddition(step.AddedUnitId);
+            if (step.AddedUnitId != 0)
+                RemoveAddition(step.AddedUnitId);
+            for (const int unitId : step.ImportedUnitIds)
+                RemoveAddition(unitId);
+            if (step.ImportedStorageId != 0)
+                m_db.DeleteStorage(step.ImportedStorageId);
             removal = m_db.TakeRecording();
         } else {
             m_db.ApplyChangeset(step.Changes, undo != step.ChangesAreUndo);
@@ -184,10 +203,13 @@ void CEditHistory::Apply(Step& step, bool undo)
         m_db.StopRecording();
         throw;
     }
-    if (undo && step.AddedUnitId != 0) {
+    if (undo && (step.AddedUnitId != 0 || step.PendingImport)) {
         step.Changes = std::move(removal);
         step.ChangesAreUndo = true;
         step.AddedUnitId = 0;
+        step.PendingImport = false;
+        step.ImportedUnitIds.clear();
+        step.ImportedStorageId = 0;
     }
     m_db.LoadCategories();
     m_db.LoadFileExtensions();
@@ -231,7 +253,8 @@ void CEditHistory::Clear()
 
 qint64 CEditHistory::StepSize(const Step& step)
 {
-    qint64 size = step.Changes.size() + step.Description.size() * 2;
+    qint64 size = step.Changes.size() + step.Description.size() * 2 +
+                  static_cast<qint64>(step.ImportedUnitIds.size() * sizeof(int));
     for (const ExtensionRows* rows : {&step.ExtensionsBefore, &step.ExtensionsAfter}) {
         for (const auto& row : *rows)
             size += row.first.size() * 2 + 8;

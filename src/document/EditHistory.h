@@ -71,6 +71,11 @@ public:
 
     /// A committed addition: its top unit, which lies directly in the storage.
     void AddAddition(const QString& description, int unitId, int storageId);
+    /// A committed import of a list: the units it made directly in the storage, and
+    /// the storage itself when the import made it (newStorage). Like an addition, it
+    /// is recorded at its first undo.
+    void AddImport(const QString& description, int storageId, bool newStorage,
+                   const std::vector<int>& unitIds);
 
     bool CanUndo() const;
     bool CanRedo() const;
@@ -102,6 +107,11 @@ private:
         ExtensionRows ExtensionsAfter;
         // An addition that was never undone: its top unit (0 otherwise).
         int AddedUnitId = 0;
+        // An import that was never undone: its top units, and the storage it made (0
+        // when it went into one that was there).
+        bool PendingImport = false;
+        std::vector<int> ImportedUnitIds;
+        int ImportedStorageId = 0;
     };
 
     void Push(Step step);

@@ -103,6 +103,21 @@ void CShelfwiseDoc::RecordAddition()
     emit historyChanged();
 }
 
+void CShelfwiseDoc::FinishImport(CTransaction import, const QString& description, int storageId,
+                                 bool newStorage, const std::vector<int>& unitIds)
+{
+    m_additionPending = false;
+    if (Guard([&] { import.Commit(); })) {
+        m_history.AddImport(description, storageId, newStorage, unitIds);
+        m_lastAddedStorageId = storageId;
+        m_lastAddedUnitId = unitIds.empty() ? 0 : unitIds.front();
+        emit historyChanged();
+    }
+    ReloadStorages();
+    emit viewsNeedUpdate(nullptr);
+    MarkChanged();
+}
+
 bool CShelfwiseDoc::Undo(EditPlace* shown)
 {
     return ApplyHistory(false, shown);

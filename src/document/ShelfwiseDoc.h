@@ -121,6 +121,11 @@ public:
     EditSubject StorageSubject(int storageId) const;
     EditSubject UnitSubject(int unitId);
 
+    // The end of an import of a list that succeeded: commits its transaction and makes
+    // it one undo step (the units it made in storageId, and the storage when the
+    // import made it), then refreshes the views and marks the document changed.
+    void FinishImport(CTransaction import, const QString& description, int storageId,
+                      bool newStorage, const std::vector<int>& unitIds);
     // The end of an addition that failed or was cancelled: its transaction is rolled
     // back. (The addition itself is CAddLocationJob's.)
     void RollbackAdd(CTransaction addition);

@@ -32,6 +32,11 @@ public:
     // invalid when the list does not say.
     virtual void BeginDisc(const QString& label, const QDateTime& created) = 0;
     virtual void Item(const ImportedItem& item) = 0;
+    // The notes of the disc begun last, for lists that keep notes on discs.
+    virtual void SetDiscNotes(const QString& /*notes*/) {}
+    // Ends the disc begun last: the items that follow lie in the storage itself, as do
+    // those before the first BeginDisc (a folder or a file catalogued on its own).
+    virtual void EndDisc() {}
 };
 
 // A list that cannot be read: where (line 1 upwards, 0 when the format has no

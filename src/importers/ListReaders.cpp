@@ -2,6 +2,9 @@
 
 #include "importers/CatcliReader.h"
 #include "importers/CdcatReader.h"
+#include "importers/EfuReader.h"
+#include "importers/ExportCsvReader.h"
+#include "importers/ExportJsonReader.h"
 #include "importers/Snap2HtmlReader.h"
 #include "importers/VvvReader.h"
 
@@ -23,6 +26,9 @@ std::vector<std::unique_ptr<CListReader>> All()
     readers.push_back(std::make_unique<CCdcatReader>());
 
     // Readers of our own CSV and JSON export and of Everything's file lists:
+    readers.push_back(std::make_unique<CExportCsvReader>());
+    readers.push_back(std::make_unique<CExportJsonReader>());
+    readers.push_back(std::make_unique<CEfuReader>());
 
     return readers;
 }

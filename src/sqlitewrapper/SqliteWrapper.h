@@ -210,6 +210,9 @@ public:
     // One more file of size bytes in the storage (a single file added on its own).
     void AddFileToStorage(int storageId, qint64 size);
     void SetUnitNotes(int unitId, const QString& notes);
+    // When the unit was catalogued (a disc brought in from another cataloguer's list
+    // keeps the date that list gives it). ImportUpdates.cpp.
+    void SetUnitDateAdded(int unitId, const QDateTime& added);
     void DeleteUnit(int unitId);
     void DeleteUnitRows(const std::vector<int>& ids);
     void DeleteStorageUnits(int storageId);

@@ -1,0 +1,11 @@
+// The writes particular to importing another cataloguer's list.
+#include "sqlitewrapper/SqliteWrapper.h"
+
+using SqlText::Format;
+using SqlText::FormatSqlDate;
+
+void CSqliteWrapper::SetUnitDateAdded(int unitId, const QDateTime& added)
+{
+    Execute(Format("UPDATE Units SET DateAdded = %s WHERE UnitID = %d",
+                   {FormatSqlDate(added), unitId}));
+}
