@@ -4,11 +4,45 @@
 
 #include <QIODevice>
 #include <QObject>
+#include <QRegularExpression>
 #include <QXmlStreamReader>
+
+#include <array>
+
+#include <zlib.h>
 
 #include <cmath>
 
 namespace {
+
+bool IsGzip(const QByteArray& bytes)
+{
+    return bytes.startsWith("\x1f\x8b");
+}
+
+// The catalogue inside a gzip file, as the program keeps it.
+QByteArray Gunzip(const QByteArray& packed)
+{
+    z_stream stream{};
+    if (inflateInit2(&stream, 16 + MAX_WBITS) != Z_OK)
+        throw ImportError{0, QObject::tr("The decompressor cannot start")};
+    QByteArray out;
+    std::array<char, 64 * 1024> chunk{};
+    // zlib takes a non-const pointer but does not write through it.
+    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(packed.constData()));
+    stream.avail_in = static_cast<uInt>(packed.size());
+    int result = Z_OK;
+    while (result == Z_OK) {
+        stream.next_out = reinterpret_cast<Bytef*>(chunk.data());
+        stream.avail_out = static_cast<uInt>(chunk.size());
+        result = inflate(&stream, Z_NO_FLUSH);
+        out.append(chunk.data(), static_cast<qsizetype>(chunk.size() - stream.avail_out));
+    }
+    inflateEnd(&stream);
+    if (result != Z_STREAM_END)
+        throw ImportError{0, QObject::tr("The compressed catalogue is damaged or cut short")};
+    return out;
+}
 
 int LineOf(const QXmlStreamReader& xml)
 {
@@ -31,11 +65,16 @@ qint64 SizeOf(const QXmlStreamReader& xml)
     const QString size = xml.attributes().value(QLatin1String("size")).toString().trimmed();
     if (size.isEmpty())
         return -1;
-    bool ok = false;
-    const double amount = QString(size).replace(QLatin1Char(','), QLatin1Char('.')).toDouble(&ok);
-    if (!ok || amount < 0 || !std::isfinite(amount))
+    // The unit is an attribute of its own, or follows the number ("1.5 Mb").
+    static const QRegularExpression form(
+        QStringLiteral("^([0-9]+(?:[.,][0-9]*)?)\\s*([A-Za-z]*)$"));
+    const QRegularExpressionMatch match = form.match(size);
+    if (!match.hasMatch())
         throw ImportError{LineOf(xml), QObject::tr("\"%1\" is not a size").arg(size)};
-    const QString unit = xml.attributes().value(QLatin1String("unit")).toString().toLower();
+    const double amount = match.captured(1).replace(QLatin1Char(','), QLatin1Char('.')).toDouble();
+    QString unit = match.captured(2).toLower();
+    if (unit.isEmpty())
+        unit = xml.attributes().value(QLatin1String("unit")).toString().trimmed().toLower();
     double scale = 1;
     if (unit.startsWith(QLatin1Char('k')))
         scale = 1024.0;
@@ -69,7 +108,7 @@ QString CCdcatReader::Name() const
 bool CCdcatReader::Recognises(const QByteArray& head, const QString& fileName) const
 {
     // gzip's magic bytes: only the name can tell a compressed catalogue.
-    if (head.startsWith("\x1f\x8b"))
+    if (IsGzip(head))
         return fileName.endsWith(QLatin1String(".hcf"), Qt::CaseInsensitive);
     QXmlStreamReader xml(head);
     while (!xml.atEnd() && !xml.hasError()) {
@@ -82,10 +121,9 @@ bool CCdcatReader::Recognises(const QByteArray& head, const QString& fileName) c
 
 void CCdcatReader::Read(QIODevice& in, CImportSink& sink) const
 {
-    const QByteArray text = in.readAll();
-    if (text.startsWith("\x1f\x8b"))
-        throw ImportError{0, QObject::tr("The catalogue is compressed; gunzip it first "
-                                         "(gunzip -S .hcf FILE) and import the XML")};
+    QByteArray text = in.readAll();
+    if (IsGzip(text))
+        text = Gunzip(text);
     QXmlStreamReader xml(text);
     if (!xml.readNextStartElement())
         throw ImportError{LineOf(xml), xml.hasError() ? xml.errorString()

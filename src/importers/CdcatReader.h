@@ -14,10 +14,12 @@ class QXmlStreamReader;
 //     <media name= time=>             a disc; time when it was catalogued
 //       <directory name= time=>       a folder, inside a medium or another folder
 //       <file name= size= unit= time=> a file; size in the unit given (byte, Kb, Mb, Gb,
-//                                     Tb, powers of 1024; bytes when there is no unit)
+//                                     Tb, powers of 1024), in the unit attribute or
+//                                     after the number; bytes when there is none
 //       <comment>text</comment>       inside any of them: the item's notes
 // Times are "yyyy-MM-dd hh:mm:ss" local time (a "T" between date and time is accepted).
-// A compressed .hcf is not read as it is: gunzip it first (the reader says so).
+// A gzip-compressed catalogue is decompressed first; as its bytes hide the XML, only the
+// name (.hcf) makes such a file recognised.
 class CCdcatReader final : public CListReader
 {
 public:

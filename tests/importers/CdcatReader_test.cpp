@@ -2,6 +2,8 @@
 #include "RecordingSink.h"
 #include "importers/CdcatReader.h"
 
+#include <QProcess>
+
 #include <gtest/gtest.h>
 
 TEST(CdcatReaderTest, MediaBecomeDiscsWithTheirFoldersFilesAndComments)
@@ -53,5 +55,21 @@ TEST(CdcatReaderTest, RefusesBrokenXmlAndBadSizesWithTheirLines)
               4);
     EXPECT_EQ(CRecordingSink::FailureOf(reader, "<?xml version=\"1.0\"?>\n<catalogue/>\n").Line, 2);
     EXPECT_EQ(CRecordingSink::FailureOf(reader, QByteArray("\x1f\x8b\x08\x00", 4)).Line, 0)
-        << "a compressed catalogue is refused with advice";
+        << "a compressed catalogue cut short";
+}
+
+TEST(CdcatReaderTest, ReadsTheCatalogueAsTheProgramKeepsItGzipped)
+{
+    QProcess gzip;
+    gzip.start(QStringLiteral("gzip"), {QStringLiteral("-c")});
+    ASSERT_TRUE(gzip.waitForStarted());
+    gzip.write(OtherListSamples::kCdcat);
+    gzip.closeWriteChannel();
+    ASSERT_TRUE(gzip.waitForFinished());
+    const QByteArray packed = gzip.readAllStandardOutput();
+    ASSERT_TRUE(CCdcatReader().Recognises(packed, QStringLiteral("discs.hcf")));
+
+    const CRecordingSink sink = CRecordingSink::ReadAll(CCdcatReader(), packed);
+    ASSERT_EQ(sink.Discs.size(), 2U);
+    EXPECT_EQ(sink.Paths(0).size(), 4);
 }

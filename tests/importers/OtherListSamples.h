@@ -76,7 +76,7 @@ inline constexpr const char* kCdcat = R"(<?xml version="1.0" encoding="UTF-8"?>
     <comment>exact bytes</comment>
    </file>
   </directory>
-  <file name="nodate.txt" size="1.5" unit="Kb"/>
+  <file name="nodate.txt" size="1,5 Kb"/>
  </media>
  <media name="Second" number="2" time="">
  </media>
