@@ -14,6 +14,7 @@
 #include "media/Thumbnailer.h"
 #include "settings/Settings.h"
 
+#include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
@@ -176,13 +177,13 @@ bool CAddLocationJob::AddLocation(quint64 totalSize)
                             facts.created, facts.modified, discInfoId, true);
         if (!thumbnail.IsEmpty())
             db.SetThumbnail(unitId, thumbnail);
-        // A single archive is read here, headers only and within the lister's limits;
-        // its entries go below it as they would inside a folder.
-        if (kind == UnitKind::File && m_archives && ArchiveLister::HasArchiveName(r.path)) {
+        // A single archive's headers, read before on a worker; its entries go below it
+        // as they would inside a folder.
+        if (kind == UnitKind::File && m_fileListing) {
             ErrorLog::Instance().ClearFileSystemErrors();
-            const ArchiveLister::Listing listing = ArchiveLister::Read(r.path);
-            CArchiveWriter::ReportErrors(r.path, listing);
-            CArchiveWriter(r.categorise, r.fixedCategory).Write(db, unitId, r.storageId, listing);
+            CArchiveWriter::ReportErrors(r.path, *m_fileListing);
+            CArchiveWriter(r.categorise, r.fixedCategory)
+                .Write(db, unitId, r.storageId, *m_fileListing);
         }
         source.UnitID = unitId;
         db.AddUnitSource(source);
@@ -277,6 +278,12 @@ bool CAddLocationJob::Start(const Request& request)
         Searcher().Start(request.path, this, true);
         return true;
     case Mode::File:
+        m_fileListing.reset();
+        if (m_archives && ArchiveLister::HasArchiveName(request.path) &&
+            QFileInfo(request.path).isFile()) {
+            StartArchiveFile();
+            return true;
+        }
         if (!AddLocation(0))
             return false;
         emit progress(100);
@@ -284,6 +291,36 @@ bool CAddLocationJob::Start(const Request& request)
         return true;
     }
     return false;
+}
+
+void CAddLocationJob::StartArchiveFile()
+{
+    m_readingArchive = true;
+    m_archiveCancel.store(0);
+    const QString path = m_request.path;
+    m_archiveReader.Start([this, path] {
+        m_fileListing = ArchiveLister::Read(path, &m_archiveCancel);
+        QCoreApplication::postEvent(this, new WorkerEvent(WorkerEvent::Walked, 0));
+    });
+}
+
+void CAddLocationJob::AddArchiveFile()
+{
+    m_archiveReader.Join();
+    m_readingArchive = false;
+    if (m_cancelRequested) {
+        m_fileListing.reset();
+        End(WorkOutcome::Cancelled);
+        return;
+    }
+    const bool added = AddLocation(0);
+    m_fileListing.reset();
+    if (!added) {
+        emit finished(WorkOutcome::Failed); // AddLocation has said why
+        return;
+    }
+    emit progress(100);
+    emit finished(WorkOutcome::Succeeded);
 }
 
 void CAddLocationJob::StartImport(quint64 totalSize)
@@ -302,6 +339,7 @@ void CAddLocationJob::Cancel()
     // Remembered as well: a worker may have finished before it saw its flag, and its
     // end event must not commit what the user cancelled.
     m_cancelRequested = true;
+    m_archiveCancel.store(1);
     if (m_searcher)
         m_searcher->Cancel();
     if (m_importer)
@@ -327,6 +365,7 @@ void CAddLocationJob::StopWorkers()
     }
     if (m_importer)
         m_importer->Wait();
+    m_archiveReader.Join();
 }
 
 void CAddLocationJob::customEvent(QEvent* event)
@@ -336,6 +375,10 @@ void CAddLocationJob::customEvent(QEvent* event)
             m_lastProgress = static_cast<int>(static_cast<WorkerEvent*>(event)->WParam());
             emit progress(m_lastProgress);
         }
+        return;
+    }
+    if (WorkerEvent::Is(event, WorkerEvent::Walked) && m_readingArchive) {
+        AddArchiveFile();
         return;
     }
     if (WorkerEvent::Is(event, WorkerEvent::Walked)) {

@@ -2,11 +2,14 @@
 
 #include "acquisition/SubunitQueue.h"
 #include "common/WorkOutcome.h"
+#include "common/WorkerThread.h"
+#include "listers/ArchiveLister.h"
 #include "sqlitewrapper/Transaction.h"
 
 #include <QObject>
 #include <QString>
 
+#include <atomic>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -81,7 +84,7 @@ public:
     // Asks the workers to stop; the job ends with Cancelled, even when a worker had
     // already finished (nothing is committed until the job ends).
     void Cancel();
-    bool IsBusy() const { return m_counting || m_adding; }
+    bool IsBusy() const { return m_counting || m_adding || m_readingArchive; }
 
 signals:
     void progress(int percent);
@@ -98,6 +101,10 @@ private:
     // the catalogue refused the top unit (both reported); no worker runs then.
     bool AddLocation(quint64 totalSize);
     void StartImport(quint64 totalSize);
+    // A single archive's headers are read on a worker (up to the lister's time limit),
+    // then the file is added with them as any single file is.
+    void StartArchiveFile();
+    void AddArchiveFile();
     void End(WorkOutcome outcome);
     // The addition's transaction, handed to the document that ends it.
     CTransaction TakeAddition();
@@ -115,6 +122,11 @@ private:
     Request m_request;
     bool m_counting = false;
     bool m_adding = false;
+    bool m_readingArchive = false;
+    // The headers of a single archive: written by the reader, taken after it is joined.
+    std::optional<ArchiveLister::Listing> m_fileListing;
+    std::atomic<int> m_archiveCancel{0};
+    CWorkerThread m_archiveReader;
     bool m_lockedDrive = false;
     int m_lastProgress = 0;
     bool m_cancelRequested = false;

@@ -41,3 +41,25 @@ void CSqliteWrapper::DeleteArchiveEntries(int unitId)
     DeleteUnitRows(ids);
     Execute(Format("DELETE FROM ArchiveInfo WHERE UnitID = %d", {unitId}));
 }
+
+void CSqliteWrapper::ForgetArchiveEntries(const QString& idList)
+{
+    // Up walks from each deleted entry through the entries above it to the archive's
+    // own unit. Every archive on the way counts the entry among its EntriesNumber; only
+    // the nearest holds its bytes in UncompressedSize (Passed: an archive lay below).
+    // Archives that go themselves are left alone.
+    Execute(Format(
+        "WITH RECURSIVE Up(AncestorID, Size, Passed) AS (SELECT ParentUnitID, CASE WHEN "
+        "UnitType = 'f' THEN UnitSize ELSE 0 END, 0 FROM Units WHERE UnitID IN (%s) AND "
+        "UnitType IN ('d', 'f') UNION ALL SELECT p.ParentUnitID, Up.Size, Up.Passed OR "
+        "EXISTS (SELECT 1 FROM ArchiveInfo a WHERE a.UnitID = p.UnitID) FROM Up JOIN Units p "
+        "ON p.UnitID = Up.AncestorID WHERE p.UnitType IN ('d', 'f')), "
+        "Lost(UnitID, Entries, Bytes) AS (SELECT AncestorID, COUNT(*), SUM(CASE WHEN Passed "
+        "THEN 0 ELSE Size END) FROM Up WHERE AncestorID IN (SELECT UnitID FROM ArchiveInfo) "
+        "AND AncestorID NOT IN (%s) GROUP BY AncestorID) "
+        "UPDATE ArchiveInfo SET EntriesNumber = EntriesNumber - (SELECT Entries FROM Lost "
+        "WHERE Lost.UnitID = ArchiveInfo.UnitID), UncompressedSize = UncompressedSize - "
+        "(SELECT Bytes FROM Lost WHERE Lost.UnitID = ArchiveInfo.UnitID) WHERE UnitID IN "
+        "(SELECT UnitID FROM Lost)",
+        {idList, idList}));
+}

@@ -252,13 +252,8 @@ void CSqliteWrapper::DeleteUnit(int unitId)
                        {size, unitId}));
     }
     // An entry taken out of an archive leaves its archives (the one it lies in, and an
-    // outer one) with fewer entries; no other counter ever counted it.
-    if ((unit.Kind == UnitKind::ArchiveFolder || unit.Kind == UnitKind::ArchiveFile) &&
-        !ancestors.empty()) {
-        Execute(Format("UPDATE ArchiveInfo SET EntriesNumber = EntriesNumber - %lld WHERE "
-                       "UnitID IN (%s)",
-                       {static_cast<qint64>(descendants.size() + 1), IdListText(ancestors)}));
-    }
+    // outer one) with fewer entries, and the one it lies in with fewer bytes: done with
+    // the rows below, as no other counter ever counted it.
     std::vector<int> ids;
     ids.reserve(descendants.size() + 1);
     ids.push_back(unitId);
@@ -336,8 +331,10 @@ void CSqliteWrapper::DeleteUnitRows(const std::vector<int>& ids)
     const QString condition = Format("IN (%s)", {list});
     DeleteMediaRows(condition);
     DeleteUnitSources(condition);
-    if (HasArchiveInfo())
+    if (HasArchiveInfo()) {
+        ForgetArchiveEntries(list);
         Execute(QStringLiteral("DELETE FROM ArchiveInfo WHERE UnitID ") + condition);
+    }
     Execute(Format("DELETE FROM Units WHERE UnitID IN (%s)", {list}));
 }
 

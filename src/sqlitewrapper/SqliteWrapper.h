@@ -393,6 +393,9 @@ private:
     bool HasUnitUpdates();
     // Whether the catalogue has the ArchiveInfo table (version 1.5 on).
     bool HasArchiveInfo();
+    // Lowers the entry counts and uncompressed sizes of the archives that keep some of
+    // these units (a comma-separated id list) among their entries, before the units go.
+    void ForgetArchiveEntries(const QString& idList);
     // "SELECT <the six columns of UnitListItem and whether the unit is an archive> FROM
     // Units ", to be followed by a WHERE clause.
     QString UnitListSelect();

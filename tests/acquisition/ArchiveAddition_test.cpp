@@ -4,6 +4,7 @@
 // keeps unchanged archives' entries, reads changed ones again and never reports
 // entries as removed.
 #include "acquisition/RescanFixture.h"
+#include "acquisition/RunAddition.h"
 #include "acquisition/UnitUpdate.h"
 #include "document/CatalogueCheck.h"
 #include "errorlog/ErrorLog.h"
@@ -11,6 +12,7 @@
 #include "settings/Settings.h"
 
 #include <QDir>
+#include <QEventLoop>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -235,4 +237,52 @@ TEST_F(ArchiveAddition, AnUpdateReadsOnlyTheArchivesThatChanged)
     const std::optional<CChangeList> again = Rescan(top, root);
     ASSERT_TRUE(again);
     EXPECT_FALSE(again->HasChanges()) << again->Summary().toStdString();
+}
+
+TEST_F(ArchiveAddition, ASingleArchiveIsReadOffTheCallingThreadAndCanBeCancelled)
+{
+    QTemporaryDir dir;
+    const QString inside = dir.filePath(QStringLiteral("inside"));
+    MakeFile(inside + QStringLiteral("/a/one.txt"), 11);
+    MakeFile(inside + QStringLiteral("/two.txt"), 22);
+    Shell(inside, QStringLiteral("zip -qr '%1/single.zip' .").arg(dir.path()));
+    const QString zip = dir.filePath(QStringLiteral("single.zip"));
+
+    // Start returns while the headers are read; the file and its entries come after.
+    CAddLocationJob job(m_doc);
+    const qint64 before = Number(QStringLiteral("SELECT COUNT(*) FROM Units"));
+    ASSERT_EQ(RunAddition(job, AdditionRequest(CAddLocationJob::Mode::File, zip, m_storage)),
+              WorkOutcome::Succeeded);
+    const int added = static_cast<int>(Number(QStringLiteral(
+        "SELECT UnitID FROM Units WHERE UnitName = 'single.zip' AND UnitType = 'F'")));
+    ASSERT_NE(added, 0);
+    EXPECT_EQ(EntriesBelow(added), 3);
+    EXPECT_EQ(Number(QStringLiteral("SELECT COUNT(*) FROM Units")), before + 4);
+    EXPECT_TRUE(Problems().empty()) << Problems().front().toStdString();
+
+    // A folder inside deleted: the archive counts what is left, and Undo brings it back.
+    const QString info = QStringLiteral(
+        "SELECT EntriesNumber || ' ' || UncompressedSize FROM ArchiveInfo WHERE UnitID = %1");
+    EXPECT_EQ(Text(info.arg(added)), QStringLiteral("3 33"));
+    m_prompter.QueueYesNo(true);
+    ASSERT_TRUE(m_doc.DeleteItem(nullptr, QStringLiteral("a"), UnitNamed(added, "a"), false));
+    EXPECT_EQ(Text(info.arg(added)), QStringLiteral("1 22"));
+    EXPECT_TRUE(Problems().empty()) << Problems().front().toStdString();
+    ASSERT_TRUE(m_doc.Undo());
+    EXPECT_EQ(Text(info.arg(added)), QStringLiteral("3 33"));
+
+    // Cancelled before the reading's end event is handled: nothing is added.
+    CAddLocationJob cancelled(m_doc);
+    WorkOutcome outcome = WorkOutcome::Succeeded;
+    QEventLoop loop;
+    QObject::connect(&cancelled, &CAddLocationJob::finished, &loop, [&](WorkOutcome o) {
+        outcome = o;
+        loop.quit();
+    });
+    ASSERT_TRUE(cancelled.Start(AdditionRequest(CAddLocationJob::Mode::File, zip, m_storage)));
+    ASSERT_TRUE(cancelled.IsBusy());
+    cancelled.Cancel();
+    loop.exec();
+    EXPECT_EQ(outcome, WorkOutcome::Cancelled);
+    EXPECT_EQ(Number(QStringLiteral("SELECT COUNT(*) FROM Units")), before + 4);
 }
