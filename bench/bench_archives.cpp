@@ -5,6 +5,7 @@
 //
 //   bench_archives [ARCHIVES]     (default 1,000)
 #include "BenchSupport.h"
+#include "common/LocalTimeZone.h"
 #include "document/DataFiles.h"
 #include "document/ShelfwiseDoc.h"
 #include "settings/Settings.h"
@@ -147,6 +148,7 @@ int Run(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
+    LocalTimeZone::PinSystemZone();
     // A failed catalogue operation ends the run with its message, not an abort.
     try {
         return Run(argc, argv);

@@ -12,6 +12,7 @@
 #include "acquisition/Importer.h"
 #include "acquisition/SubunitQueue.h"
 #include "acquisition/SubunitsSearcher.h"
+#include "common/LocalTimeZone.h"
 #include "common/UserPrompter.h"
 #include "document/DataFiles.h"
 #include "document/ShelfwiseDoc.h"
@@ -284,6 +285,7 @@ void MeasureDiscOverlap()
 
 int main(int argc, char** argv)
 {
+    LocalTimeZone::PinSystemZone();
     QCoreApplication app(argc, argv);
     QLoggingCategory::setFilterRules(
         QStringLiteral("qt.gui.imageio*=false\nqt.gui.icc=false\nqt.svg=false"));

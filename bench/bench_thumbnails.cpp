@@ -10,6 +10,7 @@
 //
 //   bench_thumbnails [TREE]
 #include "acquisition/AddLocationJob.h"
+#include "common/LocalTimeZone.h"
 #include "document/DataFiles.h"
 #include "document/ShelfwiseDoc.h"
 #include "settings/Settings.h"
@@ -69,6 +70,7 @@ Addition AddOnce(const QString& tree, bool thumbnails, const QString& savedPath,
 
 int main(int argc, char** argv)
 {
+    LocalTimeZone::PinSystemZone();
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication app(argc, argv);
     QLoggingCategory::setFilterRules(

@@ -1,10 +1,12 @@
 // Shelfwise, the desktop program.
 #include "app/ShelfwiseApp.h"
+#include "common/LocalTimeZone.h"
 
 #include <QApplication>
 
 int main(int argc, char** argv)
 {
+    LocalTimeZone::PinSystemZone();
     QApplication application(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("Korvalt"));
     QApplication::setApplicationName(QStringLiteral("Shelfwise"));

@@ -5,6 +5,7 @@
 
 #include "cli/CliMain.h"
 #include "cli/Interrupt.h"
+#include "common/LocalTimeZone.h"
 
 #include <QCoreApplication>
 #include <QEvent>
@@ -54,6 +55,7 @@ Q_COREAPP_STARTUP_FUNCTION(WatchForInterrupts)
 
 int main(int argc, char** argv)
 {
+    LocalTimeZone::PinSystemZone();
     return RunShelfwiseCli(argc, argv, []() -> std::shared_ptr<DriveSystem> {
         auto fake = FakeDriveSystem::FromDescription(qEnvironmentVariable("SHELFWISE_FAKE_DRIVES"));
         if (qEnvironmentVariableIsSet("SHELFWISE_FAKE_DRIVES_LOG"))
