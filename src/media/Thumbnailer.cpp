@@ -179,6 +179,36 @@ bool MayRenderSvg(const QString& path, const QByteArray& format)
     return !textElement.match(QString::fromUtf8(file.readAll())).hasMatch();
 }
 
+// Whether the reader decodes this format at a reduced size itself: JPEG at 1/2, 1/4 or
+// 1/8 of its size, a drawing at any size. Others (PNG, GIF...) decode whole and are
+// scaled down after.
+bool ScalesWhileDecoding(const QByteArray& format)
+{
+    return format == "jpeg" || format == "svg" || format == "svgz";
+}
+
+// A small PNG or JPEG that fits and is shown as it is, kept as its own bytes: decoding
+// and encoding it again would cost time and seldom make it smaller. Only its header is
+// read; a damaged one shows as the file's icon where thumbnails are shown.
+ThumbnailRecord KeptAsItIs(QImageReader& reader, const QString& path, const QSize& size)
+{
+    const QByteArray format = reader.format();
+    if ((format != "png" && format != "jpeg") || !size.isValid() ||
+        Thumbnailer::FitSize(size) != size ||
+        reader.transformation() != QImageIOHandler::TransformationNone)
+        return {};
+    QFile file(path);
+    if (file.size() > kMaxKeptFileBytes || !file.open(QIODevice::ReadOnly))
+        return {};
+    ThumbnailRecord kept;
+    kept.Width = size.width();
+    kept.Height = size.height();
+    kept.Image = file.readAll();
+    if (kept.Image.size() != file.size())
+        return {};
+    return kept;
+}
+
 // The picture decoded at the thumbnail's size (turned as its Exif data says).
 ThumbnailRecord FromPicture(const QString& path)
 {
@@ -187,30 +217,13 @@ ThumbnailRecord FromPicture(const QString& path)
         return {};
     reader.setAutoTransform(true);
     const QSize size = reader.size();
-    if (size.isValid() && Thumbnailer::FitSize(size) != size)
+    ThumbnailRecord kept = KeptAsItIs(reader, path, size);
+    if (!kept.IsEmpty())
+        return kept;
+    if (size.isValid() && Thumbnailer::FitSize(size) != size &&
+        ScalesWhileDecoding(reader.format()))
         reader.setScaledSize(Thumbnailer::FitSize(size));
-    const QImage image = reader.read();
-    if (image.isNull())
-        return {};
-    // A small PNG or JPEG that fits, shown as it is (decoded above, so known to be
-    // whole), is kept as its own bytes: encoding it again would cost time and seldom
-    // make it smaller.
-    const QByteArray format = reader.format();
-    if ((format == "png" || format == "jpeg") && image.size() == size &&
-        reader.transformation() == QImageIOHandler::TransformationNone &&
-        QFileInfo(path).size() <= kMaxKeptFileBytes) {
-        QFile file(path);
-        if (file.open(QIODevice::ReadOnly)) {
-            ThumbnailRecord kept;
-            kept.Width = size.width();
-            kept.Height = size.height();
-            kept.Image = file.readAll();
-            if (kept.Image.size() == file.size())
-                return kept;
-        }
-    }
-    ThumbnailRecord thumbnail = Thumbnailer::FromImage(image);
-    return thumbnail;
+    return Thumbnailer::FromImage(reader.read());
 }
 
 } // namespace
@@ -247,14 +260,19 @@ ThumbnailRecord FromImage(const QImage& image)
     if (image.isNull())
         return {};
     const QSize fit = FitSize(image.size());
-    const QImage scaled = fit == image.size()
-                              ? image
-                              : image.scaled(fit, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    // A picture many times the size is first halved roughly, down to twice the size,
+    // which costs little, and only then scaled smoothly.
+    QImage scaled = image;
+    if (fit != image.size()) {
+        if (image.width() > 4 * fit.width() && image.height() > 4 * fit.height())
+            scaled = scaled.scaled(fit * 2, Qt::IgnoreAspectRatio, Qt::FastTransformation);
+        scaled = scaled.scaled(fit, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    }
     ThumbnailRecord thumbnail;
     thumbnail.Width = scaled.width();
     thumbnail.Height = scaled.height();
     if (HasTransparentPixels(scaled))
-        thumbnail.Image = Encode(scaled, "PNG", -1); // zlib's default: fast, nearly as small
+        thumbnail.Image = Encode(scaled, "PNG", kPngQuality);
     else
         thumbnail.Image =
             Encode(scaled.convertToFormat(QImage::Format_RGB888), "JPEG", kJpegQuality);

@@ -14,12 +14,15 @@ class QImage;
 // 1/2, 1/4 or 1/8 of its size by its decoder; an SVG drawn at the size asked).
 //
 // Stored as JPEG at a moderate quality, or as PNG when the image has transparent
-// pixels; a small PNG or JPEG picture that fits already is kept as its own bytes when
-// they are fewer. Everything here runs on any thread and draws on no window.
+// pixels; a small PNG or JPEG picture that fits already is kept as its own bytes.
+// Everything here runs on any thread and draws on no window.
 namespace Thumbnailer {
 
 constexpr int kMaxSide = 160;
 constexpr int kJpegQuality = 75;
+// Qt's PNG quality 80 is zlib's level 1: a thumbnail is written about twice as fast
+// and comes out a few per cent larger.
+constexpr int kPngQuality = 80;
 
 /// The size within kMaxSide x kMaxSide with the aspect of source (each side at least 1);
 /// source itself when it fits already.

@@ -74,8 +74,10 @@ QIcon CDetailsModel::ThumbnailIcon(const UnitListItem& unit) const
     const auto stored = m_thumbnails.find(unit.UnitID);
     if (stored == m_thumbnails.end())
         return {};
-    QIcon icon(QPixmap::fromImage(Thumbnailer::Decode(stored->second)));
+    // A thumbnail that does not decode leaves the file's own icon.
+    const QImage image = Thumbnailer::Decode(stored->second);
     m_thumbnails.erase(stored); // the bytes are not needed again
+    QIcon icon = image.isNull() ? QIcon() : QIcon(QPixmap::fromImage(image));
     m_thumbnailIcons.emplace(unit.UnitID, icon);
     return icon;
 }
