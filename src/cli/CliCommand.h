@@ -48,5 +48,6 @@ std::vector<CliCommand> ImportCommands();
 std::vector<CliCommand> ReportCommands();
 std::vector<CliCommand> SearchCommands();
 std::vector<CliCommand> SettingsCommands();
+std::vector<CliCommand> StatsCommands();
 std::vector<CliCommand> ThumbnailCommands();
 std::vector<CliCommand> UpdateCommands();

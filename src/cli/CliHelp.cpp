@@ -13,7 +13,7 @@ std::vector<CliCommand> AllCommands()
     for (auto list :
          {CatalogueCommands(), AddCommands(), UpdateCommands(), CategoryCommands(), DriveCommands(),
           ReportCommands(), SearchCommands(), FindCommands(), CopyCommands(), ExportCommands(),
-          ImportCommands(), ThumbnailCommands(), SettingsCommands()})
+          ImportCommands(), StatsCommands(), ThumbnailCommands(), SettingsCommands()})
         all.insert(all.end(), list.begin(), list.end());
     return all;
 }

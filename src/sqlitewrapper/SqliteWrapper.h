@@ -7,6 +7,7 @@
 #include "sqlitewrapper/SearchCriteria.h"
 #include "sqlitewrapper/SqlText.h"
 #include "sqlitewrapper/SqliteWrapperError.h"
+#include "sqlitewrapper/StatisticsRecords.h"
 #include "sqlitewrapper/ThumbnailRecord.h"
 
 #include <QByteArray>
@@ -132,6 +133,13 @@ public:
     // About how many units an export of a unit's subtree (unitId), a storage
     // (storageId) or the whole catalogue (both 0) writes, from the stored counters.
     qint64 CountExportUnits(int storageId, int unitId);
+    // The statistics' reads (Statistics.cpp), over a unit's subtree, a storage or the
+    // whole catalogue: the files grouped by category, extension and year of
+    // modification; the largest folders by bytes (at most limit); every disc, by UnitID.
+    void GetFileGroups(const StatisticsScope& scope, std::vector<FileGroupRow>& rows);
+    void GetLargestFolders(const StatisticsScope& scope, int limit,
+                           std::vector<ContainerRow>& rows);
+    void GetScopeDiscs(const StatisticsScope& scope, std::vector<ContainerRow>& rows);
     // The names of a unit's ancestors, from its top unit down to its parent.
     QStringList GetAncestorNames(int unitId);
     void GetStorageUnits(std::vector<ReportRow>& rows, int storageId);
@@ -380,6 +388,9 @@ private:
     static QString CheckStatement(CheckQuery query);
     static QString UnitNamesStatement(const std::vector<int>& unitIds);
     static QString SubtreeEntriesStatement(int unitId);
+    // The units the statistics of scope read, as a table name for FROM; with is set to
+    // the WITH clause that defines it, or emptied.
+    QString StatisticsSource(const StatisticsScope& scope, QString& with);
     // GetStorageUnits' statement.
     static QString StorageUnitsStatement(int storageId, bool byName);
     // String 150 in the narrow code page: the message when no catalogue is open.

@@ -17,6 +17,7 @@
 #include "search/SearchDlg.h"
 #include "settings/Settings.h"
 #include "sqlitewrapper/SqlText.h"
+#include "stats/StatisticsDlg.h"
 #include "views/BrowseHistory.h"
 #include "views/CommandIds.h"
 #include "views/DetailsView.h"
@@ -188,6 +189,9 @@ void CMainFrame::CreateActions()
     add(Export, tr("&Export..."), QKeySequence(), [this] { OnExport(); })
         ->setStatusTip(tr("Write the selected storage, disc or folder with everything in it as "
                           "CSV or JSON"));
+    add(Statistics, tr("S&tatistics..."), QKeySequence(), [this] { OnStatistics(); })
+        ->setStatusTip(tr("Charts and tables of the files of the catalogue or of the selected "
+                          "storage, disc or folder: by category, type and year"));
     add(MoveUp, tr("Move up"), QKeySequence(), [this] {
         m_tree->MoveUp();
     })->setShortcuts({QKeySequence(Qt::Key_Backspace), QKeySequence(Qt::ALT | Qt::Key_Up)});
@@ -273,6 +277,7 @@ void CMainFrame::CreateMenus()
     tools->addSeparator();
     for (int id : {DuplicateFiles, UniqueFiles, Export})
         tools->addAction(m_commands.Get(id));
+    tools->addAction(m_commands.Get(Statistics));
     connect(tools, &QMenu::aboutToShow, this, &CMainFrame::RefreshUpdateCommand);
     tools->addSeparator();
     for (int id : {Compress, Report, Options})
@@ -594,6 +599,43 @@ void CMainFrame::OnExport()
     CExportFlow flow(m_doc, this);
     if (flow.Ask(scope, name))
         m_status->ShowMessage(tr("Exported %Ln units", nullptr, static_cast<int>(flow.Written())));
+}
+
+void CMainFrame::OnStatistics()
+{
+    if (!m_doc.IsLoaded())
+        return;
+    StatisticsScope scope;
+    QString name = tr("Whole catalogue");
+    UnitListItem unit;
+    const QTreeWidgetItem* item = m_tree->currentItem();
+    if (FocusInList() && m_list->SelectedUnitId() != -1 &&
+        m_doc.Guard([&] { unit = m_doc.Database().GetUnit(m_list->SelectedUnitId()); }) &&
+        (unit.Kind == UnitKind::Disc || unit.Kind == UnitKind::Folder)) {
+        scope.UnitId = unit.UnitID;
+        name = unit.UnitName;
+    } else if (item) {
+        const int id = CNavigationView::ItemId(item);
+        (item->parent() ? scope.UnitId : scope.StorageId) = id;
+        name = item->text(0);
+    }
+    ShowStatistics(scope, name);
+}
+
+CStatisticsDlg* CMainFrame::ShowStatistics(const StatisticsScope& scope, const QString& scopeName)
+{
+    auto* dialog = new CStatisticsDlg(m_doc, this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    // The worker reads the catalogue's connection: no autosave meanwhile.
+    m_autosave.stop();
+    const bool gathered = dialog->Gather(scope, scopeName);
+    RestartAutosave();
+    if (!gathered) {
+        delete dialog;
+        return nullptr;
+    }
+    dialog->show();
+    return dialog;
 }
 
 void CMainFrame::OnFindDuplicates()

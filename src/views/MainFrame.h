@@ -20,11 +20,13 @@ class CFindBox;
 class CInsertedDiscBar;
 class CNameIndexBuilder;
 class CSearchDlg;
+class CStatisticsDlg;
 class CWindowStatus;
 class DriveSystem;
 class CNavigationView;
 class CRecentFiles;
 class CShelfwiseDoc;
+struct StatisticsScope;
 class QSplitter;
 
 // The main window: menus, toolbar and status bar, the tree on the left and the list on
@@ -78,6 +80,9 @@ public:
     // when the search was cancelled or failed.
     CCopiesDlg* FindDuplicates(const CCopySearch::Options& options);
     CCopiesDlg* FindUniqueFiles(int unitId);
+    // Gathers the statistics of scope with a busy window and shows them in a window of
+    // their own (scopeName in its title); null when that was cancelled or failed.
+    CStatisticsDlg* ShowStatistics(const StatisticsScope& scope, const QString& scopeName);
     // Selects treePath ([StorageID, UnitID, ...]) in the tree and then listUnitId (when
     // not 0) in the list.
     void BrowseTo(const std::vector<int>& treePath, int listUnitId);
@@ -130,6 +135,9 @@ private:
     void OnFindDuplicates();
     // Export...: the list's selected unit, else the tree's storage or unit.
     void OnExport();
+    // Statistics...: the list's selected disc or folder, else the tree's storage or unit,
+    // else the whole catalogue.
+    void OnStatistics();
     // Runs find on a new results window (autosave held meanwhile) and shows the window
     // when it succeeded; otherwise the window is deleted and null returned.
     CCopiesDlg* ShowCopies(CCopiesDlg* dialog, const std::function<bool(CCopiesDlg&)>& find);

@@ -77,6 +77,7 @@ TEST(CliCommand, UsagesAreTheSyntaxThatScriptsRelyOn)
         {"unique", "FILE --unit ID"},
         {"find", "FILE WORD... [--limit N]"},
         {"thumbnail", "FILE --unit ID OUTPUT.png"},
+        {"stats", "FILE [STORAGE | --unit ID]"},
         {"export", "FILE [STORAGE | --unit ID] [--format csv|json] [--nested] [--output PATH]"},
         // "settings" and "settings set KEY VALUE".
         {"settings", "[set KEY VALUE]"},
@@ -165,6 +166,7 @@ TEST(CliCommand, OptionsAndArgumentCountsFollowFromTheArguments)
         {"find", {2, std::numeric_limits<int>::max()}},
         {"export", {1, 2}},
         {"thumbnail", {2, 2}},
+        {"stats", {1, 2}},
         {"settings", {0, 3}},
     };
     for (const CliCommand& command : CliHelp::AllCommands()) {

@@ -1,0 +1,143 @@
+// The statistics' reads: the files of a part of the catalogue grouped by category,
+// extension and year of modification, its largest folders and its discs. The whole
+// catalogue is read straight from Units; a unit's subtree, and a storage that holds
+// a small share of the catalogue, through a recursive walk down the parent index, so
+// that the cost follows the size of the part and not of the catalogue.
+#include "sqlitewrapper/RowMappers.h"
+#include "sqlitewrapper/SqliteWrapper.h"
+
+#include <cstdlib>
+
+using SqlText::Format;
+
+namespace {
+
+// The columns every statement below reads, as the walk carries them.
+const char* const kColumns =
+    "UnitID, UnitName, UnitType, UnitSize, SubfilesNumber, CategoryID, DateModified, DateAdded";
+
+// Deeper than any real tree; stops a walk that a loop of parent links would keep going.
+constexpr int kMaxDepth = 4096;
+
+// The extension of UnitName as CSqliteWrapper::ExtensionOf takes it, but empty for a
+// name without a dot: rtrim drops every character other than a dot from the end, so
+// what it leaves ends at the last dot.
+const char* const kExtension =
+    "CASE WHEN instr(UnitName, '.') = 0 THEN '' ELSE lower(substr(UnitName, "
+    "length(rtrim(UnitName, replace(UnitName, '.', ''))) + 1)) END";
+
+qint64 Number(const char* value)
+{
+    return value ? std::strtoll(value, nullptr, 10) : 0;
+}
+
+QString Text(const char* value)
+{
+    return value ? SqlText::FromUtf8(value) : QString();
+}
+
+void FileGroups(std::vector<FileGroupRow>& rows, int columns, char** values)
+{
+    if (columns < 5)
+        return;
+    FileGroupRow row;
+    row.CategoryID = static_cast<int>(Number(values[0]));
+    row.Extension = Text(values[1]);
+    row.Year = Text(values[2]);
+    row.Files = Number(values[3]);
+    row.Bytes = Number(values[4]);
+    rows.push_back(std::move(row));
+}
+
+void Containers(std::vector<ContainerRow>& rows, int columns, char** values)
+{
+    if (columns < 5)
+        return;
+    ContainerRow row;
+    row.UnitID = static_cast<int>(Number(values[0]));
+    row.Name = Text(values[1]);
+    row.Bytes = Number(values[2]);
+    row.Files = Number(values[3]);
+    row.YearAdded = Text(values[4]);
+    rows.push_back(std::move(row));
+}
+
+} // namespace
+
+QString CSqliteWrapper::StatisticsSource(const StatisticsScope& scope, QString& with)
+{
+    with.clear();
+    QString seed;
+    if (scope.UnitId > 0) {
+        seed = Format("UnitID = %d", {scope.UnitId});
+    } else if (scope.StorageId > 0) {
+        // A storage that holds much of the catalogue is read faster in one pass over the
+        // table than unit by unit through the index.
+        std::vector<QString> counts;
+        QueryRows(Format("SELECT (SELECT FilesNumber + FoldersNumber FROM Storages WHERE "
+                         "StorageID = %d) * 8 > (SELECT SUM(FilesNumber + FoldersNumber) FROM "
+                         "Storages)",
+                         {scope.StorageId}),
+                  counts, &RowMappers::Texts);
+        if (!counts.empty() && counts.front() == QLatin1String("1"))
+            return Format("(SELECT %s FROM Units WHERE StorageID = %d)",
+                          {kColumns, scope.StorageId});
+        seed = Format("ParentUnitID IS NULL AND StorageID = %d", {scope.StorageId});
+    } else {
+        return QStringLiteral("Units");
+    }
+    // Only discs and folders have children on the medium; an archive's entries ('d',
+    // 'f') are not walked into.
+    with = Format("WITH RECURSIVE Scope(%s, Depth) AS (SELECT %s, 0 FROM Units WHERE %s "
+                  "UNION ALL SELECT u.UnitID, u.UnitName, u.UnitType, u.UnitSize, "
+                  "u.SubfilesNumber, u.CategoryID, u.DateModified, u.DateAdded, s.Depth + 1 "
+                  "FROM Scope s JOIN Units u ON u.ParentUnitID = s.UnitID WHERE s.UnitType IN "
+                  "('C', 'D') AND s.Depth < %d AND u.UnitType NOT IN ('d', 'f')) ",
+                  {kColumns, kColumns, seed, kMaxDepth});
+    return QStringLiteral("Scope");
+}
+
+void CSqliteWrapper::GetFileGroups(const StatisticsScope& scope, std::vector<FileGroupRow>& rows)
+{
+    rows.clear();
+    QString with;
+    const QString source = StatisticsSource(scope, with);
+    QueryRows(with + Format("SELECT CategoryID, %s, IFNULL(substr(DateModified, 1, 4), ''), "
+                            "COUNT(*), SUM(UnitSize) FROM %s WHERE UnitType = 'F' GROUP BY 1, 2, 3",
+                            {kExtension, source}),
+              rows, &FileGroups);
+}
+
+void CSqliteWrapper::GetLargestFolders(const StatisticsScope& scope, int limit,
+                                       std::vector<ContainerRow>& rows)
+{
+    rows.clear();
+    QString with;
+    const QString source = StatisticsSource(scope, with);
+    QueryRows(with + Format("SELECT UnitID, UnitName, UnitSize, SubfilesNumber, '' FROM %s WHERE "
+                            "UnitType = 'D' ORDER BY UnitSize DESC, UnitID LIMIT %d",
+                            {source, limit}),
+              rows, &Containers);
+}
+
+void CSqliteWrapper::GetScopeDiscs(const StatisticsScope& scope, std::vector<ContainerRow>& rows)
+{
+    rows.clear();
+    const char* const select = "SELECT UnitID, UnitName, UnitSize, SubfilesNumber, "
+                               "IFNULL(substr(DateAdded, 1, 4), '') FROM ";
+    if (scope.UnitId > 0) {
+        QString with;
+        const QString source = StatisticsSource(scope, with);
+        QueryRows(with + QLatin1String(select) + source +
+                      QStringLiteral(" WHERE UnitType = 'C' ORDER BY UnitID"),
+                  rows, &Containers);
+        return;
+    }
+    // Discs lie at the top of their storage: the parent index finds them.
+    QString where = QStringLiteral("WHERE ParentUnitID IS NULL AND UnitType = 'C'");
+    if (scope.StorageId > 0)
+        where += Format(" AND StorageID = %d", {scope.StorageId});
+    QueryRows(QLatin1String(select) + QStringLiteral("Units ") + where +
+                  QStringLiteral(" ORDER BY UnitID"),
+              rows, &Containers);
+}

@@ -1,0 +1,107 @@
+#include "stats/StatisticsDlg.h"
+
+#include "common/FormatSize.h"
+#include "common/Strings.h"
+#include "common/UserPrompter.h"
+#include "common/WorkerEvent.h"
+#include "document/ShelfwiseDoc.h"
+#include "stats/StatisticsJob.h"
+#include "stats/StatisticsTab.h"
+
+#include <QDialogButtonBox>
+#include <QEventLoop>
+#include <QLabel>
+#include <QProgressDialog>
+#include <QPushButton>
+#include <QTabBar>
+#include <QTabWidget>
+#include <QVBoxLayout>
+
+CStatisticsDlg::CStatisticsDlg(CShelfwiseDoc& doc, QWidget* parent)
+    : QDialog(parent), m_doc(doc), m_summary(new QLabel(this)), m_tabs(new QTabWidget(this))
+{
+    setObjectName(QStringLiteral("statisticsDialog"));
+    setWindowTitle(tr("Statistics"));
+    setAccessibleName(tr("Statistics"));
+    setModal(false);
+    m_summary->setObjectName(QStringLiteral("statisticsSummary"));
+    m_summary->setAccessibleName(tr("Totals"));
+    m_summary->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    m_tabs->setObjectName(QStringLiteral("statisticsTabs"));
+    m_tabs->setAccessibleName(tr("Sections"));
+    m_tabs->tabBar()->setAccessibleName(tr("Section tabs"));
+    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, this);
+    buttons->setAccessibleName(tr("Dialog buttons"));
+    buttons->button(QDialogButtonBox::Close)->setAccessibleName(tr("Close"));
+    connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::close);
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(m_summary);
+    layout->addWidget(m_tabs, 1);
+    layout->addWidget(buttons);
+    resize(860, 680);
+}
+
+bool CStatisticsDlg::Gather(const StatisticsScope& scope, const QString& scopeName)
+{
+    // No range: a busy indicator, since the reads cannot tell how far they are.
+    QProgressDialog progress(tr("Gathering statistics..."), tr("Cancel"), 0, 0, parentWidget());
+    progress.setObjectName(QStringLiteral("statisticsProgress"));
+    progress.setAccessibleName(tr("Gathering statistics"));
+    progress.setWindowModality(Qt::WindowModal);
+    // Most parts of a catalogue take less than this; the window would only flash.
+    progress.setMinimumDuration(200);
+    progress.setAutoClose(false);
+    progress.setAutoReset(false);
+    CStatisticsJob job(m_doc.Database());
+    bool cancelled = false;
+    connect(&progress, &QProgressDialog::canceled, &progress, [&job, &cancelled] {
+        cancelled = true;
+        job.Cancel();
+    });
+    QEventLoop loop;
+    m_loop = &loop;
+    job.Start(scope, this);
+    // The Finished event may be queued already; the loop then ends at its first turn.
+    loop.exec();
+    m_loop = nullptr;
+    job.Wait();
+    if (cancelled || job.Outcome() == WorkOutcome::Cancelled)
+        return false;
+    if (job.Outcome() != WorkOutcome::Succeeded) {
+        UserPrompter::Current().ShowMessage(job.Error().isEmpty()
+                                                ? Strings::LoadString(Strings::IDS_OPERATION_FAILED)
+                                                : job.Error(),
+                                            UserPrompter::Icon::Warning);
+        return false;
+    }
+    m_statistics = job.Result();
+    ShowStatistics(scopeName);
+    return true;
+}
+
+CStatisticsTab* CStatisticsDlg::Tab(const QString& key) const
+{
+    return m_tabs->findChild<CStatisticsTab*>(key);
+}
+
+void CStatisticsDlg::customEvent(QEvent* event)
+{
+    if (WorkerEvent::Is(event, WorkerEvent::Finished) && m_loop)
+        m_loop->quit();
+}
+
+void CStatisticsDlg::ShowStatistics(const QString& scopeName)
+{
+    setWindowTitle(tr("Statistics - %1").arg(scopeName));
+    m_summary->setText(tr("%1: %Ln files, %2 in all; %3 discs", nullptr,
+                          static_cast<int>(std::min<qint64>(m_statistics.Files, INT_MAX)))
+                           .arg(scopeName, FormatSize(m_statistics.Bytes))
+                           .arg(m_statistics.Discs));
+    while (m_tabs->count() > 0) {
+        QWidget* page = m_tabs->widget(0);
+        m_tabs->removeTab(0);
+        delete page;
+    }
+    for (const StatisticsSection& section : m_statistics.Sections)
+        m_tabs->addTab(new CStatisticsTab(section, m_tabs), section.Title);
+}
