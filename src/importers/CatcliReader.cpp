@@ -99,6 +99,9 @@ void CCatcliReader::Read(QIODevice& in, CImportSink& sink) const
         if (storage.value(QLatin1String("type")).toString() != QLatin1String("storage"))
             continue;
         sink.BeginDisc(NodeName(storage), EpochTime(storage.value(QLatin1String("ts"))));
+        const QJsonValue notes = storage.value(QLatin1String("attr"));
+        if (notes.isString() && !notes.toString().isEmpty())
+            sink.SetDiscNotes(notes.toString());
         for (const QJsonValue node : Children(storage)) {
             if (!node.isObject())
                 throw ImportError{

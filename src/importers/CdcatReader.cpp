@@ -162,8 +162,13 @@ void CCdcatReader::ReadEntry(QXmlStreamReader& xml, const QStringList& folders, 
     }
     bool handedOver = isMedia;
     while (xml.readNextStartElement()) {
-        if (xml.name() == QLatin1String("comment") && !handedOver) {
-            item.Notes = xml.readElementText(QXmlStreamReader::IncludeChildElements).trimmed();
+        if (xml.name() == QLatin1String("comment") && (isMedia || !handedOver)) {
+            const QString notes =
+                xml.readElementText(QXmlStreamReader::IncludeChildElements).trimmed();
+            if (isMedia)
+                sink.SetDiscNotes(notes);
+            else
+                item.Notes = notes;
             continue;
         }
         const bool child =

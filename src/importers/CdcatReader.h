@@ -16,7 +16,7 @@ class QXmlStreamReader;
 //       <file name= size= unit= time=> a file; size in the unit given (byte, Kb, Mb, Gb,
 //                                     Tb, powers of 1024), in the unit attribute or
 //                                     after the number; bytes when there is none
-//       <comment>text</comment>       inside any of them: the item's notes
+//       <comment>text</comment>       inside any of them: the disc's or item's notes
 // Times are "yyyy-MM-dd hh:mm:ss" local time (a "T" between date and time is accepted).
 // A gzip-compressed catalogue is decompressed first; as its bytes hide the XML, only the
 // name (.hcf) makes such a file recognised.

@@ -11,6 +11,7 @@ TEST(CatcliReaderTest, StoragesBecomeDiscsAndNodesTheirFoldersAndFiles)
     ASSERT_EQ(sink.Discs.size(), 2U) << "the meta node is no disc";
     EXPECT_EQ(sink.Discs[0].Label, QStringLiteral("Backup \"2019\", Ünï"));
     EXPECT_EQ(sink.Discs[0].Created, QDateTime::fromSecsSinceEpoch(1548529187, Qt::UTC));
+    EXPECT_EQ(sink.Discs[0].Notes, QStringLiteral("the blue disk"));
     EXPECT_EQ(sink.Paths(0),
               (QStringList{QStringLiteral("a, b"), QStringLiteral("a, b/big \"one\".iso"),
                            QStringLiteral("a, b/v0.3.1.zip"), QStringLiteral("日本語.txt")}))

@@ -13,6 +13,7 @@ TEST(CdcatReaderTest, MediaBecomeDiscsWithTheirFoldersFilesAndComments)
     ASSERT_EQ(sink.Discs.size(), 2U);
     EXPECT_EQ(sink.Discs[0].Label, QStringLiteral("Disc \"1\", Ünï"));
     EXPECT_EQ(sink.Discs[0].Created, QDateTime(QDate(2005, 1, 2), QTime(10, 11, 12)));
+    EXPECT_EQ(sink.Discs[0].Notes, QStringLiteral("the first"));
     EXPECT_EQ(sink.Paths(0), (QStringList{QStringLiteral("Fotos & Films"),
                                           QStringLiteral("Fotos & Films/big, 'one'.iso"),
                                           QStringLiteral("Fotos & Films/exact.bin"),

@@ -8,7 +8,14 @@
 
 void CRecordingSink::BeginDisc(const QString& label, const QDateTime& created)
 {
-    Discs.push_back({label, created, {}});
+    Discs.push_back({label, created, {}, {}});
+}
+
+void CRecordingSink::SetDiscNotes(const QString& notes)
+{
+    EXPECT_FALSE(Discs.empty()) << "notes before any disc";
+    if (!Discs.empty())
+        Discs.back().Notes = notes;
 }
 
 void CRecordingSink::Item(const ImportedItem& item)

@@ -13,6 +13,7 @@ struct RecordedDisc
 {
     QString Label;
     QDateTime Created;
+    QString Notes;
     std::vector<ImportedItem> Items;
 };
 
@@ -22,6 +23,7 @@ class CRecordingSink final : public CImportSink
 public:
     void BeginDisc(const QString& label, const QDateTime& created) override;
     void Item(const ImportedItem& item) override;
+    void SetDiscNotes(const QString& notes) override;
 
     // The item whose path, joined by '/', is path in the disc at index; null if none.
     const ImportedItem* Find(std::size_t disc, const QString& path) const;
