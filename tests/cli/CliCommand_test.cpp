@@ -78,6 +78,7 @@ TEST(CliCommand, UsagesAreTheSyntaxThatScriptsRelyOn)
         {"find", "FILE WORD... [--limit N]"},
         {"thumbnail", "FILE --unit ID OUTPUT.png"},
         {"stats", "FILE [STORAGE | --unit ID]"},
+        {"import", "FILE STORAGE PATH [--format NAME]"},
         {"export", "FILE [STORAGE | --unit ID] [--format csv|json] [--nested] [--output PATH]"},
         // "settings" and "settings set KEY VALUE".
         {"settings", "[set KEY VALUE]"},
@@ -167,6 +168,7 @@ TEST(CliCommand, OptionsAndArgumentCountsFollowFromTheArguments)
         {"export", {1, 2}},
         {"thumbnail", {2, 2}},
         {"stats", {1, 2}},
+        {"import", {3, 3}},
         {"settings", {0, 3}},
     };
     for (const CliCommand& command : CliHelp::AllCommands()) {
