@@ -1,10 +1,11 @@
-// export: the catalogue, a storage or a unit with everything below it, as CSV or JSON,
-// to standard output or a file.
+// export: the catalogue, a storage or a unit with everything below it, as CSV, JSON or a
+// browsable page, to standard output or a file.
 #include "cli/CliContext.h"
 #include "cli/Interrupt.h"
 #include "export/CatalogueExporter.h"
 #include "export/CsvExportWriter.h"
 #include "export/JsonExportWriter.h"
+#include "export/PageExportWriter.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -25,10 +26,11 @@ int Export(CliContext& ctx)
     const QStringList& args = ctx.Args.Positionals();
     if (ctx.Args.Has(kUnit) && args.size() > 1)
         return ctx.UsageError(
-            QStringLiteral("export FILE [STORAGE | --unit ID] [--format csv|json] ..."));
+            QStringLiteral("export FILE [STORAGE | --unit ID] [--format csv|json|page] ..."));
     const QString format = ctx.Args.Has(kFormat) ? ctx.Args.Value(kFormat) : QStringLiteral("csv");
-    if (format != QLatin1String("csv") && format != QLatin1String("json"))
-        return ctx.UsageError(QStringLiteral("--format takes csv or json"));
+    if (format != QLatin1String("csv") && format != QLatin1String("json") &&
+        format != QLatin1String("page"))
+        return ctx.UsageError(QStringLiteral("--format takes csv, json or page"));
     if (ctx.Args.Has(kNested) && format != QLatin1String("json"))
         return ctx.UsageError(QStringLiteral("--nested needs --format json"));
     if (!ctx.OpenForReading(args.at(0)))
@@ -66,6 +68,9 @@ int Export(CliContext& ctx)
     std::unique_ptr<CExportWriter> writer;
     if (format == QLatin1String("json"))
         writer = std::make_unique<CJsonExportWriter>(*out, ctx.Args.Has(kNested));
+    else if (format == QLatin1String("page"))
+        writer =
+            std::make_unique<CPageExportWriter>(*out, QFileInfo(args.at(0)).completeBaseName());
     else
         writer = std::make_unique<CCsvExportWriter>(*out);
 
@@ -101,9 +106,10 @@ std::vector<CliCommand> ExportCommands()
     using Arg = CliArgument;
     const Arg unit = Arg::Option(kUnit, {"ID"});
     return {{"export",
-             "writes the catalogue, a storage or a unit and everything below it as CSV or JSON",
+             "writes the catalogue, a storage or a unit and everything below it as CSV, JSON "
+             "or a page",
              {Arg::Positional("FILE"), Arg::Positional("STORAGE").Or(unit).Optional(),
-              Arg::Option(kFormat, {Arg::Value::OneOf({"csv", "json"})}).Optional(),
+              Arg::Option(kFormat, {Arg::Value::OneOf({"csv", "json", "page"})}).Optional(),
               Arg::Option(kNested).Optional(), Arg::Option(kOutput, {"PATH"}).Optional()},
              &Export,
              "Writes every disc, folder and file of the catalogue, of STORAGE, or of the\n"
@@ -118,6 +124,13 @@ std::vector<CliCommand> ExportCommands()
              "json: an array of objects, one per unit; with --nested the top units only,\n"
              "each disc and folder holding its own in \"children\". A media detail a\n"
              "unit does not have is left out of its object.\n"
+             "page: one self-contained HTML page to open in a browser, without a server or\n"
+             "the network: a tree of storages, discs and folders, the list of the chosen\n"
+             "folder (sortable by name, size or date) and a search over every name. Its\n"
+             "data is compressed in the page; opening it needs a browser with\n"
+             "DecompressionStream (Chrome 80, Firefox 113, Safari 16.4 or later). The\n"
+             "address may end in #search=TEXT or #open=ID to open with a search or a\n"
+             "unit's folder.\n"
              "\n"
              "Ctrl+C stops the export (status 130); a file given with --output is then\n"
              "not written."}};

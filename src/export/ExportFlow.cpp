@@ -8,6 +8,7 @@
 #include <QDir>
 #include <QEventLoop>
 #include <QFileDialog>
+#include <QFileInfo>
 #include <QProgressDialog>
 
 CExportFlow::CExportFlow(CShelfwiseDoc& doc, QWidget* owner) : m_doc(doc), m_owner(owner)
@@ -31,6 +32,18 @@ bool CExportFlow::Ask(const ExportScope& scope, const QString& suggestedName)
                path);
 }
 
+bool CExportFlow::AskPage(const ExportScope& scope, const QString& suggestedName)
+{
+    QString name = suggestedName;
+    name.replace(QLatin1Char('/'), QLatin1Char('_'));
+    const QString path = QFileDialog::getSaveFileName(
+        m_owner, tr("Export as Page"), QDir::home().filePath(name + QStringLiteral(".html")),
+        tr("Web page (*.html *.htm)"));
+    if (path.isEmpty())
+        return false;
+    return Run(scope, CExportJob::Format::Page, path);
+}
+
 bool CExportFlow::Run(const ExportScope& scope, CExportJob::Format format, const QString& path)
 {
     QProgressDialog progress(tr("Exporting..."), tr("Cancel"), 0, 100, m_owner);
@@ -41,6 +54,7 @@ bool CExportFlow::Run(const ExportScope& scope, CExportJob::Format format, const
     progress.setAutoClose(false);
     progress.setAutoReset(false);
     CExportJob job(m_doc.Database());
+    job.SetTitle(QFileInfo(m_doc.CataloguePath()).completeBaseName());
     bool cancelled = false;
     connect(&progress, &QProgressDialog::canceled, &progress, [&job, &cancelled] {
         cancelled = true;

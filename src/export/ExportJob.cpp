@@ -3,9 +3,11 @@
 #include "common/WorkerEvent.h"
 #include "export/CsvExportWriter.h"
 #include "export/JsonExportWriter.h"
+#include "export/PageExportWriter.h"
 #include "sqlitewrapper/SqliteWrapper.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QSaveFile>
 
 #include <exception>
@@ -34,6 +36,8 @@ void CExportJob::Start(const ExportScope& scope, Format format, const QString& p
 
 CExportJob::Format CExportJob::FormatFor(const QString& filter)
 {
+    if (filter.contains(QLatin1String("htm"), Qt::CaseInsensitive))
+        return Format::Page;
     if (filter.contains(QLatin1String("nested"), Qt::CaseInsensitive))
         return Format::NestedJson;
     if (filter.contains(QLatin1String("json"), Qt::CaseInsensitive))
@@ -57,6 +61,9 @@ void CExportJob::Run(const ExportScope& scope, Format format, const QString& pat
         std::unique_ptr<CExportWriter> writer;
         if (format == Format::Csv)
             writer = std::make_unique<CCsvExportWriter>(file);
+        else if (format == Format::Page)
+            writer = std::make_unique<CPageExportWriter>(
+                file, m_title.isEmpty() ? QFileInfo(path).completeBaseName() : m_title);
         else
             writer = std::make_unique<CJsonExportWriter>(file, format == Format::NestedJson);
         CCatalogueExporter exporter(m_db, *writer);

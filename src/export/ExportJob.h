@@ -18,13 +18,15 @@ class QObject;
 class CExportJob final
 {
 public:
-    enum class Format { Csv, Json, NestedJson };
+    enum class Format { Csv, Json, NestedJson, Page };
 
     explicit CExportJob(CSqliteWrapper& db);
     // Joins the worker.
     ~CExportJob();
     Q_DISABLE_COPY_MOVE(CExportJob)
 
+    // The catalogue's name a page shows at its top (else the file's name).
+    void SetTitle(const QString& title) { m_title = title; }
     // Returns at once.
     void Start(const ExportScope& scope, Format format, const QString& path, QObject* notify);
     void Cancel() { m_cancel = true; }
@@ -45,6 +47,7 @@ private:
     CSqliteWrapper& m_db;
     CWorkerThread m_thread;
     std::atomic<bool> m_cancel{false};
+    QString m_title;
     WorkOutcome m_outcome = WorkOutcome::Failed;
     QString m_error;
     qint64 m_written = 0;

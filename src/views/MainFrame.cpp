@@ -189,6 +189,9 @@ void CMainFrame::CreateActions()
     add(Export, tr("&Export..."), QKeySequence(), [this] { OnExport(); })
         ->setStatusTip(tr("Write the selected storage, disc or folder with everything in it as "
                           "CSV or JSON"));
+    add(ExportPage, tr("Export as &Page..."), QKeySequence(), [this] { OnExport(true); })
+        ->setStatusTip(tr("Write the selected storage, disc or folder as one web page to browse "
+                          "and search without the program"));
     add(Statistics, tr("S&tatistics..."), QKeySequence(), [this] { OnStatistics(); })
         ->setStatusTip(tr("Charts and tables of the files of the catalogue or of the selected "
                           "storage, disc or folder: by category, type and year"));
@@ -275,7 +278,7 @@ void CMainFrame::CreateMenus()
     for (int id : {AddStorage, AddDisc, AddFolder, AddFile, Update, Search})
         tools->addAction(m_commands.Get(id));
     tools->addSeparator();
-    for (int id : {DuplicateFiles, UniqueFiles, Export})
+    for (int id : {DuplicateFiles, UniqueFiles, Export, ExportPage})
         tools->addAction(m_commands.Get(id));
     tools->addAction(m_commands.Get(Statistics));
     connect(tools, &QMenu::aboutToShow, this, &CMainFrame::RefreshUpdateCommand);
@@ -579,7 +582,7 @@ int CMainFrame::UniqueFilesTarget() const
     return unit.Kind == UnitKind::Disc || unit.Kind == UnitKind::Folder ? target : -1;
 }
 
-void CMainFrame::OnExport()
+void CMainFrame::OnExport(bool page)
 {
     if (!m_doc.IsLoaded())
         return;
@@ -597,7 +600,7 @@ void CMainFrame::OnExport()
         return;
     }
     CExportFlow flow(m_doc, this);
-    if (flow.Ask(scope, name))
+    if (page ? flow.AskPage(scope, name) : flow.Ask(scope, name))
         m_status->ShowMessage(tr("Exported %Ln units", nullptr, static_cast<int>(flow.Written())));
 }
 

@@ -133,8 +133,9 @@ private:
     // when what is selected is neither.
     int UniqueFilesTarget() const;
     void OnFindDuplicates();
-    // Export...: the list's selected unit, else the tree's storage or unit.
-    void OnExport();
+    // Export... (Export as page... when page): the list's selected unit, else the tree's
+    // storage or unit.
+    void OnExport(bool page = false);
     // Statistics...: the list's selected disc or folder, else the tree's storage or unit,
     // else the whole catalogue.
     void OnStatistics();

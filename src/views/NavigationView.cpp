@@ -526,6 +526,7 @@ void CNavigationView::FillContextMenu(QMenu& menu, QTreeWidgetItem* item)
     unique->setEnabled(isUnit && (kind == UnitKind::Disc || isFolder));
     menu.addAction(unique);
     menu.addAction(m_commands.Get(CommandIds::Export));
+    menu.addAction(m_commands.Get(CommandIds::ExportPage));
     menu.addAction(m_commands.Get(CommandIds::Statistics));
     menu.addSeparator();
     QMenu* add = menu.addMenu(tr("Add"));

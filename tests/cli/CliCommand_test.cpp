@@ -79,7 +79,8 @@ TEST(CliCommand, UsagesAreTheSyntaxThatScriptsRelyOn)
         {"thumbnail", "FILE --unit ID OUTPUT.png"},
         {"stats", "FILE [STORAGE | --unit ID]"},
         {"import", "FILE STORAGE PATH [--format NAME]"},
-        {"export", "FILE [STORAGE | --unit ID] [--format csv|json] [--nested] [--output PATH]"},
+        {"export",
+         "FILE [STORAGE | --unit ID] [--format csv|json|page] [--nested] [--output PATH]"},
         // "settings" and "settings set KEY VALUE".
         {"settings", "[set KEY VALUE]"},
     };
