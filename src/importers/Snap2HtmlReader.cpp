@@ -8,6 +8,7 @@
 #include <QRegularExpression>
 
 #include <functional>
+#include <utility>
 
 namespace {
 
@@ -134,9 +135,8 @@ void CSnap2HtmlReader::Read(QIODevice& in, CImportSink& sink) const
 {
     CJsLiteralScanner scanner(QString::fromUtf8(in.readAll()), QStringLiteral("D.p"));
     std::vector<JsCall> calls;
-    JsCall call;
-    while (scanner.Next(call))
-        calls.push_back(call);
+    for (JsCall call; scanner.Next(call); call = JsCall())
+        calls.push_back(std::move(call));
     if (calls.empty())
         throw ImportError{0, QObject::tr("The page holds no folder data (no D.p([...]) call)")};
 

@@ -208,9 +208,9 @@ void CVvvReader::Read(QIODevice& in, CImportSink& sink) const
             started = true;
         }
 
+        static const QRegularExpression slashes(QStringLiteral("[/\\\\]"));
         ImportedItem item;
-        item.Path = Field(fields, (*at)[kPath])
-                        .split(QRegularExpression(QStringLiteral("[/\\\\]")), Qt::SkipEmptyParts);
+        item.Path = Field(fields, (*at)[kPath]).split(slashes, Qt::SkipEmptyParts);
         QString name = Field(fields, (*at)[kName]);
         const QString ext = Field(fields, (*at)[kExt]);
         if (!name.isEmpty() && !ext.isEmpty() &&
