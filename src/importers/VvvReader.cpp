@@ -24,7 +24,7 @@ Column ColumnOf(const QString& header)
         {kVolume, {QStringLiteral("volume"), QStringLiteral("volumename")}},
         {kPath,
          {QStringLiteral("path"), QStringLiteral("folder"), QStringLiteral("fullpath"),
-          QStringLiteral("pathname"), QStringLiteral("directory")}},
+          QStringLiteral("pathname"), QStringLiteral("physicalpath"), QStringLiteral("directory")}},
         {kName, {QStringLiteral("name"), QStringLiteral("filename"), QStringLiteral("file")}},
         {kExt, {QStringLiteral("ext"), QStringLiteral("extension"), QStringLiteral("fileext")}},
         {kSize, {QStringLiteral("size"), QStringLiteral("filesize")}},

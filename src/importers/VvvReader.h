@@ -10,7 +10,7 @@
 // the other. What is public about this export says no more than that, so the columns are
 // taken by the names in that first line, capitals and spaces aside:
 //   volume (required)            the volume's name; a new value starts a new disc
-//   path / folder                the folder inside the volume, / or \ between names
+//   path / folder / physical path the folder inside the volume, / or \ between names
 //   name / file name (required)  the file's name; empty on a folder's own line
 //   ext / extension              joined to the name with a dot when the name lacks it
 //   size / file size             bytes
