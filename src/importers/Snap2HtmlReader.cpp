@@ -240,7 +240,10 @@ void CSnap2HtmlReader::ReadVersion2(const std::vector<JsCall>& calls, CImportSin
             }
             sink.BeginDisc(title, taken);
         } else {
-            sink.Item(MakeItem(pathOf(index), folder, true));
+            ImportedItem item = MakeItem(pathOf(index), folder, true);
+            if (folder.Size == -1)
+                item.Notes = QObject::tr("Snap2HTML could not read this folder");
+            sink.Item(item);
         }
         const QStringList& path = pathOf(index);
         for (std::size_t i = 3; i < end; ++i) {

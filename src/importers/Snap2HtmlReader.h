@@ -13,8 +13,8 @@ struct JsCall;
 // - "V2" (Snap2HTML 2.5 on): [folder, parent id, "subfolder ids", file, ..., {snapshot}]
 //   with a root folder's parent -1 and, last in the root's array, a JSON object with the
 //   snapshot's "title" and "timestamp". Entries are "name*size*date" with size and date
-//   in base 36. More than one root may follow; each starts a disc, and folder ids count
-//   from that root.
+//   in base 36 (a folder's size -1: it could not be read, said in its notes). More than
+//   one root may follow; each starts a disc, and folder ids count from that root.
 // - "V1" (2.0 to 2.14): ["full/path*0*date", file, ..., total size, "subfolder ids"]
 //   with folders named by their full path (forward slashes) and numbers in base 10; the
 //   first folder is the root.

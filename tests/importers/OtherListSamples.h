@@ -37,10 +37,11 @@ inline constexpr const char* kSnap2Html = R"(<!DOCTYPE html>
 <html><head><meta charset="utf-8"><title>Snap2HTML</title></head><body>
 <script>
 var D = {}; D.p = function(a) { dirs.push(a); };
-D.p(["Disc &amp; Co*J1X*SOY9R9",-1,"1*2","Root file.txt*3GO*SOY9O7",{"title":"Holiday \"2024\"","timestamp":1766493031,"totBytes":24693}])
+D.p(["Disc &amp; Co*J1X*SOY9R9",-1,"1*2*4","Root file.txt*3GO*SOY9O7",{"title":"Holiday \"2024\"","timestamp":1766493031,"totBytes":24693}])
 D.p(["Fotos, Ünï*X0*SOY9MI",0,"3","Tom&#39;s &quot;best&quot; &#x263A;.jpg*2aovcow*SOY9NT"])
 D.p(["Empty*0*",0,""])
 D.p(['Sub*10*SOY9MX',1,"",'no \'date\'.txt*a*'])
+D.p(["Locked*-1*SOY9R9",0,""])
 D.p(["Other*0*SOY9R9",-1,"1",{"title":"","timestamp":0}])
 D.p(["Inner*0*SOY9R9",0,""])
 </script></body></html>

@@ -21,10 +21,11 @@ TEST(Snap2HtmlReaderTest, ReadsFoldersThroughTheirParentsAndEachRootAsADisc)
     EXPECT_EQ(sink.Discs[0].Label, QStringLiteral("Holiday \"2024\"")) << "the snapshot's title";
     EXPECT_EQ(sink.Discs[0].Created, Utc(1766493031));
     const QString tom = QStringLiteral("Fotos, Ünï/Tom's \"best\" \u263A.jpg");
-    EXPECT_EQ(sink.Paths(0),
-              (QStringList{QStringLiteral("Root file.txt"), QStringLiteral("Fotos, Ünï"), tom,
-                           QStringLiteral("Empty"), QStringLiteral("Fotos, Ünï/Sub"),
-                           QStringLiteral("Fotos, Ünï/Sub/no 'date'.txt")}));
+    EXPECT_EQ(
+        sink.Paths(0),
+        (QStringList{QStringLiteral("Root file.txt"), QStringLiteral("Fotos, Ünï"), tom,
+                     QStringLiteral("Empty"), QStringLiteral("Fotos, Ünï/Sub"),
+                     QStringLiteral("Fotos, Ünï/Sub/no 'date'.txt"), QStringLiteral("Locked")}));
 
     const ImportedItem* root = sink.Find(0, QStringLiteral("Root file.txt"));
     ASSERT_TRUE(root);
@@ -38,6 +39,10 @@ TEST(Snap2HtmlReaderTest, ReadsFoldersThroughTheirParentsAndEachRootAsADisc)
     ASSERT_TRUE(folder);
     EXPECT_TRUE(folder->IsFolder);
     EXPECT_EQ(folder->Modified, Utc(1734962505));
+    EXPECT_TRUE(folder->Notes.isEmpty());
+    const ImportedItem* locked = sink.Find(0, QStringLiteral("Locked"));
+    ASSERT_TRUE(locked);
+    EXPECT_FALSE(locked->Notes.isEmpty()) << "an unread folder says so";
     const ImportedItem* undated = sink.Find(0, QStringLiteral("Fotos, Ünï/Sub/no 'date'.txt"));
     ASSERT_TRUE(undated);
     EXPECT_EQ(undated->Size, 10);
