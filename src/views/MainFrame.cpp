@@ -10,6 +10,8 @@
 #include "document/ShelfwiseDoc.h"
 #include "drives/DriveSystem.h"
 #include "export/ExportFlow.h"
+#include "importers/ImportDlg.h"
+#include "importers/ImportFlow.h"
 #include "options/OptionsDlg.h"
 #include "report/ReportDialog.h"
 #include "search/CopiesDlg.h"
@@ -192,6 +194,9 @@ void CMainFrame::CreateActions()
     add(ExportPage, tr("Export as &Page..."), QKeySequence(), [this] { OnExport(true); })
         ->setStatusTip(tr("Write the selected storage, disc or folder as one web page to browse "
                           "and search without the program"));
+    add(Import, tr("&Import..."), QKeySequence(), [this] { OnImport(); })
+        ->setStatusTip(tr("Bring another cataloguer's list, or an export of this program, into "
+                          "a storage"));
     add(Statistics, tr("S&tatistics..."), QKeySequence(), [this] { OnStatistics(); })
         ->setStatusTip(tr("Charts and tables of the files of the catalogue or of the selected "
                           "storage, disc or folder: by category, type and year"));
@@ -258,6 +263,8 @@ void CMainFrame::CreateMenus()
     QMenu* file = menuBar()->addMenu(tr("&File"));
     for (int id : {FileNew, FileOpen, FileSave, FileSaveAs})
         file->addAction(m_commands.Get(id));
+    file->addSeparator();
+    file->addAction(m_commands.Get(Import));
     file->addSeparator();
     m_recent->FillMenu(*file->addMenu(tr("Recent catalogues")));
     file->addSeparator();
@@ -602,6 +609,37 @@ void CMainFrame::OnExport(bool page)
     CExportFlow flow(m_doc, this);
     if (page ? flow.AskPage(scope, name) : flow.Ask(scope, name))
         m_status->ShowMessage(tr("Exported %Ln units", nullptr, static_cast<int>(flow.Written())));
+}
+
+void CMainFrame::OnImport()
+{
+    if (!m_doc.IsLoaded())
+        return;
+    CImportDlg dialog(this);
+    if (dialog.exec() == QDialog::Accepted)
+        ImportList(dialog.ListPath(), dialog.FormatName(), dialog.StorageName());
+}
+
+bool CMainFrame::ImportList(const QString& path, const QString& format, const QString& storageName)
+{
+    if (!m_doc.IsLoaded())
+        return false;
+    CImportFlow flow(m_doc, this);
+    // The worker writes through the catalogue's connection: no autosave meanwhile.
+    m_autosave.stop();
+    const bool imported = flow.Run(path, format, storageName);
+    RestartAutosave();
+    if (!imported)
+        return false;
+    // The storage may be new: the tree is read again from the top, and shows it.
+    m_tree->PopulateChildren(nullptr);
+    BrowseTo({flow.StorageId()}, 0);
+    const CImportJob::Counts& added = flow.Added();
+    m_status->ShowMessage(tr("Imported %1 discs, %2 folders and %3 files")
+                              .arg(added.Discs)
+                              .arg(added.Folders)
+                              .arg(added.Files));
+    return true;
 }
 
 void CMainFrame::OnStatistics()

@@ -71,6 +71,10 @@ public:
     void RestartAutosave();
     // The entry page of the help, beside the program's other data files.
     static QString HelpPagePath();
+    // Imports the list at path, read as format (a --format name), into the storage
+    // called storageName behind a progress window, then shows the storage; false when
+    // cancelled or failed (a message has said why). File > Import... after its dialog.
+    bool ImportList(const QString& path, const QString& format, const QString& storageName);
     // The drive system the add dialogs use (tests give a fake); the machine's when unset.
     void SetDriveSystem(std::shared_ptr<DriveSystem> drives);
     // The modeless search dialog, made on first use and kept.
@@ -136,6 +140,9 @@ private:
     // Export... (Export as page... when page): the list's selected unit, else the tree's
     // storage or unit.
     void OnExport(bool page = false);
+    // File > Import...: asks for the list, its format and the storage (CImportDlg), then
+    // ImportList.
+    void OnImport();
     // Statistics...: the list's selected disc or folder, else the tree's storage or unit,
     // else the whole catalogue.
     void OnStatistics();
