@@ -12,10 +12,11 @@
 #include <QClipboard>
 #include <QHBoxLayout>
 #include <QHeaderView>
-#include <QHorizontalBarSeries>
 #include <QItemSelectionModel>
 #include <QKeyEvent>
+#include <QLegend>
 #include <QPieSeries>
+#include <QPieSlice>
 #include <QPushButton>
 #include <QSplitter>
 #include <QStandardItemModel>
@@ -52,7 +53,7 @@ ByteScale ScaleFor(qint64 largest)
 // Long names make a chart's labels unreadable; the table keeps them whole.
 QString ShortLabel(const QString& label)
 {
-    constexpr int kMaxLabel = 18;
+    constexpr int kMaxLabel = 14;
     return label.size() > kMaxLabel ? label.left(kMaxLabel - 1) + QChar(0x2026) : label;
 }
 
@@ -84,8 +85,12 @@ CStatisticsTab::CStatisticsTab(const StatisticsSection& section, QWidget* parent
     m_table->horizontalHeader()->setSortIndicator(0, Qt::AscendingOrder);
     m_table->setSortingEnabled(true);
     m_table->verticalHeader()->hide();
-    m_table->horizontalHeader()->setStretchLastSection(true);
     m_table->resizeColumnsToContents();
+    // The names take the room left: the locations where there are some, else the labels.
+    if (section.HasLocation)
+        m_table->horizontalHeader()->setStretchLastSection(true);
+    else
+        m_table->horizontalHeader()->setSectionResizeMode(0, QHeaderView::Stretch);
 
     auto* copy = new QAction(tr("Copy"), m_table);
     copy->setShortcut(QKeySequence::Copy);
@@ -163,13 +168,22 @@ void CStatisticsTab::MakeChart(const StatisticsSection& section)
     const bool countsDiscs = section.SectionKind == StatisticsSection::Kind::DiscsAdded;
     if (section.SectionKind == StatisticsSection::Kind::Categories) {
         auto* pie = new QPieSeries;
+        qint64 total = 0;
+        for (const StatisticsRow& row : section.Rows)
+            total += row.Bytes;
         for (const StatisticsRow& row : section.Rows) {
-            if (row.Bytes > 0)
+            if (row.Bytes <= 0)
+                continue;
+            QPieSlice* slice =
                 pie->append(QStringLiteral("%1 (%2)").arg(row.Label, FormatSize(row.Bytes)),
                             static_cast<double>(row.Bytes));
+            // The labels of thin slices would lie on top of each other; the legend
+            // names every slice.
+            slice->setLabelVisible(row.Bytes * 25 >= total);
         }
-        pie->setLabelsVisible(true);
         chart->addSeries(pie);
+        chart->legend()->setAlignment(Qt::AlignRight);
+        chart->legend()->show();
         m_chart->setChart(chart);
         return;
     }
@@ -177,30 +191,18 @@ void CStatisticsTab::MakeChart(const StatisticsSection& section)
     for (const StatisticsRow& row : section.Rows)
         largest = std::max(largest, countsDiscs ? row.Count : row.Bytes);
     const ByteScale scale = countsDiscs ? ByteScale{1, tr("discs")} : ScaleFor(largest);
-    // A horizontal chart (the largest discs and folders) draws its first bar lowest:
-    // the rows go in from the last, so that the largest is at the top.
-    const bool horizontal = section.HasLocation;
-    std::vector<const StatisticsRow*> rows;
-    for (const StatisticsRow& row : section.Rows)
-        rows.push_back(&row);
-    if (horizontal)
-        std::reverse(rows.begin(), rows.end());
     auto* set = new QBarSet(countsDiscs ? tr("Discs") : tr("Size"));
     QStringList labels;
     std::set<QString> seen;
-    for (const StatisticsRow* row : rows) {
-        *set << static_cast<double>(countsDiscs ? row->Count : row->Bytes) / scale.Divisor;
+    for (const StatisticsRow& row : section.Rows) {
+        *set << static_cast<double>(countsDiscs ? row.Count : row.Bytes) / scale.Divisor;
         // A category axis needs distinct labels; two folders may share a name.
-        QString label = ShortLabel(row->Label);
+        QString label = ShortLabel(row.Label);
         while (!seen.insert(label).second)
             label += QLatin1Char(' ');
         labels << label;
     }
-    QAbstractBarSeries* series = nullptr;
-    if (horizontal)
-        series = new QHorizontalBarSeries;
-    else
-        series = new QBarSeries;
+    auto* series = new QBarSeries;
     series->append(set);
     chart->addSeries(series);
     auto* names = new QBarCategoryAxis;
@@ -209,14 +211,11 @@ void CStatisticsTab::MakeChart(const StatisticsSection& section)
     values->setTitleText(scale.Unit);
     values->setLabelFormat(countsDiscs ? QStringLiteral("%d") : QStringLiteral("%.1f"));
     values->setMin(0);
-    if (horizontal) {
-        chart->addAxis(names, Qt::AlignLeft);
-        chart->addAxis(values, Qt::AlignBottom);
-    } else {
-        names->setLabelsAngle(section.Rows.size() > 8 ? -60 : 0);
-        chart->addAxis(names, Qt::AlignBottom);
-        chart->addAxis(values, Qt::AlignLeft);
-    }
+    // Upright labels where there are many bars: each then has the height of the
+    // axis, not the width of its bar.
+    names->setLabelsAngle(section.Rows.size() > 8 ? -90 : 0);
+    chart->addAxis(names, Qt::AlignBottom);
+    chart->addAxis(values, Qt::AlignLeft);
     series->attachAxis(names);
     series->attachAxis(values);
     m_chart->setChart(chart);
