@@ -194,7 +194,9 @@ QString CPageExportWriter::Header(bool upToData) const
     const QString part = upToData ? page.left(data) : page.mid(data + 6);
     const QLocale c = QLocale::c();
     const QLocale english(QLocale::English);
-    const auto count = [&english](qint64 n) { return english.toString(n); };
+    const auto count = [&english](qint64 n, const char* one, const char* many) {
+        return english.toString(n) + QLatin1Char(' ') + QLatin1String(n == 1 ? one : many);
+    };
     // One pass, so that a name holding "@NODES@" stays as it is.
     static const QRegularExpression placeholder(QStringLiteral("@([A-Z]+)@"));
     QString text;
@@ -208,11 +210,11 @@ QString CPageExportWriter::Header(bool upToData) const
         else if (key == QLatin1String("DATE"))
             text += c.toString(QDateTime::currentDateTime(), QStringLiteral("yyyy-MM-dd HH:mm"));
         else if (key == QLatin1String("DISCS"))
-            text += count(m_discs);
+            text += count(m_discs, "disc", "discs");
         else if (key == QLatin1String("FOLDERS"))
-            text += count(m_folders);
+            text += count(m_folders, "folder", "folders");
         else if (key == QLatin1String("FILES"))
-            text += count(m_fileCount);
+            text += count(m_fileCount, "file", "files");
         else if (key == QLatin1String("SIZE"))
             text += FormatSize(m_bytes).toHtmlEscaped();
         else if (key == QLatin1String("BYTES"))

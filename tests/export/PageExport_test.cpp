@@ -220,6 +220,7 @@ TEST_F(PageExport, HoldsEveryUnitInOneFileThatNeedsNothingOutside)
     // The header's totals count the files, not the entries of archives.
     EXPECT_TRUE(page.contains(QStringLiteral("%1 files").arg(m_archive ? 5 : 4)));
     EXPECT_TRUE(page.contains(QStringLiteral("2 folders")));
+    EXPECT_TRUE(page.contains(QStringLiteral("0 discs")));
 }
 
 TEST_F(PageExport, ReadsStoredDatesAsWallClockSeconds)
