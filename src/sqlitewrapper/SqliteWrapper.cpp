@@ -67,6 +67,12 @@ void CSqliteWrapper::OpenWith(const QString& path, int flags, bool fatal)
     LoadFileExtensions();
 }
 
+void CSqliteWrapper::Interrupt()
+{
+    if (m_db)
+        sqlite3_interrupt(m_db);
+}
+
 void CSqliteWrapper::Close()
 {
     if (!m_db)

@@ -53,6 +53,10 @@ public:
     // Opens the file itself for reading only: every write fails, nothing is created.
     void OpenForReading(const QString& path);
     void Close();
+    // Stops the statement running on the connection at its next step; it fails with
+    // SQLITE_INTERRUPT. The one call another thread may make while a worker uses the
+    // connection (a Cancel button's).
+    void Interrupt();
     bool IsOpen() const { return m_db != nullptr; }
     // Lets SQLite hand writes to the system without waiting for the disk ("PRAGMA
     // synchronous = OFF"): for a disposable copy, never for the user's file.

@@ -48,8 +48,10 @@ bool CStatisticsDlg::Gather(const StatisticsScope& scope, const QString& scopeNa
     progress.setObjectName(QStringLiteral("statisticsProgress"));
     progress.setAccessibleName(tr("Gathering statistics"));
     progress.setWindowModality(Qt::WindowModal);
-    // Most parts of a catalogue take less than this; the window would only flash.
+    // Most parts of a catalogue take less than this; the window would only flash. The
+    // wait starts at the first value set.
     progress.setMinimumDuration(200);
+    progress.setValue(0);
     progress.setAutoClose(false);
     progress.setAutoReset(false);
     CStatisticsJob job(m_doc.Database());

@@ -1,6 +1,7 @@
 #include "stats/StatisticsJob.h"
 
 #include "common/WorkerEvent.h"
+#include "sqlitewrapper/SqliteWrapper.h"
 #include "stats/StatisticsGatherer.h"
 
 #include <QCoreApplication>
@@ -15,6 +16,12 @@ CStatisticsJob::~CStatisticsJob()
 {
     m_cancel = true;
     m_thread.Join();
+}
+
+void CStatisticsJob::Cancel()
+{
+    m_cancel = true;
+    m_db.Interrupt();
 }
 
 void CStatisticsJob::Start(const StatisticsScope& scope, QObject* notify)
@@ -36,7 +43,11 @@ void CStatisticsJob::Run(const StatisticsScope& scope, QObject* notify)
                       ? WorkOutcome::Succeeded
                       : WorkOutcome::Cancelled;
     } catch (const std::exception& error) {
-        m_error = QString::fromUtf8(error.what());
+        // A statement interrupted by Cancel fails; that is the cancel, not an error.
+        if (m_cancel)
+            outcome = WorkOutcome::Cancelled;
+        else
+            m_error = QString::fromUtf8(error.what());
     }
     m_outcome = outcome;
     if (notify)

@@ -14,8 +14,7 @@ class QObject;
 
 // Gathers statistics on a worker thread and posts one WorkerEvent Finished with the
 // outcome to the object given. The catalogue's connection is used from the worker
-// while it runs: its owner leaves it alone meanwhile. Cancel takes effect between the
-// catalogue's reads.
+// while it runs: its owner leaves it alone meanwhile.
 class CStatisticsJob final
 {
 public:
@@ -26,7 +25,8 @@ public:
 
     // Returns at once.
     void Start(const StatisticsScope& scope, QObject* notify);
-    void Cancel() { m_cancel = true; }
+    // Stops the worker at once: the catalogue's statement running is interrupted.
+    void Cancel();
     void Wait() { m_thread.Join(); }
 
     // After the Finished event (or Wait).
