@@ -4,35 +4,260 @@
 #include "importers/ImportSink.h"
 
 #include <QIODevice>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
+
+#include <cctype>
+#include <utility>
 
 namespace {
 
-QString Text(const QJsonObject& object, const char* key)
-{
-    const QJsonValue value = object.value(QLatin1String(key));
-    if (value.isDouble())
-        return QString::number(static_cast<qint64>(value.toDouble()));
-    return value.toString();
-}
+constexpr qint64 kChunk = 64 * 1024;
 
-void Walk(const QJsonArray& units, CExportRowFeeder& feeder)
+// Reads our JSON export straight from the device, a unit at a time, so that a list of any
+// size holds one unit's fields (and the path of objects it is in) in memory. Each object's
+// own fields go to the feeder when its "children" begin or when it closes, whichever
+// comes first: a disc or folder before what lies in it. Members this reader does not
+// know (the media details) are read over.
+class CExportJsonParser
 {
-    for (const QJsonValue value : units) {
-        if (!value.isObject())
-            throw ImportError{0, QStringLiteral("an element of the array is not an object")};
-        const QJsonObject unit = value.toObject();
-        const ExportRow row{Text(unit, "path"),  Text(unit, "name"),     Text(unit, "type"),
-                            Text(unit, "size"),  Text(unit, "modified"), Text(unit, "created"),
-                            Text(unit, "added"), Text(unit, "notes"),    Text(unit, "storage")};
-        feeder.Row(row, 0);
-        const QJsonValue children = unit.value(QLatin1String("children"));
-        if (children.isArray())
-            Walk(children.toArray(), feeder);
+public:
+    CExportJsonParser(QIODevice& in, CExportRowFeeder& feeder) : m_in(in), m_feeder(feeder) {}
+
+    void Run()
+    {
+        SkipSpace();
+        if (Peek() == '\xEF') { // a UTF-8 byte-order mark
+            Take();
+            Take();
+            Take();
+            SkipSpace();
+        }
+        Units();
+        SkipSpace();
+        if (!AtEnd())
+            Fail(QStringLiteral("text after the end of the array"));
     }
-}
+
+private:
+    void Units()
+    {
+        Expect('[', "an array of units");
+        SkipSpace();
+        if (Peek() == ']') {
+            Take();
+            return;
+        }
+        for (;;) {
+            Unit();
+            SkipSpace();
+            const char c = Take();
+            if (c == ']')
+                return;
+            if (c != ',')
+                Fail(QStringLiteral("a comma or the end of the array expected"));
+        }
+    }
+
+    void Unit()
+    {
+        SkipSpace();
+        const int line = m_line;
+        Expect('{', "an object for each unit");
+        ExportRow row;
+        bool fed = false;
+        SkipSpace();
+        if (Peek() == '}') {
+            Take();
+            m_feeder.Row(row, line);
+            return;
+        }
+        for (;;) {
+            SkipSpace();
+            const QString key = String();
+            SkipSpace();
+            Expect(':', "a colon after the name");
+            SkipSpace();
+            if (key == QLatin1String("children")) {
+                if (!fed)
+                    m_feeder.Row(row, line);
+                fed = true;
+                Units();
+            } else {
+                QString* field = Field(row, key);
+                const QString value = Value();
+                if (field)
+                    *field = value;
+            }
+            SkipSpace();
+            const char c = Take();
+            if (c == '}')
+                break;
+            if (c != ',')
+                Fail(QStringLiteral("a comma or the end of the object expected"));
+        }
+        if (!fed)
+            m_feeder.Row(row, line);
+    }
+
+    static QString* Field(ExportRow& row, const QString& key)
+    {
+        const std::pair<const char*, QString*> fields[] = {
+            {"path", &row.Path},   {"name", &row.Name},         {"type", &row.Type},
+            {"size", &row.Size},   {"modified", &row.Modified}, {"created", &row.Created},
+            {"added", &row.Added}, {"notes", &row.Notes},       {"storage", &row.Storage}};
+        for (const auto& [name, field] : fields) {
+            if (key == QLatin1String(name))
+                return field;
+        }
+        return nullptr;
+    }
+
+    // A string's text or a number's digits; empty for null and for values read over.
+    QString Value()
+    {
+        const char c = Peek();
+        if (c == '"')
+            return String();
+        if (c == '{' || c == '[') {
+            Skip();
+            return QString();
+        }
+        QByteArray word;
+        while (!AtEnd() && (std::isalnum(static_cast<unsigned char>(Peek())) || Peek() == '-' ||
+                            Peek() == '+' || Peek() == '.'))
+            word += Take();
+        if (word == "null" || word == "true" || word == "false")
+            return QString();
+        bool ok = false;
+        word.toDouble(&ok);
+        if (!ok)
+            Fail(QStringLiteral("a value expected"));
+        return QString::fromLatin1(word);
+    }
+
+    // An object or array read over.
+    void Skip()
+    {
+        const char open = Take();
+        const char close = open == '{' ? '}' : ']';
+        for (;;) {
+            SkipSpace();
+            const char c = Peek();
+            if (c == close) {
+                Take();
+                return;
+            }
+            if (c == ',' || c == ':')
+                Take();
+            else if (c == '"')
+                String();
+            else if (c == '{' || c == '[')
+                Skip();
+            else
+                Value();
+        }
+    }
+
+    QString String()
+    {
+        Expect('"', "a string");
+        QString text;
+        QByteArray run; // UTF-8 bytes since the last escape
+        for (;;) {
+            if (AtEnd())
+                Fail(QStringLiteral("a string is not closed"));
+            if (Peek() == '\n')
+                Fail(QStringLiteral("a line break inside a string"));
+            const char c = Take();
+            if (c == '"')
+                break;
+            if (c != '\\') {
+                run += c;
+                continue;
+            }
+            text += QString::fromUtf8(run);
+            run.clear();
+            const char e = Take();
+            switch (e) {
+            case '"':
+            case '\\':
+            case '/':
+                text += QLatin1Char(e);
+                break;
+            case 'b':
+                text += QLatin1Char('\b');
+                break;
+            case 'f':
+                text += QLatin1Char('\f');
+                break;
+            case 'n':
+                text += QLatin1Char('\n');
+                break;
+            case 'r':
+                text += QLatin1Char('\r');
+                break;
+            case 't':
+                text += QLatin1Char('\t');
+                break;
+            case 'u': {
+                QByteArray hex;
+                for (int i = 0; i < 4; ++i)
+                    hex += Take();
+                bool ok = false;
+                const uint unit = hex.toUInt(&ok, 16);
+                if (!ok)
+                    Fail(QStringLiteral("a bad \\u escape"));
+                // Surrogate pairs come as two escapes, and pair up in UTF-16 by themselves.
+                text += QChar(static_cast<char16_t>(unit));
+                break;
+            }
+            default:
+                Fail(QStringLiteral("a bad escape in a string"));
+            }
+        }
+        return text + QString::fromUtf8(run);
+    }
+
+    void Expect(char c, const char* what)
+    {
+        if (AtEnd() || Take() != c)
+            Fail(QStringLiteral("%1 expected").arg(QLatin1String(what)));
+    }
+
+    void SkipSpace()
+    {
+        while (!AtEnd() && (Peek() == ' ' || Peek() == '\n' || Peek() == '\r' || Peek() == '\t'))
+            Take();
+    }
+
+    bool AtEnd()
+    {
+        if (m_pos < m_buffer.size())
+            return false;
+        m_buffer = m_in.read(kChunk);
+        m_pos = 0;
+        return m_buffer.isEmpty();
+    }
+
+    char Peek() { return AtEnd() ? '\0' : m_buffer[m_pos]; }
+
+    char Take()
+    {
+        if (AtEnd())
+            Fail(QStringLiteral("the list ends too soon"));
+        const char c = m_buffer[m_pos++];
+        if (c == '\n')
+            ++m_line;
+        return c;
+    }
+
+    [[noreturn]] void Fail(const QString& message) const { throw ImportError{m_line, message}; }
+
+    QIODevice& m_in;
+    CExportRowFeeder& m_feeder;
+    QByteArray m_buffer;
+    qsizetype m_pos = 0;
+    int m_line = 1;
+};
 
 } // namespace
 
@@ -54,15 +279,6 @@ bool CExportJsonReader::Recognises(const QByteArray& head, const QString& fileNa
 
 void CExportJsonReader::Read(QIODevice& in, CImportSink& sink) const
 {
-    const QByteArray data = in.readAll();
-    QJsonParseError error{};
-    const QJsonDocument document = QJsonDocument::fromJson(data, &error);
-    if (error.error != QJsonParseError::NoError) {
-        const int line = static_cast<int>(data.left(error.offset).count('\n')) + 1;
-        throw ImportError{line, error.errorString()};
-    }
-    if (!document.isArray())
-        throw ImportError{1, QStringLiteral("the document is not an array of units")};
     CExportRowFeeder feeder(sink);
-    Walk(document.array(), feeder);
+    CExportJsonParser(in, feeder).Run();
 }

@@ -4,7 +4,8 @@
 
 // Our own JSON export ("json"), flat (one array of units) or nested (each disc and
 // folder holding its own in "children"): recognised by an array whose first object
-// has the export's path, type and storage keys. The whole document is parsed at once.
+// has the export's path, type and storage keys. The list is read as it goes, a unit at
+// a time.
 class CExportJsonReader final : public CListReader
 {
 public:
