@@ -1,6 +1,7 @@
 #include "OtherListSamples.h"
 #include "importers/CatcliReader.h"
 #include "importers/CdcatReader.h"
+#include "importers/ListReaders.h"
 #include "importers/Snap2HtmlReader.h"
 #include "importers/VvvReader.h"
 
@@ -37,6 +38,15 @@ TEST(OtherListRecognitionTest, EachReaderRecognisesItsOwnListsOnly)
                 EXPECT_EQ(reader->Recognises(head, QStringLiteral("list")),
                           format == reader->Name())
                     << reader->Name().toStdString() << " on " << head.left(60).toStdString();
+
+    // The registry's guess finds each of them, whatever other readers it holds.
+    for (const auto& [format, heads] : lists)
+        for (const QByteArray& head : heads)
+            if (format != QLatin1String("none")) {
+                const auto guessed = ListReaders::Guess(head, QStringLiteral("list"));
+                ASSERT_TRUE(guessed) << format.toStdString();
+                EXPECT_EQ(guessed->Name(), format);
+            }
 }
 
 TEST(OtherListRecognitionTest, TheFileNameOnlyHelpsWhereTheContentCannotTell)
