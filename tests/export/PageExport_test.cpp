@@ -4,9 +4,11 @@
 #include "TestCatalogue.h"
 
 #include "cli/CliProcess.h"
+#include "export/CatalogueExporter.h"
 #include "export/PageExportWriter.h"
 #include "sqlitewrapper/SqliteWrapper.h"
 
+#include <QBuffer>
 #include <QDir>
 #include <QFile>
 #include <QProcess>
@@ -292,4 +294,42 @@ TEST_F(PageExport, ChromiumShowsTheTreeAFoldersListAndSearchResults)
         ASSERT_EQ(inside.size(), 1);
         EXPECT_FALSE(RowNamed(inside, QStringLiteral("IMG_0001.jpg")).isEmpty());
     }
+}
+
+TEST(PageExportWriter, ACancelledOrFinishedExportLeavesNoTemporaryFilesBehind)
+{
+    TestCatalogue cat;
+    CSqliteWrapper& db = cat.Db();
+    const int storage = db.AddStorage(QStringLiteral("Box"), QString());
+    const int folder = cat.AddDisc(storage, QStringLiteral("Many"));
+    for (int i = 0; i < 2500; ++i)
+        cat.AddFile(storage, folder, QStringLiteral("file %1.txt").arg(i), i);
+
+    // The columns wait in temporary files (unnamed where the system allows): here, in a
+    // folder of the test's own.
+    QTemporaryDir temporary;
+    const QByteArray tmpdir = qgetenv("TMPDIR");
+    qputenv("TMPDIR", QFile::encodeName(temporary.path()));
+    const auto leftOver = [&temporary] {
+        return QDir(temporary.path()).entryList(QDir::Files | QDir::Hidden).size();
+    };
+    for (const bool cancel : {true, false}) {
+        QBuffer out;
+        ASSERT_TRUE(out.open(QIODevice::WriteOnly));
+        bool complete = false;
+        {
+            CPageExportWriter writer(out, QStringLiteral("Box"));
+            CCatalogueExporter exporter(db, writer);
+            complete = exporter.Run(
+                ExportScope(), [&](qint64 written, qint64) { return !(cancel && written > 0); });
+        }
+        EXPECT_EQ(complete, !cancel);
+        EXPECT_EQ(leftOver(), 0) << (cancel ? "cancelled" : "finished");
+        // A cancelled page is never put together; a finished one is.
+        EXPECT_EQ(out.data().contains("</html>"), !cancel);
+    }
+    if (tmpdir.isNull())
+        qunsetenv("TMPDIR");
+    else
+        qputenv("TMPDIR", tmpdir);
 }
