@@ -138,11 +138,12 @@ public:
     // (storageId) or the whole catalogue (both 0) writes, from the stored counters.
     qint64 CountExportUnits(int storageId, int unitId);
     // The statistics' reads (Statistics.cpp), over a unit's subtree, a storage or the
-    // whole catalogue: the files grouped by category, extension and year of
-    // modification; the largest folders by bytes (at most limit); every disc, by UnitID.
-    void GetFileGroups(const StatisticsScope& scope, std::vector<FileGroupRow>& rows);
-    void GetLargestFolders(const StatisticsScope& scope, int limit,
-                           std::vector<ContainerRow>& rows);
+    // whole catalogue: in one pass, the files grouped by category, extension and year of
+    // modification, and the largest folders by bytes (at most folderLimit, the largest
+    // first); every disc, by UnitID.
+    void GetFilesAndFolders(const StatisticsScope& scope, int folderLimit,
+                            std::vector<FileGroupRow>& groups,
+                            std::vector<ContainerRow>& largestFolders);
     void GetScopeDiscs(const StatisticsScope& scope, std::vector<ContainerRow>& rows);
     // The names of a unit's ancestors, from its top unit down to its parent.
     QStringList GetAncestorNames(int unitId);

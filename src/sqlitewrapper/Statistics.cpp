@@ -6,6 +6,7 @@
 #include "sqlitewrapper/RowMappers.h"
 #include "sqlitewrapper/SqliteWrapper.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -32,25 +33,32 @@ QString Text(const char* value)
     return value ? SqlText::FromUtf8(value) : QString();
 }
 
-// The files' rows summed as they come, by category, extension and year: millions of
-// files make a few hundred groups. SQL could group them too, but working out each
-// name's extension there and sorting the rows by it takes several times as long.
-struct FileTally
+// The rows of files and folders taken as they come: the files summed by category,
+// extension and year (millions of files make a few hundred groups), the largest
+// folders kept. SQL could group the files too, but working out each name's extension
+// there and sorting the rows by it takes several times as long; and one walk over the
+// units serves both.
+struct ScopeTally
 {
     std::unordered_map<std::string, FileGroupRow> Groups;
     std::string Key;
+    // A heap with the smallest of the largest folders on top.
+    std::vector<ContainerRow> Folders;
+    size_t FolderLimit = 0;
 };
 
-// CategoryID, UnitName, the year of DateModified, UnitSize.
-void TallyFiles(std::vector<FileTally>& tallies, int columns, char** values)
+// The larger first; of two the same size, the first catalogued.
+bool Larger(const ContainerRow& a, const ContainerRow& b)
 {
-    if (columns < 4 || tallies.empty())
-        return;
-    FileTally& tally = tallies.back();
-    const char* name = values[1] ? values[1] : "";
+    return a.Bytes != b.Bytes ? a.Bytes > b.Bytes : a.UnitID < b.UnitID;
+}
+
+void TallyFile(ScopeTally& tally, char** values)
+{
+    const char* category = values[1] ? values[1] : "0";
+    const char* name = values[2] ? values[2] : "";
+    const char* year = values[3] ? values[3] : "";
     const char* dot = std::strrchr(name, '.');
-    const char* year = values[2] ? values[2] : "";
-    const char* category = values[0] ? values[0] : "0";
     std::string& key = tally.Key;
     key.assign(category);
     key += '/';
@@ -71,7 +79,37 @@ void TallyFiles(std::vector<FileTally>& tallies, int columns, char** values)
                                             static_cast<qsizetype>(key.size() - extensionAt));
     }
     ++group.Files;
-    group.Bytes += Number(values[3]);
+    group.Bytes += Number(values[4]);
+}
+
+void TallyFolder(ScopeTally& tally, char** values)
+{
+    ContainerRow folder;
+    folder.UnitID = static_cast<int>(Number(values[5]));
+    folder.Bytes = Number(values[4]);
+    std::vector<ContainerRow>& heap = tally.Folders;
+    if (heap.size() >= tally.FolderLimit) {
+        if (heap.empty() || !Larger(folder, heap.front()))
+            return;
+        std::pop_heap(heap.begin(), heap.end(), &Larger);
+        heap.pop_back();
+    }
+    folder.Name = Text(values[2]);
+    folder.Files = Number(values[6]);
+    heap.push_back(std::move(folder));
+    std::push_heap(heap.begin(), heap.end(), &Larger);
+}
+
+// UnitType, CategoryID, UnitName, the year of DateModified, UnitSize, UnitID,
+// SubfilesNumber.
+void Tally(std::vector<ScopeTally>& tallies, int columns, char** values)
+{
+    if (columns < 7 || tallies.empty() || !values[0])
+        return;
+    if (values[0][0] == 'F')
+        TallyFile(tallies.back(), values);
+    else
+        TallyFolder(tallies.back(), values);
 }
 
 void Containers(std::vector<ContainerRow>& rows, int columns, char** values)
@@ -122,31 +160,27 @@ QString CSqliteWrapper::StatisticsSource(const StatisticsScope& scope, QString& 
     return QStringLiteral("Scope");
 }
 
-void CSqliteWrapper::GetFileGroups(const StatisticsScope& scope, std::vector<FileGroupRow>& rows)
+void CSqliteWrapper::GetFilesAndFolders(const StatisticsScope& scope, int folderLimit,
+                                        std::vector<FileGroupRow>& groups,
+                                        std::vector<ContainerRow>& largestFolders)
 {
-    rows.clear();
+    groups.clear();
+    largestFolders.clear();
     QString with;
     const QString source = StatisticsSource(scope, with);
-    std::vector<FileTally> tallies(1);
-    QueryRows(with + Format("SELECT CategoryID, UnitName, substr(DateModified, 1, 4), UnitSize "
-                            "FROM %s WHERE UnitType = 'F'",
+    std::vector<ScopeTally> tallies(1);
+    tallies.front().FolderLimit = static_cast<size_t>(std::max(0, folderLimit));
+    QueryRows(with + Format("SELECT UnitType, CategoryID, UnitName, substr(DateModified, 1, 4), "
+                            "UnitSize, UnitID, SubfilesNumber FROM %s WHERE UnitType IN ('F', "
+                            "'D')",
                             {source}),
-              tallies, &TallyFiles);
-    rows.reserve(tallies.front().Groups.size());
-    for (auto& [key, group] : tallies.front().Groups)
-        rows.push_back(std::move(group));
-}
-
-void CSqliteWrapper::GetLargestFolders(const StatisticsScope& scope, int limit,
-                                       std::vector<ContainerRow>& rows)
-{
-    rows.clear();
-    QString with;
-    const QString source = StatisticsSource(scope, with);
-    QueryRows(with + Format("SELECT UnitID, UnitName, UnitSize, SubfilesNumber, '' FROM %s WHERE "
-                            "UnitType = 'D' ORDER BY UnitSize DESC, UnitID LIMIT %d",
-                            {source, limit}),
-              rows, &Containers);
+              tallies, &Tally);
+    ScopeTally& tally = tallies.front();
+    groups.reserve(tally.Groups.size());
+    for (auto& [key, group] : tally.Groups)
+        groups.push_back(std::move(group));
+    largestFolders = std::move(tally.Folders);
+    std::sort(largestFolders.begin(), largestFolders.end(), &Larger);
 }
 
 void CSqliteWrapper::GetScopeDiscs(const StatisticsScope& scope, std::vector<ContainerRow>& rows)

@@ -89,7 +89,8 @@ bool CStatisticsGatherer::Gather(const StatisticsScope& scope, CatalogueStatisti
     result = CatalogueStatistics();
 
     std::vector<FileGroupRow> groups;
-    m_db.GetFileGroups(scope, groups);
+    std::vector<ContainerRow> folders;
+    m_db.GetFilesAndFolders(scope, kTopUnits, groups, folders);
     if (stopped())
         return false;
     std::map<int, Sums> categories;
@@ -157,10 +158,6 @@ bool CStatisticsGatherer::Gather(const StatisticsScope& scope, CatalogueStatisti
     m_db.GetScopeDiscs(scope, discs);
     if (stopped())
         return false;
-    std::vector<ContainerRow> folders;
-    m_db.GetLargestFolders(scope, kTopUnits, folders);
-    if (stopped())
-        return false;
     result.Discs = static_cast<qint64>(discs.size());
 
     std::map<QString, Sums> added;
@@ -172,7 +169,6 @@ bool CStatisticsGatherer::Gather(const StatisticsScope& scope, CatalogueStatisti
     std::sort(discs.begin(), discs.end(), &Larger);
     if (discs.size() > static_cast<size_t>(kTopUnits))
         discs.resize(static_cast<size_t>(kTopUnits));
-    std::sort(folders.begin(), folders.end(), &Larger);
     std::vector<int> ids;
     for (const auto* units : {&discs, &folders}) {
         for (const ContainerRow& unit : *units)

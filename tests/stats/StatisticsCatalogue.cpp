@@ -20,10 +20,10 @@ StatisticsCatalogue::StatisticsCatalogue()
     Write(QStringLiteral("tree/docs/README"), 100, 2021);
     Write(QStringLiteral("tree/docs/notes.txt"), 250, 2021);
     Write(QStringLiteral("tree/docs/letter.txt"), 300, 2015);
-    // More extensions than the statistics name one by one.
+    // More extensions, and folders, than the statistics name one by one.
     for (int i = 0; i < 24; ++i)
-        Write(QStringLiteral("tree/misc/file%1.x%2").arg(i).arg(i, 2, 10, QLatin1Char('0')), 10 + i,
-              2010 + i % 3);
+        Write(QStringLiteral("tree/misc/part %1/file%1.x%2").arg(i).arg(i, 2, 10, QLatin1Char('0')),
+              10 + i, 2010 + i % 3);
     // An archive of files that are also on the medium: its entries must not count twice.
     Write(QStringLiteral("pack/inner/big.mp3"), 40000, 2012);
     Write(QStringLiteral("pack/inner/cover.jpg"), 9000, 2012);

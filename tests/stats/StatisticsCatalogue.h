@@ -5,8 +5,8 @@
 
 // A catalogue made by the real shelfwise-cli from real files: in storage "Shelf" the
 // folder "tree" (pictures, music, text, files without an extension, files of many
-// extensions, and a zip archive whose entries are catalogued), and in storage "Discs"
-// a disc image made with xorriso, when xorriso is installed.
+// extensions in many folders, and a zip archive whose entries are catalogued), and in storage
+// "Discs" a disc image made with xorriso, when xorriso is installed.
 class StatisticsCatalogue
 {
 public:
