@@ -13,10 +13,12 @@
 #include "views/WindowStatus.h"
 
 #include <QAction>
+#include <QDir>
 #include <QFile>
 #include <QMenu>
 #include <QMenuBar>
 #include <QTemporaryDir>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -110,4 +112,43 @@ TEST(ImportFlow, ImportsAListFromTheFileMenuAndUndoesItAsOneStep)
     EXPECT_TRUE(prompter.Messages().back().Text.contains(QStringLiteral("line 4")))
         << prompter.Messages().back().Text.toStdString();
     EXPECT_EQ(StorageNames(doc), afterImport);
+}
+
+TEST(ImportFlow, TheDialogScreenshotShowsTheGuessedFormatAndTheStorageNamedAfterTheList)
+{
+    QTemporaryDir dir;
+    FakePrompter prompter;
+    const QString list = dir.filePath(QStringLiteral("Scans drive.efu"));
+    {
+        QFile out(list);
+        ASSERT_TRUE(out.open(QIODevice::WriteOnly));
+        out.write(kEfu);
+    }
+    CImportDlg dialog;
+    dialog.SetListPath(list);
+    EXPECT_EQ(dialog.FormatName(), QStringLiteral("efu"));
+    EXPECT_EQ(dialog.StorageName(), QStringLiteral("Scans drive"));
+    // A list of no known format: no format chosen, and OK waits for one.
+    const QString text = dir.filePath(QStringLiteral("notes.txt"));
+    {
+        QFile out(text);
+        ASSERT_TRUE(out.open(QIODevice::WriteOnly));
+        out.write("nothing to see\n");
+    }
+    dialog.SetListPath(text);
+    EXPECT_EQ(dialog.FormatName(), QString());
+    EXPECT_EQ(dialog.StorageName(), QStringLiteral("notes"));
+    dialog.SetListPath(list);
+
+    // As the help shows it, kept with the README's screenshots when
+    // SHELFWISE_SCREENSHOT_DIR is set.
+    dialog.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&dialog));
+    const QPixmap picture = dialog.grab();
+    EXPECT_GT(picture.width(), 100);
+    const QString screenshots = qEnvironmentVariable("SHELFWISE_SCREENSHOT_DIR");
+    if (!screenshots.isEmpty()) {
+        EXPECT_TRUE(picture.save(QDir(screenshots).filePath(QStringLiteral("import-dialog.png"))));
+    }
+    dialog.hide();
 }
