@@ -65,6 +65,17 @@ protected:
         MakeFile(QStringLiteral("tree/Sub folder/Été/deeper/empty.bin"), "");
         ASSERT_TRUE(QDir(m_dir.path()).mkpath(QStringLiteral("tree/empty folder")));
         MakeFile(QStringLiteral("loose.txt"), "loose file");
+        // An archive: the export lists its entries below it, the import takes it back as
+        // the file it is.
+        if (!QStandardPaths::findExecutable(QStringLiteral("zip")).isEmpty()) {
+            MakeFile(QStringLiteral("zipped/inner/entry.txt"), "inside");
+            QProcess zip;
+            zip.setWorkingDirectory(m_dir.filePath(QStringLiteral("zipped")));
+            zip.start(QStringLiteral("zip"),
+                      {"-qr", m_dir.filePath(QStringLiteral("tree/Sub folder/pack.zip")), "inner"});
+            ASSERT_TRUE(zip.waitForFinished(60000) && zip.exitCode() == 0);
+            m_withArchive = true;
+        }
         ASSERT_EQ(Run({"new", m_cat}).status, 0);
         ASSERT_EQ(Run({"add-storage", m_cat, "Shelf"}).status, 0);
         ASSERT_EQ(
@@ -125,6 +136,7 @@ protected:
     QTemporaryDir m_settings;
     QString m_cat;
     bool m_withDisc = false;
+    bool m_withArchive = false;
 };
 
 } // namespace
@@ -152,6 +164,11 @@ TEST_F(ImportRoundTrip, CsvFlatJsonAndNestedJsonComeBackUnitForUnit)
         const QString list = m_dir.filePath(QStringLiteral("list%1").arg(++i));
         ASSERT_EQ(
             Run(QStringList{"export", m_cat, "Shelf", "--output", list} + c.exportArgs).status, 0);
+        if (m_withArchive) {
+            QFile written(list);
+            ASSERT_TRUE(written.open(QIODevice::ReadOnly));
+            EXPECT_TRUE(written.readAll().contains("pack.zip/inner/entry.txt"));
+        }
         // The format is guessed from the content: the file names say nothing.
         const CliResult imported = Run({"import", m_cat, c.storage, list});
         ASSERT_EQ(imported.status, 0) << imported.err.toStdString();
