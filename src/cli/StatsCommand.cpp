@@ -154,7 +154,8 @@ std::vector<CliCommand> StatsCommands()
              &Stats,
              "Counts the files of the catalogue, of STORAGE, or of the unit ID (a disc or\n"
              "folder) and everything below it, and adds up their bytes: per category, per\n"
-             "extension (the 20 largest by bytes, the rest as \"Other\"), per year of\n"
+             "extension (the 20 largest by bytes, the rest as \"Other\"; a version number\n"
+             "after an extension is passed over: libz.so.1.2 counts as so), per year of\n"
              "modification. Then the 20 largest discs and folders with where they lie, and\n"
              "the discs added to the catalogue per year. Only files on the media count:\n"
              "the entries of archives are left out, as the catalogue's totals leave them.\n"

@@ -53,12 +53,34 @@ bool Larger(const ContainerRow& a, const ContainerRow& b)
     return a.Bytes != b.Bytes ? a.Bytes > b.Bytes : a.UnitID < b.UnitID;
 }
 
+// Where a name's extension starts: at its last dot, but before a version number that
+// follows it ("libz.so.1.2.13" is an "so"); nullptr for a name without an extension.
+const char* ExtensionDot(const char* name)
+{
+    const char* dot = std::strrchr(name, '.');
+    while (dot && dot != name) {
+        const char* digit = dot + 1;
+        while (*digit >= '0' && *digit <= '9')
+            ++digit;
+        if (digit == dot + 1 || (*digit != '\0' && *digit != '.'))
+            return dot; // not all digits: the extension
+        // Digits alone: look for a dot before them.
+        const char* before = dot - 1;
+        while (before != name && *before != '.')
+            --before;
+        if (*before != '.')
+            return dot;
+        dot = before;
+    }
+    return dot;
+}
+
 void TallyFile(ScopeTally& tally, char** values)
 {
     const char* category = values[1] ? values[1] : "0";
     const char* name = values[2] ? values[2] : "";
     const char* year = values[3] ? values[3] : "";
-    const char* dot = std::strrchr(name, '.');
+    const char* dot = ExtensionDot(name);
     std::string& key = tally.Key;
     key.assign(category);
     key += '/';
@@ -67,7 +89,7 @@ void TallyFile(ScopeTally& tally, char** values)
     const size_t extensionAt = key.size();
     if (dot) {
         // A-Z folded here; the caller folds the rest of an extension's letters.
-        for (const char* c = dot + 1; *c; ++c)
+        for (const char* c = dot + 1; *c && *c != '.'; ++c)
             key += (*c >= 'A' && *c <= 'Z') ? static_cast<char>(*c - 'A' + 'a') : *c;
     }
     auto [it, added] = tally.Groups.try_emplace(key);

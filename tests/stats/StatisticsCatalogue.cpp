@@ -20,6 +20,7 @@ StatisticsCatalogue::StatisticsCatalogue()
     Write(QStringLiteral("tree/docs/README"), 100, 2021);
     Write(QStringLiteral("tree/docs/notes.txt"), 250, 2021);
     Write(QStringLiteral("tree/docs/letter.txt"), 300, 2015);
+    Write(QStringLiteral("tree/docs/libdemo.so.1.2"), 2000, 2015);
     // More extensions, and folders, than the statistics name one by one.
     for (int i = 0; i < 24; ++i)
         Write(QStringLiteral("tree/misc/part %1/file%1.x%2").arg(i).arg(i, 2, 10, QLatin1Char('0')),

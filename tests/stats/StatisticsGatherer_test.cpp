@@ -5,6 +5,7 @@
 #include "stats/StatisticsGatherer.h"
 
 #include <QDate>
+#include <QRegularExpression>
 
 #include <gtest/gtest.h>
 
@@ -144,10 +145,15 @@ protected:
 
         // The extensions: each named one with all its files, the largest by bytes named,
         // the rest in "Other".
+        // After the last dot, version numbers passed over: libdemo.so.1.2 is an "so".
         const SumsByLabel extensions = Expected(scope, [](const UnitRow& unit) {
-            const qsizetype dot = unit.Name.lastIndexOf(QLatin1Char('.'));
-            return dot < 0 ? CStatisticsGatherer::NoExtensionLabel()
-                           : unit.Name.mid(dot + 1).toLower();
+            static const QRegularExpression digits(QStringLiteral("^[0-9]+$"));
+            const QStringList parts = unit.Name.split(QLatin1Char('.'));
+            qsizetype i = parts.size() - 1;
+            while (i > 1 && digits.match(parts[i]).hasMatch())
+                --i;
+            return i == 0 || parts[i].isEmpty() ? CStatisticsGatherer::NoExtensionLabel()
+                                                : parts[i].toLower();
         });
         const StatisticsSection& byExtension = Section(result, StatisticsSection::Kind::Extensions);
         Sums named;
@@ -220,6 +226,7 @@ TEST_F(StatisticsGathererTest, TheWholeCatalogueCountsFilesOnTheMediaOnly)
     EXPECT_EQ(extensions.at(QStringLiteral("jpg")).Count, m_catalogue.HasDisc() ? 3 : 2);
     EXPECT_EQ(extensions.at(CStatisticsGatherer::NoExtensionLabel()), (Sums{1, 100}));
     EXPECT_EQ(extensions.at(QStringLiteral("zip")).Count, 1);
+    EXPECT_EQ(extensions.at(QStringLiteral("so")), (Sums{1, 2000}));
     EXPECT_TRUE(extensions.count(CStatisticsGatherer::OtherExtensionsLabel()));
 
     const StatisticsSection& folders = Section(result, StatisticsSection::Kind::LargestFolders);
