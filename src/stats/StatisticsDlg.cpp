@@ -48,21 +48,24 @@ bool CStatisticsDlg::Gather(const StatisticsScope& scope, const QString& scopeNa
     progress.setObjectName(QStringLiteral("statisticsProgress"));
     progress.setAccessibleName(tr("Gathering statistics"));
     progress.setWindowModality(Qt::WindowModal);
-    // Most parts of a catalogue take less than this; the window would only flash. The
-    // wait starts at the first value set.
-    progress.setMinimumDuration(200);
-    progress.setValue(0);
+    // Shown at once: while it is up, the window's own work on the catalogue (the name
+    // index's steps) waits, and no input reaches the main window.
+    progress.setMinimumDuration(0);
     progress.setAutoClose(false);
     progress.setAutoReset(false);
     CStatisticsJob job(m_doc.Database());
     bool cancelled = false;
     connect(&progress, &QProgressDialog::canceled, &progress, [&job, &cancelled] {
         cancelled = true;
+        // The progress window closes now: the worker, its statement interrupted, is
+        // waited for here, so that nothing else reaches the catalogue before it ends.
         job.Cancel();
+        job.Wait();
     });
     QEventLoop loop;
     m_loop = &loop;
     job.Start(scope, this);
+    progress.show();
     // The Finished event may be queued already; the loop then ends at its first turn.
     loop.exec();
     m_loop = nullptr;
