@@ -30,6 +30,8 @@ CImportJob::~CImportJob()
 bool CImportJob::Start(const QString& path, std::unique_ptr<CListReader> reader,
                        const QString& storageName)
 {
+    if (m_busy)
+        return false;
     m_listError.reset();
     m_counts = Counts();
     m_topUnitIds.clear();

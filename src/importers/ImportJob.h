@@ -41,8 +41,9 @@ public:
     CImportJob& operator=(const CImportJob&) = delete;
 
     // Starts reading the list at path with reader into the storage called storageName
-    // (made when the catalogue has none of that name). False when nothing started: the
-    // list cannot be opened (ListError() says so) or the catalogue refused (reported).
+    // (made when the catalogue has none of that name). False when nothing started: an
+    // import is running already, the list cannot be opened (ListError() says so) or the
+    // catalogue refused (reported).
     bool Start(const QString& path, std::unique_ptr<CListReader> reader,
                const QString& storageName);
     void Cancel() { m_cancel.store(1); }
