@@ -18,7 +18,8 @@
 #include <QVBoxLayout>
 
 CStatisticsDlg::CStatisticsDlg(CShelfwiseDoc& doc, QWidget* parent)
-    : QDialog(parent), m_doc(doc), m_summary(new QLabel(this)), m_tabs(new QTabWidget(this))
+    : QDialog(parent), m_doc(doc), m_summary(new QLabel(this)), m_tabs(new QTabWidget(this)),
+      m_whole(new QPushButton(tr("Whole Catalogue"), this))
 {
     setObjectName(QStringLiteral("statisticsDialog"));
     setWindowTitle(tr("Statistics"));
@@ -34,6 +35,11 @@ CStatisticsDlg::CStatisticsDlg(CShelfwiseDoc& doc, QWidget* parent)
     buttons->setAccessibleName(tr("Dialog buttons"));
     buttons->button(QDialogButtonBox::Close)->setAccessibleName(tr("Close"));
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::close);
+    m_whole->setObjectName(QStringLiteral("wholeCatalogue"));
+    m_whole->setAccessibleName(tr("Whole Catalogue"));
+    m_whole->setAutoDefault(false);
+    buttons->addButton(m_whole, QDialogButtonBox::ActionRole);
+    connect(m_whole, &QPushButton::clicked, this, &CStatisticsDlg::wholeCatalogueRequested);
     auto* layout = new QVBoxLayout(this);
     layout->addWidget(m_summary);
     layout->addWidget(m_tabs, 1);
@@ -43,8 +49,10 @@ CStatisticsDlg::CStatisticsDlg(CShelfwiseDoc& doc, QWidget* parent)
 
 bool CStatisticsDlg::Gather(const StatisticsScope& scope, const QString& scopeName)
 {
-    // No range: a busy indicator, since the reads cannot tell how far they are.
-    QProgressDialog progress(tr("Gathering statistics..."), tr("Cancel"), 0, 0, parentWidget());
+    // No range: a busy indicator, since the reads cannot tell how far they are. Once
+    // this window is up, the progress window keeps input from it too.
+    QProgressDialog progress(tr("Gathering statistics..."), tr("Cancel"), 0, 0,
+                             isVisible() ? this : parentWidget());
     progress.setObjectName(QStringLiteral("statisticsProgress"));
     progress.setAccessibleName(tr("Gathering statistics"));
     progress.setWindowModality(Qt::WindowModal);
@@ -81,6 +89,7 @@ bool CStatisticsDlg::Gather(const StatisticsScope& scope, const QString& scopeNa
     }
     m_statistics = job.Result();
     ShowStatistics(scopeName);
+    m_whole->setEnabled(scope.StorageId != 0 || scope.UnitId != 0);
     return true;
 }
 

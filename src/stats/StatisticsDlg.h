@@ -10,10 +10,12 @@ class CShelfwiseDoc;
 class CStatisticsTab;
 class QEventLoop;
 class QLabel;
+class QPushButton;
 class QTabWidget;
 
 // Tools > Statistics...: the statistics of the catalogue, a storage, a disc or a
-// folder, a tab per section, each with its chart and table. The dialog is not modal;
+// folder, a tab per section, each with its chart and table; "Whole Catalogue" turns
+// it to the whole catalogue. The dialog is not modal;
 // the gathering is, behind a busy window that keeps the catalogue to the worker
 // (the window's own connection is used) until it ends.
 class CStatisticsDlg final : public QDialog
@@ -32,6 +34,11 @@ public:
     CStatisticsTab* Tab(const QString& key) const;
     const CatalogueStatistics& Statistics() const { return m_statistics; }
 
+signals:
+    // "Whole Catalogue" was pressed: the owner gathers the whole catalogue's statistics
+    // into this window (Gather) as it gathered the first.
+    void wholeCatalogueRequested();
+
 protected:
     void customEvent(QEvent* event) override;
 
@@ -41,6 +48,7 @@ private:
     CShelfwiseDoc& m_doc;
     QLabel* m_summary;
     QTabWidget* m_tabs;
+    QPushButton* m_whole;
     QEventLoop* m_loop = nullptr;
     CatalogueStatistics m_statistics;
 };

@@ -665,13 +665,21 @@ void CMainFrame::OnStatistics()
 
 CStatisticsDlg* CMainFrame::ShowStatistics(const StatisticsScope& scope, const QString& scopeName)
 {
+    // The worker reads the catalogue's connection: no autosave meanwhile.
+    const auto gather = [this](CStatisticsDlg& dialog, const StatisticsScope& part,
+                               const QString& name) {
+        m_autosave.stop();
+        const bool gathered = dialog.Gather(part, name);
+        RestartAutosave();
+        return gathered;
+    };
     auto* dialog = new CStatisticsDlg(m_doc, this);
     dialog->setAttribute(Qt::WA_DeleteOnClose);
-    // The worker reads the catalogue's connection: no autosave meanwhile.
-    m_autosave.stop();
-    const bool gathered = dialog->Gather(scope, scopeName);
-    RestartAutosave();
-    if (!gathered) {
+    connect(dialog, &CStatisticsDlg::wholeCatalogueRequested, this, [this, gather, dialog] {
+        if (m_doc.IsLoaded())
+            gather(*dialog, StatisticsScope(), tr("Whole catalogue"));
+    });
+    if (!gather(*dialog, scope, scopeName)) {
         delete dialog;
         return nullptr;
     }

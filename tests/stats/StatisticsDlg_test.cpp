@@ -5,6 +5,7 @@
 #include "TestCatalogue.h"
 #include "app/ShelfwiseApp.h"
 #include "document/ShelfwiseDoc.h"
+#include "sqlitewrapper/RowMappers.h"
 #include "stats/StatisticsDlg.h"
 #include "stats/StatisticsTab.h"
 #include "views/CommandIds.h"
@@ -88,6 +89,19 @@ TEST(StatisticsDlg, ShowsADiscsSectionsAndCopiesItsRows)
     ASSERT_EQ(lines.size(), table.model()->rowCount() + 1);
     EXPECT_EQ(lines[0], QStringLiteral("Category\tFiles\tSize"));
     EXPECT_EQ(lines[2], QStringLiteral("Film\t1\t150.00 MB"));
+
+    // "Whole Catalogue" turns the window to every file of the catalogue.
+    auto* whole = dialog->findChild<QPushButton*>(QStringLiteral("wholeCatalogue"));
+    ASSERT_NE(whole, nullptr);
+    EXPECT_TRUE(whole->isEnabled());
+    QTest::mouseClick(whole, Qt::LeftButton);
+    std::vector<QString> files;
+    doc.Database().QueryRows(QStringLiteral("SELECT COUNT(*) FROM Units WHERE UnitType = 'F'"),
+                             files, &RowMappers::Texts);
+    ASSERT_EQ(files.size(), 1u);
+    EXPECT_EQ(dialog->Statistics().Files, files.front().toLongLong());
+    EXPECT_TRUE(dialog->windowTitle().contains(QStringLiteral("Whole catalogue")));
+    EXPECT_FALSE(whole->isEnabled());
 
     // Every widget a person reaches has a name for assistive tools.
     for (QWidget* widget : dialog->findChildren<QWidget*>()) {
