@@ -43,6 +43,7 @@
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QMenuBar>
+#include <QLocale>
 #include <QMessageBox>
 #include <QScreen>
 #include <QSplitter>
@@ -635,10 +636,10 @@ bool CMainFrame::ImportList(const QString& path, const QString& format, const QS
     m_tree->PopulateChildren(nullptr);
     BrowseTo({flow.StorageId()}, 0);
     const CImportJob::Counts& added = flow.Added();
+    const QLocale locale;
     m_status->ShowMessage(tr("Imported %1 discs, %2 folders and %3 files")
-                              .arg(added.Discs)
-                              .arg(added.Folders)
-                              .arg(added.Files));
+                              .arg(locale.toString(added.Discs), locale.toString(added.Folders),
+                                   locale.toString(added.Files)));
     return true;
 }
 
