@@ -7,8 +7,6 @@
 #include <QString>
 
 class CShelfwiseDoc;
-class QEventLoop;
-class QProgressDialog;
 class QWidget;
 
 // Export... in the window: asks where to and in which format (CSV, JSON, JSON nested
@@ -35,13 +33,8 @@ signals:
     // The progress window's value changed (for tests that cancel part way).
     void progressed(int percent);
 
-protected:
-    void customEvent(QEvent* event) override;
-
 private:
     CShelfwiseDoc& m_doc;
     QWidget* m_owner;
-    QEventLoop* m_loop = nullptr;
-    QProgressDialog* m_progress = nullptr;
     qint64 m_written = 0;
 };

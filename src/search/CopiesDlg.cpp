@@ -3,7 +3,7 @@
 #include "common/FormatSize.h"
 #include "common/Strings.h"
 #include "common/UserPrompter.h"
-#include "common/WorkerEvent.h"
+#include "common/WorkerProgress.h"
 #include "document/ShelfwiseDoc.h"
 #include "export/ExportFlow.h"
 #include "search/BrowsePath.h"
@@ -11,11 +11,9 @@
 #include "search/CopiesModel.h"
 
 #include <QDialogButtonBox>
-#include <QEventLoop>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
-#include <QProgressDialog>
 #include <QPushButton>
 #include <QVBoxLayout>
 #include <QWindow>
@@ -129,36 +127,20 @@ bool CCopiesDlg::FindUnique(int unitId)
 bool CCopiesDlg::Run(CCopySearch& search, const QString& label,
                      const std::function<bool(QObject*)>& start)
 {
-    QWidget* owner = parentWidget() ? parentWidget() : this;
-    QProgressDialog progress(label, tr("Cancel"), 0, 100, owner);
-    progress.setObjectName(QStringLiteral("copiesProgress"));
-    progress.setAccessibleName(tr("Progress"));
-    progress.setWindowModality(Qt::WindowModal);
-    progress.setMinimumDuration(0);
-    progress.setAutoClose(false);
-    progress.setAutoReset(false);
-    // Once the user has cancelled, nothing is listed, even when the worker got to its
-    // end before it saw the request.
-    bool cancelled = false;
-    connect(&progress, &QProgressDialog::canceled, &progress, [&search, &cancelled] {
-        cancelled = true;
-        search.Cancel();
-    });
-    QEventLoop loop;
+    CWorkerProgress progress(label, 100, parentWidget() ? parentWidget() : this);
+    progress.Window().setObjectName(QStringLiteral("copiesProgress"));
+    progress.Window().setAccessibleName(tr("Progress"));
+    connect(&progress, &CWorkerProgress::progressed, this, &CCopiesDlg::progressed);
     bool started = false;
-    if (!m_doc.Guard([&] { started = start(this); }))
+    if (!m_doc.Guard([&] { started = start(&progress); }))
         return false;
     if (!started) {
         UserPrompter::Current().ShowMessage(search.Error(), UserPrompter::Icon::Warning);
         return false;
     }
-    m_loop = &loop;
-    m_progress = &progress;
-    progress.show();
-    // The Finished event may be queued already; the loop then ends at its first turn.
-    loop.exec();
-    m_loop = nullptr;
-    m_progress = nullptr;
+    // Once the user has cancelled, nothing is listed, even when the worker got to its
+    // end before it saw the request.
+    const bool cancelled = !progress.Wait([&search] { search.Cancel(); });
     search.Wait();
     if (cancelled)
         return false;
@@ -168,23 +150,8 @@ bool CCopiesDlg::Run(CCopySearch& search, const QString& label,
     case WorkOutcome::Cancelled:
         return false;
     default:
-        UserPrompter::Current().ShowMessage(search.Error().isEmpty()
-                                                ? Strings::LoadString(Strings::IDS_OPERATION_FAILED)
-                                                : search.Error(),
-                                            UserPrompter::Icon::Warning);
+        CWorkerProgress::ShowFailure(search.Error());
         return false;
-    }
-}
-
-void CCopiesDlg::customEvent(QEvent* event)
-{
-    if (WorkerEvent::Is(event, WorkerEvent::Progress)) {
-        const int percent = static_cast<int>(static_cast<const WorkerEvent*>(event)->WParam());
-        if (m_progress)
-            m_progress->setValue(percent);
-        emit progressed(percent);
-    } else if (WorkerEvent::Is(event, WorkerEvent::Finished) && m_loop) {
-        m_loop->quit();
     }
 }
 

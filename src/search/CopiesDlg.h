@@ -10,9 +10,7 @@
 class CContextListCtrl;
 class CCopiesModel;
 class CShelfwiseDoc;
-class QEventLoop;
 class QLabel;
-class QProgressDialog;
 class QPushButton;
 
 /// The files catalogued more than once, group by group (the group's number, then name,
@@ -56,7 +54,6 @@ signals:
     void progressed(int percent);
 
 protected:
-    void customEvent(QEvent* event) override;
     void showEvent(QShowEvent* event) override;
 
 private:
@@ -74,6 +71,4 @@ private:
     CContextListCtrl* m_list;
     QLabel* m_count;
     QPushButton* m_browse;
-    QEventLoop* m_loop = nullptr;
-    QProgressDialog* m_progress = nullptr;
 };

@@ -1,17 +1,13 @@
 #include "stats/StatisticsDlg.h"
 
 #include "common/FormatSize.h"
-#include "common/Strings.h"
-#include "common/UserPrompter.h"
-#include "common/WorkerEvent.h"
+#include "common/WorkerProgress.h"
 #include "document/ShelfwiseDoc.h"
 #include "stats/StatisticsJob.h"
 #include "stats/StatisticsTab.h"
 
 #include <QDialogButtonBox>
-#include <QEventLoop>
 #include <QLabel>
-#include <QProgressDialog>
 #include <QPushButton>
 #include <QTabBar>
 #include <QTabWidget>
@@ -50,41 +46,25 @@ CStatisticsDlg::CStatisticsDlg(CShelfwiseDoc& doc, QWidget* parent)
 bool CStatisticsDlg::Gather(const StatisticsScope& scope, const QString& scopeName)
 {
     // No range: a busy indicator, since the reads cannot tell how far they are. Once
-    // this window is up, the progress window keeps input from it too.
-    QProgressDialog progress(tr("Gathering statistics..."), tr("Cancel"), 0, 0,
-                             isVisible() ? this : parentWidget());
-    progress.setObjectName(QStringLiteral("statisticsProgress"));
-    progress.setAccessibleName(tr("Gathering statistics"));
-    progress.setWindowModality(Qt::WindowModal);
-    // Shown at once: while it is up, the window's own work on the catalogue (the name
-    // index's steps) waits, and no input reaches the main window.
-    progress.setMinimumDuration(0);
-    progress.setAutoClose(false);
-    progress.setAutoReset(false);
+    // this window is up, the progress window keeps input from it too. It is shown at
+    // once: while it is up, the window's own work on the catalogue (the name index's
+    // steps) waits, and no input reaches the main window.
+    CWorkerProgress progress(tr("Gathering statistics..."), 0, isVisible() ? this : parentWidget());
+    progress.Window().setObjectName(QStringLiteral("statisticsProgress"));
+    progress.Window().setAccessibleName(tr("Gathering statistics"));
     CStatisticsJob job(m_doc.Database());
-    bool cancelled = false;
-    connect(&progress, &QProgressDialog::canceled, &progress, [&job, &cancelled] {
-        cancelled = true;
-        // The progress window closes now: the worker, its statement interrupted, is
-        // waited for here, so that nothing else reaches the catalogue before it ends.
+    job.Start(scope, &progress);
+    // On Cancel the progress window closes: the worker, its statement interrupted, is
+    // waited for there, so that nothing else reaches the catalogue before it ends.
+    const bool cancelled = !progress.Wait([&job] {
         job.Cancel();
         job.Wait();
     });
-    QEventLoop loop;
-    m_loop = &loop;
-    job.Start(scope, this);
-    progress.show();
-    // The Finished event may be queued already; the loop then ends at its first turn.
-    loop.exec();
-    m_loop = nullptr;
     job.Wait();
     if (cancelled || job.Outcome() == WorkOutcome::Cancelled)
         return false;
     if (job.Outcome() != WorkOutcome::Succeeded) {
-        UserPrompter::Current().ShowMessage(job.Error().isEmpty()
-                                                ? Strings::LoadString(Strings::IDS_OPERATION_FAILED)
-                                                : job.Error(),
-                                            UserPrompter::Icon::Warning);
+        CWorkerProgress::ShowFailure(job.Error());
         return false;
     }
     m_statistics = job.Result();
@@ -96,12 +76,6 @@ bool CStatisticsDlg::Gather(const StatisticsScope& scope, const QString& scopeNa
 CStatisticsTab* CStatisticsDlg::Tab(const QString& key) const
 {
     return m_tabs->findChild<CStatisticsTab*>(key);
-}
-
-void CStatisticsDlg::customEvent(QEvent* event)
-{
-    if (WorkerEvent::Is(event, WorkerEvent::Finished) && m_loop)
-        m_loop->quit();
 }
 
 void CStatisticsDlg::ShowStatistics(const QString& scopeName)

@@ -8,7 +8,6 @@
 
 class CShelfwiseDoc;
 class CStatisticsTab;
-class QEventLoop;
 class QLabel;
 class QPushButton;
 class QTabWidget;
@@ -39,9 +38,6 @@ signals:
     // into this window (Gather) as it gathered the first.
     void wholeCatalogueRequested();
 
-protected:
-    void customEvent(QEvent* event) override;
-
 private:
     void ShowStatistics(const QString& scopeName);
 
@@ -49,6 +45,5 @@ private:
     QLabel* m_summary;
     QTabWidget* m_tabs;
     QPushButton* m_whole;
-    QEventLoop* m_loop = nullptr;
     CatalogueStatistics m_statistics;
 };
