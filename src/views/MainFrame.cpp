@@ -42,8 +42,8 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QGuiApplication>
-#include <QMenuBar>
 #include <QLocale>
+#include <QMenuBar>
 #include <QMessageBox>
 #include <QScreen>
 #include <QSplitter>
