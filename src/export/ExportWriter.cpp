@@ -11,7 +11,8 @@ const QStringList& CExportWriter::FieldNames()
         QStringLiteral("storage"), QStringLiteral("duration"), QStringLiteral("width"),
         QStringLiteral("height"),  QStringLiteral("bitrate"),  QStringLiteral("codec"),
         QStringLiteral("artist"),  QStringLiteral("title"),    QStringLiteral("album"),
-        QStringLiteral("year"),    QStringLiteral("track"),    QStringLiteral("genre")};
+        QStringLiteral("year"),    QStringLiteral("track"),    QStringLiteral("genre"),
+        QStringLiteral("archive")};
     return names;
 }
 
@@ -53,7 +54,8 @@ std::vector<CExportWriter::Value> CExportWriter::Values(const ExportRecord& unit
             text(unit.Album),
             number(unit.Year),
             number(unit.Track),
-            text(unit.Genre)};
+            text(unit.Genre),
+            text(unit.ArchiveFormat)};
 }
 
 void CExportWriter::Write(const QString& text)

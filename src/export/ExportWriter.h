@@ -46,7 +46,7 @@ protected:
     };
     static std::vector<Value> Values(const ExportRecord& unit, const QString& path,
                                      const QString& storage);
-    // The fields from duration on are the media details.
+    // The fields from duration on are the media details, then an archive's format.
     static constexpr int kFirstMediaField = 10;
 
     void Write(const QString& text);

@@ -2,6 +2,7 @@
 
 #include "importers/ImportSink.h"
 #include "sqlitewrapper/FileInsertBatch.h"
+#include "sqlitewrapper/Nullable.h"
 
 #include <QDateTime>
 #include <QHash>
@@ -13,6 +14,7 @@
 #include <memory>
 #include <vector>
 
+class CArchiveEntryBatch;
 class CSqliteWrapper;
 
 // Thrown out of a reading when the import was cancelled; the caller rolls back.
@@ -25,6 +27,12 @@ struct ImportCancelled
 // of what follows), files in multi-row inserts, categories by extension, and the
 // folders', discs' and storage's counters summed once at the end (Finish). Folders a
 // list leaves out are made when an item needs them.
+//
+// What only our own export carries comes back too: a category named in the list (when
+// the catalogue has one of that name), a media file's details, when each unit was
+// catalogued, and the entries of archives, written below their archive as an addition
+// writes them (with an ArchiveInfo row for each archive, nested ones included; entries
+// count in no folder's, disc's or storage's counters).
 //
 // It keeps one small record per folder (its id, parent and counters) and a map from a
 // folder's path to that record for the disc being read, so memory grows with the
@@ -73,10 +81,27 @@ private:
     // when no disc is open), made with its missing ancestors when needed; -1 for the
     // storage itself.
     int FolderIndex(const QStringList& path, int length);
-    int MakeFolder(const QString& name, int parent, const QString& notes);
+    int MakeFolder(const QString& name, int parent, const QString& notes, int category,
+                   const QDateTime& added);
     void AddFile(const ImportedItem& item, int parent);
     void FlushFiles();
     static QString Key(const QStringList& path, int length);
+    // The category the list names, when the catalogue has it; else as a scan gives it.
+    int CategoryOf(const ImportedItem& item);
+    // The media row for a film's, music's or picture's details; null for none.
+    CNullable<int> AddMedia(int category, const ImportedMedia& media);
+    // Units firstId..lastId were catalogued at added (a wall-clock time; invalid: now).
+    // Runs of consecutive ids with one date are written in one statement.
+    void NoteAdded(int firstId, int lastId, const QDateTime& added);
+    void WriteAdded();
+
+    void OpenArchive(int unitId, const QString& key, const QString& format);
+    void AddEntry(const ImportedItem& item);
+    int EntryParent(const QStringList& path, int length, int base);
+    int MakeEntry(const QString& name, int parent, bool isFolder, qint64 size,
+                  const QDateTime& modified, int category, const QString& format);
+    // Writes the open archive's entries still gathered and its ArchiveInfo rows.
+    void CloseArchive();
 
     CSqliteWrapper& m_db;
     int m_storageId;
@@ -99,4 +124,24 @@ private:
     int m_folderCount = 0;
     qint64 m_fileCount = 0;
     std::vector<int> m_topUnitIds;
+
+    QHash<QString, int> m_categoryByName; // 0: no category of that name
+    std::vector<QDateTime> m_batchAdded;  // of the files in m_files
+    int m_addedFirst = 0;
+    int m_addedLast = -1;
+    QDateTime m_added;
+
+    // The archive whose entries are being read: [0] is the archive file, then its entries.
+    struct Entry
+    {
+        int unitId = 0;
+        int parent = -1;
+        QString format; // an archive's; empty for other entries
+        qint64 entries = 0;
+        qint64 uncompressed = 0;
+    };
+    std::vector<Entry> m_entries;
+    QHash<QString, int> m_entryIndex; // entries by path
+    QString m_archiveKey;
+    std::unique_ptr<CArchiveEntryBatch> m_entryBatch;
 };

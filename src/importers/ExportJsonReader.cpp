@@ -16,7 +16,7 @@ constexpr qint64 kChunk = 64 * 1024;
 // size holds one unit's fields (and the path of objects it is in) in memory. Each object's
 // own fields go to the feeder when its "children" begin or when it closes, whichever
 // comes first: a disc or folder before what lies in it. Members this reader does not
-// know (the media details) are read over.
+// know are read over.
 class CExportJsonParser
 {
 public:
@@ -101,9 +101,14 @@ private:
     static QString* Field(ExportRow& row, const QString& key)
     {
         const std::pair<const char*, QString*> fields[] = {
-            {"path", &row.Path},   {"name", &row.Name},         {"type", &row.Type},
-            {"size", &row.Size},   {"modified", &row.Modified}, {"created", &row.Created},
-            {"added", &row.Added}, {"notes", &row.Notes},       {"storage", &row.Storage}};
+            {"path", &row.Path},         {"name", &row.Name},         {"type", &row.Type},
+            {"size", &row.Size},         {"modified", &row.Modified}, {"created", &row.Created},
+            {"added", &row.Added},       {"notes", &row.Notes},       {"storage", &row.Storage},
+            {"category", &row.Category}, {"duration", &row.Duration}, {"width", &row.Width},
+            {"height", &row.Height},     {"bitrate", &row.Bitrate},   {"codec", &row.Codec},
+            {"artist", &row.Artist},     {"title", &row.Title},       {"album", &row.Album},
+            {"year", &row.Year},         {"track", &row.Track},       {"genre", &row.Genre},
+            {"archive", &row.Archive}};
         for (const auto& [name, field] : fields) {
             if (key == QLatin1String(name))
                 return field;
@@ -281,4 +286,5 @@ void CExportJsonReader::Read(QIODevice& in, CImportSink& sink) const
 {
     CExportRowFeeder feeder(sink);
     CExportJsonParser(in, feeder).Run();
+    feeder.Finish();
 }

@@ -51,7 +51,58 @@ qint64 SizeOf(const QString& text, int line)
     return size;
 }
 
+CNullable<qint64> NumberOf(const QString& text, int line)
+{
+    if (text.isEmpty())
+        return {};
+    bool ok = false;
+    const qint64 number = text.toLongLong(&ok);
+    if (ok)
+        return number;
+    // A list written by hand may give a duration in fractions of a second.
+    const double real = text.toDouble(&ok);
+    if (ok)
+        return qRound64(real);
+    throw ImportError{line, QStringLiteral("unreadable number \"%1\"").arg(text)};
+}
+
+ImportedMedia MediaOf(const ExportRow& row, int line)
+{
+    ImportedMedia media;
+    media.Duration = NumberOf(row.Duration, line);
+    media.Width = NumberOf(row.Width, line);
+    media.Height = NumberOf(row.Height, line);
+    media.Bitrate = NumberOf(row.Bitrate, line);
+    media.Codec = row.Codec;
+    media.Artist = row.Artist;
+    media.Title = row.Title;
+    media.Album = row.Album;
+    media.Year = NumberOf(row.Year, line);
+    media.Track = NumberOf(row.Track, line);
+    media.Genre = row.Genre;
+    return media;
+}
+
+bool IsBelow(const QString& path, const QString& above)
+{
+    return !above.isEmpty() && path.size() > above.size() && path.startsWith(above) &&
+           path[above.size()] == QLatin1Char('/');
+}
+
 } // namespace
+
+void CExportRowFeeder::SendPending()
+{
+    if (!m_hasPending)
+        return;
+    m_hasPending = false;
+    m_sink.Item(m_pending);
+}
+
+void CExportRowFeeder::Finish()
+{
+    SendPending();
+}
 
 void CExportRowFeeder::Row(const ExportRow& row, int line)
 {
@@ -61,6 +112,26 @@ void CExportRowFeeder::Row(const ExportRow& row, int line)
     if (path.isEmpty() || parts.contains(QString()))
         throw ImportError{line, QStringLiteral("empty name in the path \"%1\"").arg(path)};
 
+    if (m_hasPending && IsBelow(path, m_pendingPath)) {
+        // Entries follow the file: it is an archive. An export written before the
+        // "archive" column does not name the format, which the catalogue needs: the
+        // file's extension in upper case stands in for it.
+        if (m_pending.ArchiveFormat.isEmpty()) {
+            const QString name = m_pending.Path.last();
+            const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
+            m_pending.ArchiveFormat = dot > 0 ? name.mid(dot + 1).toUpper() : name.toUpper();
+        }
+        if (m_archive.isEmpty()) {
+            m_archive = m_pendingPath;
+            m_archiveLength = static_cast<int>(m_pending.Path.size());
+        }
+    }
+    SendPending();
+    if (!IsBelow(path, m_archive)) {
+        m_archive.clear();
+        m_archiveLength = 0;
+    }
+
     if (!m_started || row.Storage != m_storage) {
         // Another storage of a whole catalogue's export: its units are new.
         if (m_inDisc)
@@ -69,13 +140,9 @@ void CExportRowFeeder::Row(const ExportRow& row, int line)
         m_storage = row.Storage;
         m_top.clear();
         m_inDisc = false;
-        m_lastFile.clear();
+        m_archive.clear();
+        m_archiveLength = 0;
     }
-    if (!m_lastFile.isEmpty() && path.startsWith(m_lastFile) && path.size() > m_lastFile.size() &&
-        path[m_lastFile.size()] == QLatin1Char('/'))
-        return;
-    if (kind == Kind::File)
-        m_lastFile = path;
 
     if (kind == Kind::Disc && parts.size() == 1) {
         m_sink.BeginDisc(parts.first(), DateOf(row.Added, line));
@@ -103,5 +170,16 @@ void CExportRowFeeder::Row(const ExportRow& row, int line)
     item.Modified = DateOf(row.Modified, line);
     item.Created = DateOf(row.Created, line);
     item.Notes = row.Notes;
-    m_sink.Item(item);
+    item.Added = DateOf(row.Added, line);
+    item.Category = row.Category;
+    item.Media = MediaOf(row, line);
+    item.ArchiveFormat = row.Archive;
+    item.ArchivePathLength = m_archiveLength;
+    if (kind != Kind::File) {
+        m_sink.Item(item);
+        return;
+    }
+    m_pending = std::move(item);
+    m_pendingPath = path;
+    m_hasPending = true;
 }

@@ -1,10 +1,36 @@
 #pragma once
 
+#include "sqlitewrapper/Nullable.h"
+
 #include <QDateTime>
 #include <QString>
 #include <QStringList>
 
 #include <QtGlobal>
+
+// A film's, a piece of music's or a picture's details as our own export lists them;
+// null or empty where the list has none.
+struct ImportedMedia
+{
+    CNullable<qint64> Duration;
+    CNullable<qint64> Width;
+    CNullable<qint64> Height;
+    CNullable<qint64> Bitrate;
+    QString Codec;
+    QString Artist;
+    QString Title;
+    QString Album;
+    CNullable<qint64> Year;
+    CNullable<qint64> Track;
+    QString Genre;
+
+    bool IsEmpty() const
+    {
+        return Duration.IsNull() && Width.IsNull() && Height.IsNull() && Bitrate.IsNull() &&
+               Codec.isEmpty() && Artist.isEmpty() && Title.isEmpty() && Album.isEmpty() &&
+               Year.IsNull() && Track.IsNull() && Genre.isEmpty();
+    }
+};
 
 // One folder or file read from another cataloguer's list (or from our own export),
 // with what the list holds of it. Fields the list does not have stay unknown.
@@ -18,6 +44,15 @@ struct ImportedItem
     QDateTime Modified; // invalid when the list does not say
     QDateTime Created;
     QString Notes;
+    // What only our own export holds; the other lists leave these empty.
+    QDateTime Added;  // when the unit was catalogued
+    QString Category; // the category's name; empty: the category by extension
+    ImportedMedia Media;
+    // For an archive (a file whose entries follow it): its format ("ZIP").
+    QString ArchiveFormat;
+    // For an entry of an archive: how many parts of Path name the outermost archive
+    // file; 0 for an item that lies in no archive.
+    int ArchivePathLength = 0;
 };
 
 // What a reader of a list hands its discs and items to, in the list's order. An

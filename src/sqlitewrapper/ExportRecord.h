@@ -36,4 +36,6 @@ struct ExportRecord
     QString Genre;
     // A file whose entries are catalogued below it (an archive, or one inside another).
     bool IsArchive = false;
+    // The format its ArchiveInfo row gives ("ZIP"); empty for a unit without one.
+    QString ArchiveFormat;
 };

@@ -20,6 +20,7 @@ const char* const kExportSelect =
     "FilmInfo.Codec, MusicInfo.Artist, MusicInfo.Title, MusicInfo.Album, MusicInfo.Year, "
     "MusicInfo.TrackNumber, MusicInfo.Genre, Units.UnitType IN ('F', 'f') AND EXISTS (SELECT 1 "
     "FROM "
+    "ArchiveInfo WHERE ArchiveInfo.UnitID = Units.UnitID), (SELECT ArchiveInfo.Format FROM "
     "ArchiveInfo WHERE ArchiveInfo.UnitID = Units.UnitID) FROM Units "
     "LEFT JOIN Categories ON Categories.CategoryID = Units.CategoryID "
     "LEFT JOIN FilmInfo ON Units.CategoryID = 2 AND FilmInfo.FilmInfoID = Units.UnitInfoID "
@@ -40,7 +41,7 @@ CNullable<qint64> Number(char** values, int i)
 
 void ExportRecords(std::vector<ExportRecord>& rows, int columns, char** values)
 {
-    if (columns < 22)
+    if (columns < 23)
         return;
     ExportRecord r;
     r.UnitID = values[0] ? std::atoi(values[0]) : 0;
@@ -65,6 +66,8 @@ void ExportRecords(std::vector<ExportRecord>& rows, int columns, char** values)
     r.Track = Number(values, 19);
     r.Genre = Text(values, 20);
     r.IsArchive = values[21] && values[21][0] == '1';
+    if (r.IsArchive)
+        r.ArchiveFormat = Text(values, 22);
     rows.push_back(std::move(r));
 }
 

@@ -226,6 +226,8 @@ public:
     // When the unit was catalogued (a disc brought in from another cataloguer's list
     // keeps the date that list gives it). ImportUpdates.cpp.
     void SetUnitDateAdded(int unitId, const QDateTime& added);
+    // The same for a run of units with consecutive ids (a list's files written together).
+    void SetUnitsDateAdded(int firstId, int lastId, const QDateTime& added);
     void DeleteUnit(int unitId);
     void DeleteUnitRows(const std::vector<int>& ids);
     void DeleteStorageUnits(int storageId);

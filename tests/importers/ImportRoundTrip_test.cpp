@@ -16,41 +16,53 @@
 
 namespace {
 
-// Everything a storage holds, one line per unit in path order: kind, path, size,
-// dates, notes, category and the stored counters.
-QStringList Tree(CSqliteWrapper& db, int id, bool topLevel, const QString& prefix)
+// Everything a storage holds, one line per unit in path order: kind, path, size, dates
+// (added among them), notes, category, media details, the stored counters, and for an
+// archive its ArchiveInfo row; archives' entries included.
+QStringList Tree(CSqliteWrapper& db, int storageId, int parentId, const QString& prefix)
 {
     QStringList lines;
-    std::vector<UnitListItem> children;
-    db.GetSubunits(children, id, topLevel);
-    for (const UnitListItem& unit : children) {
-        const QString path = prefix + QLatin1Char('/') + unit.UnitName;
-        QString line = QStringLiteral("%1 %2 size=%3 cat=%4")
+    std::vector<ExportRecord> children;
+    db.GetExportChildren(storageId, parentId, children);
+    for (const ExportRecord& unit : children) {
+        const QString path = prefix + QLatin1Char('/') + unit.Name;
+        const auto n = [](const CNullable<qint64>& v) {
+            return v.IsNull() ? QStringLiteral("-") : QString::number(v.Value());
+        };
+        QString line = QStringLiteral("%1 %2 size=%3 cat=%4 added=%5 modified=%6 created=%7 "
+                                      "notes=%8 media=%9")
                            .arg(static_cast<int>(unit.Kind))
                            .arg(path)
-                           .arg(unit.UnitSize)
-                           .arg(unit.CategoryID);
-        if (unit.Kind == UnitKind::File) {
-            const FileDetails file = db.GetFileProperties(unit.UnitID);
-            line += QStringLiteral(" modified=%1 created=%2 notes=%3")
-                        .arg(file.DateModified, file.DateCreated, file.UnitNotes);
-        } else {
+                           .arg(unit.Size)
+                           .arg(unit.Category, unit.Added, unit.Modified, unit.Created, unit.Notes,
+                                QStringList{n(unit.Duration), n(unit.Width), n(unit.Height),
+                                            n(unit.Bitrate), unit.Codec, unit.Artist, unit.Title,
+                                            unit.Album, n(unit.Year), n(unit.Track), unit.Genre}
+                                    .join(QLatin1Char('|')));
+        if (unit.Kind != UnitKind::File) {
             const FolderDetails folder = db.GetFolderProperties(unit.UnitID);
-            line += QStringLiteral(" files=%1 folders=%2 notes=%3")
+            line += QStringLiteral(" files=%1 folders=%2")
                         .arg(folder.SubfilesNumber)
-                        .arg(folder.SubfoldersNumber)
-                        .arg(folder.UnitNotes);
-            // A disc keeps when it was catalogued.
-            if (unit.Kind == UnitKind::Disc)
-                line += QStringLiteral(" added=") + folder.DateAdded;
-            lines << line;
-            lines << Tree(db, unit.UnitID, false, path);
-            continue;
+                        .arg(folder.SubfoldersNumber);
         }
-        lines << line;
+        ArchiveDetails archive;
+        if (db.GetArchiveInfo(unit.UnitID, archive))
+            line += QStringLiteral(" archive=%1,%2,%3")
+                        .arg(archive.Format)
+                        .arg(archive.EntriesNumber)
+                        .arg(archive.UncompressedSize);
+        lines << line << Tree(db, storageId, unit.UnitID, path);
     }
     lines.sort();
     return lines;
+}
+
+bool Make(const QString& program, const QStringList& arguments, const QString& in = QString())
+{
+    QProcess process;
+    process.setWorkingDirectory(in);
+    process.start(program, arguments);
+    return process.waitForFinished(60000) && process.exitCode() == 0;
 }
 
 class ImportRoundTrip : public ::testing::Test
@@ -65,16 +77,29 @@ protected:
         MakeFile(QStringLiteral("tree/Sub folder/Été/deeper/empty.bin"), "");
         ASSERT_TRUE(QDir(m_dir.path()).mkpath(QStringLiteral("tree/empty folder")));
         MakeFile(QStringLiteral("loose.txt"), "loose file");
-        // An archive: the export lists its entries below it, the import takes it back as
-        // the file it is.
+        // An archive with a folder and a nested archive inside: the export lists its
+        // entries below it, the import writes them back as entries.
         if (!QStandardPaths::findExecutable(QStringLiteral("zip")).isEmpty()) {
             MakeFile(QStringLiteral("zipped/inner/entry.txt"), "inside");
-            QProcess zip;
-            zip.setWorkingDirectory(m_dir.filePath(QStringLiteral("zipped")));
-            zip.start(QStringLiteral("zip"),
-                      {"-qr", m_dir.filePath(QStringLiteral("tree/Sub folder/pack.zip")), "inner"});
-            ASSERT_TRUE(zip.waitForFinished(60000) && zip.exitCode() == 0);
+            MakeFile(QStringLiteral("nested/deep.txt"), "deeper inside");
+            const QString zipped = m_dir.filePath(QStringLiteral("zipped"));
+            ASSERT_TRUE(Make("zip", {"-q", zipped + "/inner/n.zip", "deep.txt"},
+                             m_dir.filePath(QStringLiteral("nested"))));
+            ASSERT_TRUE(
+                Make("zip", {"-qr", m_dir.filePath("tree/Sub folder/pack.zip"), "inner"}, zipped));
             m_withArchive = true;
+        }
+        // A song with tags and a picture: their media rows go out and come back.
+        if (!QStandardPaths::findExecutable(QStringLiteral("ffmpeg")).isEmpty() &&
+            !QStandardPaths::findExecutable(QStringLiteral("convert")).isEmpty()) {
+            ASSERT_TRUE(
+                Make("ffmpeg", {"-v", "error", "-y", "-nostdin", "-f", "lavfi", "-i",
+                                "sine=frequency=440:duration=2", "-metadata", "title=Round Trip",
+                                "-metadata", "artist=The Testers", "-metadata", "album=Exports",
+                                "-metadata", "date=1999", m_dir.filePath("tree/song.mp3")}));
+            ASSERT_TRUE(Make("convert",
+                             {"-size", "40x30", "xc:orange", m_dir.filePath("tree/picture.png")}));
+            m_withMedia = true;
         }
         ASSERT_EQ(Run({"new", m_cat}).status, 0);
         ASSERT_EQ(Run({"add-storage", m_cat, "Shelf"}).status, 0);
@@ -84,6 +109,9 @@ protected:
                        "--notes", "kept, \"quoted\"\nsecond line"})
                       .status,
                   0);
+        // A category set by hand on one file.
+        ASSERT_EQ(Run({"add-category", m_cat, "Letters"}).status, 0);
+        SetCategoryOf(QStringLiteral("a, b.txt"), QStringLiteral("Letters"));
         if (!QStandardPaths::findExecutable(QStringLiteral("xorriso")).isEmpty()) {
             MakeFile(QStringLiteral("disc/Docs/letter.txt"), QByteArray(3000, 'a'));
             MakeFile(QStringLiteral("disc/Photos/2012/IMG_0001.jpg"), QByteArray(10, 'b'));
@@ -110,6 +138,23 @@ protected:
                                      QFileDevice::FileModificationTime));
     }
 
+    void SetCategoryOf(const QString& name, const QString& category)
+    {
+        CSqliteWrapper db;
+        db.Open(m_cat, false);
+        int id = 0;
+        for (int unitId = 1; id == 0 && unitId < 100; ++unitId) {
+            try {
+                if (db.GetUnit(unitId).UnitName == name)
+                    id = unitId;
+            } catch (const std::out_of_range&) {
+            }
+        }
+        db.Close();
+        ASSERT_GT(id, 0);
+        ASSERT_EQ(Run({"set-category", m_cat, "--unit", QString::number(id), category}).status, 0);
+    }
+
     CliResult Run(const QStringList& arguments)
     {
         return RunCli(arguments, CliEnvironment(m_settings.path()));
@@ -125,7 +170,7 @@ protected:
             if (storage.StorageName == name) {
                 if (record)
                     *record = storage;
-                return Tree(db, storage.StorageID, true, QString());
+                return Tree(db, storage.StorageID, 0, QString());
             }
         }
         ADD_FAILURE() << "no storage " << name.toStdString();
@@ -137,6 +182,7 @@ protected:
     QString m_cat;
     bool m_withDisc = false;
     bool m_withArchive = false;
+    bool m_withMedia = false;
 };
 
 } // namespace
@@ -146,8 +192,18 @@ TEST_F(ImportRoundTrip, CsvFlatJsonAndNestedJsonComeBackUnitForUnit)
     StorageRecord original;
     const QStringList tree = StorageTree(QStringLiteral("Shelf"), &original);
     ASSERT_GE(tree.size(), 9);
+    const QString all = tree.join(QLatin1Char('\n'));
+    EXPECT_TRUE(all.contains(QStringLiteral("a, b.txt size=5 cat=Letters"))) << all.toStdString();
     if (m_withDisc) {
-        EXPECT_TRUE(tree.join(QLatin1Char('\n')).contains(QStringLiteral("/BACKUP ")));
+        EXPECT_TRUE(all.contains(QStringLiteral("/BACKUP ")));
+    }
+    if (m_withArchive) {
+        EXPECT_TRUE(all.contains(QStringLiteral("pack.zip size="))) << all.toStdString();
+        EXPECT_TRUE(all.contains(QStringLiteral("inner/n.zip/deep.txt"))) << all.toStdString();
+    }
+    if (m_withMedia) {
+        EXPECT_TRUE(all.contains(QStringLiteral("|The Testers|Round Trip|Exports|1999|")));
+        EXPECT_TRUE(all.contains(QStringLiteral("media=-|40|30|"))) << all.toStdString();
     }
 
     const struct
