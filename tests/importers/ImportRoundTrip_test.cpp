@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QFile>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 
@@ -214,17 +215,34 @@ TEST_F(ImportRoundTrip, CsvFlatJsonAndNestedJsonComeBackUnitForUnit)
         {"From CSV", {"--format", "csv"}},
         {"From JSON", {"--format", "json"}},
         {"From nested JSON", {"--format", "json", "--nested"}},
+        {"From older CSV", {"--format", "csv"}},
     };
     int i = 0;
     for (const auto& c : cases) {
         const QString list = m_dir.filePath(QStringLiteral("list%1").arg(++i));
         ASSERT_EQ(
             Run(QStringList{"export", m_cat, "Shelf", "--output", list} + c.exportArgs).status, 0);
+        QFile written(list);
+        ASSERT_TRUE(written.open(QIODevice::ReadWrite));
+        QByteArray text = written.readAll();
         if (m_withArchive) {
-            QFile written(list);
-            ASSERT_TRUE(written.open(QIODevice::ReadOnly));
-            EXPECT_TRUE(written.readAll().contains("pack.zip/inner/entry.txt"));
+            EXPECT_TRUE(text.contains("pack.zip/inner/entry.txt"));
         }
+        QStringList expected = tree;
+        if (QByteArray(c.storage).contains("older")) {
+            // As written before the archive column: the last field of every record goes
+            // (records end in CR LF, line breaks in notes are LF alone), and archives
+            // take their extension for a format.
+            text = QString::fromUtf8(text)
+                       .replace(QRegularExpression(QStringLiteral(",[^,\r\n]*\r\n")),
+                                QStringLiteral("\r\n"))
+                       .toUtf8();
+            written.resize(0);
+            written.write(text);
+            expected.replaceInStrings(QRegularExpression(QStringLiteral(" archive=[^,]*,")),
+                                      QStringLiteral(" archive=ZIP,"));
+        }
+        written.close();
         // The format is guessed from the content: the file names say nothing.
         const CliResult imported = Run({"import", m_cat, c.storage, list});
         ASSERT_EQ(imported.status, 0) << imported.err.toStdString();
@@ -235,7 +253,7 @@ TEST_F(ImportRoundTrip, CsvFlatJsonAndNestedJsonComeBackUnitForUnit)
             << imported.out.toStdString();
 
         StorageRecord copy;
-        EXPECT_EQ(StorageTree(QString::fromLatin1(c.storage), &copy), tree) << c.storage;
+        EXPECT_EQ(StorageTree(QString::fromLatin1(c.storage), &copy), expected) << c.storage;
         EXPECT_EQ(copy.FilesNumber, original.FilesNumber) << c.storage;
         EXPECT_EQ(copy.FoldersNumber, original.FoldersNumber) << c.storage;
         EXPECT_EQ(copy.DiscsNumber, original.DiscsNumber) << c.storage;
