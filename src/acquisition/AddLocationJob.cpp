@@ -209,8 +209,10 @@ bool CAddLocationJob::AddLocation(quint64 totalSize)
         return true;
     case UnitKind::Folder:
         m_addition = std::move(transaction);
-        Importer().SetCreationFromWrite(false);
-        Importer().SetLookInsideArchives(m_archives);
+        if (!Importer().IsReadingAhead()) {
+            Importer().SetCreationFromWrite(false);
+            Importer().SetLookInsideArchives(m_archives);
+        }
         Importer().StartImport(this, r.categorise, r.fixedCategory, r.storageId, unitId, totalSize);
         return true;
     default:
@@ -275,6 +277,11 @@ bool CAddLocationJob::Start(const Request& request)
         return true;
     case Mode::Folder:
         m_counting = true;
+        // The importer takes the records as the count finds them and starts reading
+        // their details ahead, on the cores the walk leaves idle.
+        Importer().SetCreationFromWrite(false);
+        Importer().SetLookInsideArchives(m_archives);
+        Importer().ReadAhead(request.categorise, request.fixedCategory);
         Searcher().Start(request.path, this, true);
         return true;
     case Mode::File:

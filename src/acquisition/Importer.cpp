@@ -23,6 +23,11 @@ constexpr int kMediaPollMs = 50;
 // Archives are read on threads of their own beside the media readers: few, as reading
 // headers is mostly waiting for the disc.
 constexpr int kArchiveThreads = 2;
+// Reads asked for and not taken by the writer yet, at most: what a window of records
+// needs, and a bound on the memory their results take while the writer is behind
+// (reading ahead of a folder's count, or behind one slow read). Listings are large.
+constexpr int kMaxReadsAhead = 4096;
+constexpr int kMaxArchivesAhead = 64;
 
 void Post(QObject* receiver, int code, qintptr wParam)
 {
@@ -39,8 +44,8 @@ bool HasMediaTable(int categoryId)
 
 CImporter::CImporter(CSqliteWrapper& db, SubunitQueue& queue)
     : m_db(db), m_queue(queue), m_thumbnails(Settings::Instance().KeepThumbnails),
-      m_readerFactory(&CreateMediaDetailsReader),
-      m_archives(Settings::Instance().LookInsideArchives)
+      m_archives(Settings::Instance().LookInsideArchives),
+      m_readerFactory(&CreateMediaDetailsReader)
 {
 }
 
@@ -55,35 +60,83 @@ void CImporter::SetMediaReaderFactory(ReaderFactory factory)
     m_readerFactory = std::move(factory);
 }
 
-void CImporter::StartImport(QObject* notify, bool categorise, int fixedCategory, int storageId,
-                            int rootUnitId, quint64 totalSize)
+void CImporter::Reset(bool categorise, int fixedCategory)
 {
-    Wait();
-    m_notify = notify;
+    m_notify = nullptr;
+    m_writing.store(false);
     m_categorise = categorise;
     m_fixedCategory = fixedCategory;
-    m_storageId = storageId;
-    m_totalSize = totalSize;
     m_importedSize = 0;
     m_lastPercentage = 0;
     m_cancel.store(0);
-    m_folders.assign(1, Folder());
-    m_folders.front().unitId = rootUnitId;
     m_folderIndex.clear();
     m_lastParentId = 0;
     m_lastParentIndex = 0;
     m_window.clear();
+    m_askedReads = 0;
+    m_askedArchives = 0;
+    m_readsAhead = 0;
+    m_archivesAhead = 0;
     m_files = m_batchRows > 1 ? std::make_unique<CFileInsertBatch>(m_batchRows) : nullptr;
     m_archiveWriter.reset();
-    m_batchThumbnails.clear();
+    m_batchLater.clear();
+    m_later.clear();
     m_thumbnailRows.Clear();
+}
 
+void CImporter::SetTarget(QObject* notify, int storageId, int rootUnitId, quint64 totalSize)
+{
+    m_notify = notify;
+    m_storageId = storageId;
+    m_totalSize = totalSize;
+    m_folders.assign(1, Folder());
+    m_folders.front().unitId = rootUnitId;
+}
+
+void CImporter::ReadAhead(bool categorise, int fixedCategory)
+{
+    Wait();
+    Reset(categorise, fixedCategory);
     m_thread.Start([this] { Run(); });
+}
+
+void CImporter::StartImport(QObject* notify, bool categorise, int fixedCategory, int storageId,
+                            int rootUnitId, quint64 totalSize)
+{
+    if (m_thread.IsRunning() && !m_writing.load()) {
+        // The worker reading ahead goes on to write.
+        std::lock_guard<std::mutex> lock(m_writingMutex);
+        SetTarget(notify, storageId, rootUnitId, totalSize);
+        m_writing.store(true);
+        m_writingAllowed.notify_all();
+        return;
+    }
+    Wait();
+    Reset(categorise, fixedCategory);
+    SetTarget(notify, storageId, rootUnitId, totalSize);
+    m_writing.store(true);
+    m_thread.Start([this] { Run(); });
+}
+
+void CImporter::Cancel()
+{
+    std::lock_guard<std::mutex> lock(m_writingMutex);
+    m_cancel.store(1);
+    m_writingAllowed.notify_all();
 }
 
 void CImporter::Wait()
 {
+    if (m_thread.IsRunning() && !m_writing.load())
+        Cancel();
     m_thread.Join();
+}
+
+bool CImporter::WaitToWrite()
+{
+    std::unique_lock<std::mutex> lock(m_writingMutex);
+    m_writingAllowed.wait(lock, [this] { return m_writing.load() || m_cancel.load() == 1; });
+    return m_cancel.load() == 0;
 }
 
 bool CImporter::IsRunning() const
@@ -96,7 +149,9 @@ WorkOutcome CImporter::Run()
     // The reading threads live as long as this run.
     if (m_readerFactory) {
         const int threads = m_mediaThreads > 0 ? m_mediaThreads : MediaReadPool::DefaultThreads();
-        m_pool = std::make_unique<MediaReadPool>(m_readerFactory, threads, m_thumbnails);
+        m_pool = std::make_unique<MediaReadPool>(m_readerFactory, threads);
+        if (m_thumbnails)
+            m_thumbnailPool = std::make_unique<ThumbnailReadPool>(threads);
     }
     WorkOutcome outcome = WorkOutcome::Failed;
     try {
@@ -108,12 +163,15 @@ WorkOutcome CImporter::Run()
         ErrorLog::Instance().ReportError(0, QString::fromLocal8Bit(error.what()),
                                          QStringLiteral("Importer"), __LINE__, false, true);
     }
-    m_pool.reset();
-    m_archivePool.reset();
+    // The jobs go before their pools.
     m_window.clear();
+    m_batchLater.clear();
+    m_later.clear();
+    m_pool.reset();
+    m_thumbnailPool.reset();
+    m_archivePool.reset();
     if (m_files)
         m_files->Clear();
-    m_batchThumbnails.clear();
     m_thumbnailRows.Clear();
     if (outcome == WorkOutcome::Succeeded)
         WriteTotals();
@@ -130,19 +188,33 @@ WorkOutcome CImporter::Drain()
     for (;;) {
         if (m_cancel.load(std::memory_order_relaxed) == 1)
             return WorkOutcome::Cancelled;
-        if (m_window.size() < kWindow) {
-            queue.PopBatch(arrived, kWindow - m_window.size());
+        // Reading ahead, every record is taken in as it comes; writing, a window's worth.
+        const bool writing = m_writing.load();
+        if (!writing || m_window.size() < kWindow) {
+            queue.PopBatch(arrived, writing ? kWindow - m_window.size() : kWindow);
             for (SubunitInfoPtr& record : arrived)
                 Admit(std::move(record));
             arrived.clear();
+            AskReadsAhead();
+        }
+        if (!writing) {
+            // At the end of the walk (or its cancel), wait for the go.
+            if (!queue.WaitNext() && !WaitToWrite())
+                return WorkOutcome::Cancelled;
+            continue;
         }
         if (m_window.empty()) {
             // Write what is gathered before waiting for the scanner: a slow disc's
             // files then reach the catalogue as it goes.
             FlushFiles();
             if (!queue.WaitNext()) {
-                if (queue.Outcome() == WorkOutcome::Succeeded)
+                if (queue.Outcome() == WorkOutcome::Succeeded) {
+                    // The thumbnails and listings still being read.
+                    if (!WriteLater(true))
+                        return WorkOutcome::Cancelled;
+                    m_thumbnailRows.Flush(m_db);
                     return WorkOutcome::Succeeded;
+                }
                 // The walk was cancelled. The dialog sets both flags together: this
                 // lasts only an instant.
                 if (m_cancel.load() == 1)
@@ -152,45 +224,84 @@ WorkOutcome CImporter::Drain()
             continue;
         }
         Pending& front = m_window.front();
+        // Next to be written: its reads are asked for whatever the limits say.
+        if (m_askedReads == 0) {
+            AskReads(front, true);
+            m_askedReads = 1;
+        }
+        if (m_askedArchives == 0) {
+            AskArchive(front, true);
+            m_askedArchives = 1;
+        }
         if (front.media && !m_pool->IsDone(front.media)) {
             // While its details are read, take in more records so that the other
             // readers have work; wait only when there is nothing else to do.
             if (m_window.size() < kWindow && queue.Size() > 0)
                 continue;
+            // Meanwhile what the background readers have done is written: it frees
+            // room for reads ahead.
+            WriteLater(false);
             m_pool->WaitFor(front.media, kMediaPollMs);
-            continue;
-        }
-        if (front.archive && !m_archivePool->IsDone(front.archive)) {
-            if (m_window.size() < kWindow && queue.Size() > 0)
-                continue;
-            m_archivePool->WaitFor(front.archive, kMediaPollMs);
             continue;
         }
         ImportRecord(front);
         m_window.pop_front();
+        --m_askedReads;
+        --m_askedArchives;
     }
 }
 
 void CImporter::Admit(SubunitInfoPtr record)
 {
     Pending pending;
-    if (record->IsFile()) {
+    if (record->IsFile())
         pending.categoryId =
             m_categorise ? m_db.CategoryForFile(record->Data.FileName) : m_fixedCategory;
-        // A link is catalogued as itself: its target's details are not its own.
-        if (m_pool && HasMediaTable(pending.categoryId) && !record->Data.IsLink())
-            pending.media = m_pool->Submit(record->Path(), pending.categoryId);
-        if (m_archives && !record->Data.IsLink() &&
-            ArchiveLister::HasArchiveName(record->Data.FileName)) {
-            if (!m_archivePool)
-                m_archivePool = std::make_unique<ArchiveReadPool>(kArchiveThreads);
-            pending.archive = m_archivePool->Submit(record->Path());
-        }
-    } else {
+    else
         pending.categoryId = m_categorise ? CategoryIds::General : m_fixedCategory;
-    }
     pending.record = std::move(record);
     m_window.push_back(std::move(pending));
+}
+
+bool CImporter::AskReads(Pending& pending, bool evenOverLimits)
+{
+    const SubunitInfo& record = *pending.record;
+    // A link is catalogued as itself: its target's details are not its own.
+    if (!m_pool || !record.IsFile() || record.Data.IsLink() || !HasMediaTable(pending.categoryId))
+        return true;
+    if (!evenOverLimits && m_readsAhead >= kMaxReadsAhead)
+        return false;
+    pending.media = m_pool->Submit(record.Path(), pending.categoryId);
+    ++m_readsAhead;
+    if (m_thumbnailPool && pending.categoryId == CategoryIds::Picture) {
+        pending.thumbnail = m_thumbnailPool->Submit(record.Path());
+        ++m_readsAhead;
+    }
+    return true;
+}
+
+bool CImporter::AskArchive(Pending& pending, bool evenOverLimits)
+{
+    const SubunitInfo& record = *pending.record;
+    if (!m_archives || !record.IsFile() || record.Data.IsLink() ||
+        !ArchiveLister::HasArchiveName(record.Data.FileName))
+        return true;
+    if (!evenOverLimits && m_archivesAhead >= kMaxArchivesAhead)
+        return false;
+    if (!m_archivePool)
+        m_archivePool = std::make_unique<ArchiveReadPool>(kArchiveThreads, true);
+    pending.archive = m_archivePool->Submit(record.Path());
+    ++m_archivesAhead;
+    return true;
+}
+
+void CImporter::AskReadsAhead()
+{
+    // Each kind as far as its own limit allows: archives held up do not hold up pictures.
+    while (m_askedReads < m_window.size() && AskReads(m_window[m_askedReads], false))
+        ++m_askedReads;
+    while (m_askedArchives < m_window.size() && AskArchive(m_window[m_askedArchives], false))
+        ++m_askedArchives;
 }
 
 int CImporter::ParentIndex(quint32 scannedParentId)
@@ -209,23 +320,18 @@ void CImporter::ImportRecord(Pending& pending)
 {
     const SubunitInfo& record = *pending.record;
     const int parent = ParentIndex(record.ParentID);
-    if (pending.archive) {
-        const ArchiveLister::Listing listing = m_archivePool->Take(pending.archive);
-        CArchiveWriter::ReportErrors(record.Path(), listing);
-        if (listing.IsArchive) {
-            ImportArchive(record, pending.categoryId, parent, listing);
-            return;
-        }
-    }
     if (record.IsFile()) {
         CNullable<int> unitInfoId;
-        ThumbnailRecord thumbnail;
         if (pending.media) {
-            MediaRecord media = m_pool->Take(pending.media);
-            unitInfoId = AddMediaRow(m_db, media);
-            thumbnail = std::move(media.thumbnail);
+            unitInfoId = AddMediaRow(m_db, m_pool->Take(pending.media));
+            --m_readsAhead;
         }
-        ImportFile(record, pending.categoryId, unitInfoId, parent, std::move(thumbnail));
+        Later later;
+        later.thumbnail = std::move(pending.thumbnail);
+        later.archive = std::move(pending.archive);
+        if (later.archive)
+            later.path = record.Path();
+        ImportFile(record, pending.categoryId, unitInfoId, parent, std::move(later));
         return;
     }
     // A folder's row is written at once, files wait in the batch: the files listed
@@ -245,7 +351,7 @@ void CImporter::ImportRecord(Pending& pending)
 }
 
 void CImporter::ImportFile(const SubunitInfo& record, int categoryId,
-                           const CNullable<int>& unitInfoId, int parent, ThumbnailRecord thumbnail)
+                           const CNullable<int>& unitInfoId, int parent, Later later)
 {
     const FindData& data = record.Data;
     const qint64 created = data.CreationTime == FindData::kNoTime && m_creationFromWrite
@@ -255,9 +361,12 @@ void CImporter::ImportFile(const SubunitInfo& record, int categoryId,
     const int parentUnitId = m_folders[parent].unitId;
     // A link's notes say where it points; nothing else has notes from the scan.
     const QString notes = data.Link ? QStringLiteral("-> ") + data.Link->Text : QString();
+    const bool readsLater = later.thumbnail || later.archive;
     if (m_files) {
-        if (!thumbnail.IsEmpty())
-            m_batchThumbnails.emplace_back(m_files->Rows(), std::move(thumbnail));
+        if (readsLater) {
+            later.row = m_files->Rows();
+            m_batchLater.push_back(std::move(later));
+        }
         m_files->Add(data.FileName, m_storageId, parentUnitId, size, WallClock(created),
                      WallClock(data.LastWriteTime), categoryId, unitInfoId, notes);
         m_batchedParentUnitId = parentUnitId;
@@ -267,36 +376,11 @@ void CImporter::ImportFile(const SubunitInfo& record, int categoryId,
         const int unitId = m_db.AddUnit(
             UnitKind::File, data.FileName, notes, categoryId, m_storageId, parentUnitId, unitInfoId,
             size, LocalTime(created), LocalTime(data.LastWriteTime), 0, false);
-        if (!thumbnail.IsEmpty())
-            m_thumbnailRows.Add(unitId, thumbnail);
-        if (m_thumbnailRows.IsFull())
-            m_thumbnailRows.Flush(m_db);
+        if (readsLater) {
+            later.unitId = unitId;
+            m_later.push_back(std::move(later));
+        }
     }
-    Folder& own = m_folders[parent];
-    own.files += 1;
-    own.size += data.Size;
-    m_importedSize += data.Size;
-    PostProgress();
-}
-
-void CImporter::ImportArchive(const SubunitInfo& record, int categoryId, int parent,
-                              const ArchiveLister::Listing& listing)
-{
-    // The archive's row is written on its own, as its id is the parent of its entries;
-    // the files gathered before it go first, so that ids follow the listing.
-    FlushFiles();
-    const FindData& data = record.Data;
-    const qint64 created = data.CreationTime == FindData::kNoTime && m_creationFromWrite
-                               ? data.LastWriteTime
-                               : data.CreationTime;
-    const int unitId =
-        m_db.AddUnit(UnitKind::File, data.FileName, QString(), categoryId, m_storageId,
-                     m_folders[parent].unitId, {}, static_cast<qint64>(data.Size),
-                     LocalTime(created), LocalTime(data.LastWriteTime), 0, false);
-    if (!m_archiveWriter)
-        m_archiveWriter = std::make_unique<CArchiveWriter>(m_categorise, m_fixedCategory);
-    m_archiveWriter->Write(m_db, unitId, m_storageId, listing);
-    // The archive counts once, at its own size, like any file.
     Folder& own = m_folders[parent];
     own.files += 1;
     own.size += data.Size;
@@ -313,14 +397,68 @@ void CImporter::FlushFiles()
         // new row takes the next id of the table), the last of them LastInsertId: the
         // triggers' inserts into other tables do not change what it gives afterwards.
         const int firstId = m_db.LastInsertId() - rows + 1;
-        for (auto& [row, thumbnail] : m_batchThumbnails) {
-            m_thumbnailRows.Add(firstId + row, thumbnail);
+        for (Later& later : m_batchLater) {
+            later.unitId = firstId + later.row;
+            m_later.push_back(std::move(later));
+        }
+        m_batchLater.clear();
+    }
+    WriteLater(false);
+    m_thumbnailRows.Flush(m_db);
+}
+
+bool CImporter::IsRead(const Later& later) const
+{
+    return (!later.thumbnail || m_thumbnailPool->IsDone(later.thumbnail)) &&
+           (!later.archive || m_archivePool->IsDone(later.archive));
+}
+
+bool CImporter::WriteLater(bool wait)
+{
+    for (;;) {
+        // What is read is written, whatever is still being read before it.
+        const auto unread = std::stable_partition(
+            m_later.begin(), m_later.end(), [this](const Later& later) { return !IsRead(later); });
+        for (auto it = unread; it != m_later.end(); ++it)
+            WriteRead(*it);
+        m_later.erase(unread, m_later.end());
+        if (m_later.empty() || !wait)
+            break;
+        if (m_cancel.load(std::memory_order_relaxed) == 1)
+            return false;
+        const Later& first = m_later.front();
+        // Either may have been read since it was looked at.
+        if (first.thumbnail && !m_thumbnailPool->IsDone(first.thumbnail))
+            m_thumbnailPool->WaitFor(first.thumbnail, kMediaPollMs);
+        else if (first.archive)
+            m_archivePool->WaitFor(first.archive, kMediaPollMs);
+    }
+    AskReadsAhead();
+    return true;
+}
+
+void CImporter::WriteRead(Later& later)
+{
+    if (later.thumbnail) {
+        const ThumbnailRecord thumbnail = m_thumbnailPool->Take(later.thumbnail);
+        --m_readsAhead;
+        if (!thumbnail.IsEmpty()) {
+            m_thumbnailRows.Add(later.unitId, thumbnail);
             if (m_thumbnailRows.IsFull())
                 m_thumbnailRows.Flush(m_db);
         }
-        m_batchThumbnails.clear();
     }
-    m_thumbnailRows.Flush(m_db);
+    if (later.archive) {
+        const ArchiveLister::Listing listing = m_archivePool->Take(later.archive);
+        --m_archivesAhead;
+        CArchiveWriter::ReportErrors(later.path, listing);
+        if (listing.IsArchive) {
+            if (!m_archiveWriter)
+                m_archiveWriter = std::make_unique<CArchiveWriter>(m_categorise, m_fixedCategory);
+            // The archive's own row counts once, at its own size, like any file.
+            m_archiveWriter->Write(m_db, later.unitId, m_storageId, listing);
+        }
+    }
 }
 
 qint64 CImporter::UtcOffsetMsecs(qint64 utcMsecs)

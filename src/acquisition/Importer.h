@@ -3,6 +3,7 @@
 #include "acquisition/ArchiveReadPool.h"
 #include "acquisition/ArchiveWriter.h"
 #include "acquisition/SubunitInfo.h"
+#include "acquisition/ThumbnailReadPool.h"
 #include "common/WorkOutcome.h"
 #include "common/WorkerThread.h"
 #include "media/MediaReadPool.h"
@@ -13,9 +14,11 @@
 #include <QtGlobal>
 
 #include <atomic>
+#include <condition_variable>
 #include <deque>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -37,7 +40,10 @@ class SubunitQueue;
 // may get higher ids than its subfolders. Media details are read by a MediaReadPool
 // running ahead of the writing: records are taken from the queue into a window of
 // some thousands, their reads are started on arrival, and each record is written in
-// order once its details are there.
+// order once its details are there. A picture's thumbnail and an archive's listing
+// are read on background pools of their own and written when they come, after their
+// file's row: a slow one never holds up the rows behind it, and an archive's entries
+// may get higher ids than the files that follow it.
 class CImporter final
 {
 public:
@@ -70,10 +76,19 @@ public:
     // files with an archive's extension are tried, on threads of their own.
     void SetLookInsideArchives(bool on) { m_archives = on; }
 
+    // Starts the worker before the records have a place in the catalogue: while the
+    // scanner walks a folder to count it, the records are taken in as they come and
+    // their details, thumbnails and listings are read, as far as the limits on reads
+    // ahead allow; nothing is written until StartImport. A worker stopped (Cancel,
+    // Wait) before that writes nothing and posts nothing.
+    void ReadAhead(bool categorise, int fixedCategory);
+    // Writes the records below rootUnitId: on the worker reading ahead, or on a new one.
     void StartImport(QObject* notify, bool categorise, int fixedCategory, int storageId,
                      int rootUnitId, quint64 totalSize);
-    void Cancel() { m_cancel.store(1); }
-    // Blocks until the worker has ended (tests and the command line).
+    void Cancel();
+    bool IsReadingAhead() const { return m_thread.IsRunning() && !m_writing.load(); }
+    // Blocks until the worker has ended (tests and the command line); a worker still
+    // reading ahead is stopped first.
     void Wait();
     bool IsRunning() const;
 
@@ -97,16 +112,33 @@ private:
         SubunitInfoPtr record;
         int categoryId = 0;
         MediaReadPool::JobPtr media;
+        ThumbnailReadPool::JobPtr thumbnail;
         ArchiveReadPool::JobPtr archive;
     };
+    // A file whose thumbnail or archive listing was asked for, written when it is read.
+    struct Later
+    {
+        int unitId = 0; // 0 while the file waits in m_files, at index row
+        int row = 0;
+        ThumbnailReadPool::JobPtr thumbnail;
+        ArchiveReadPool::JobPtr archive;
+        QString path; // where an archive's errors are reported
+    };
 
+    void Reset(bool categorise, int fixedCategory);
+    void SetTarget(QObject* notify, int storageId, int rootUnitId, quint64 totalSize);
+    bool WaitToWrite();
     WorkOutcome Drain();
     void Admit(SubunitInfoPtr record);
+    bool AskReads(Pending& pending, bool evenOverLimits);
+    bool AskArchive(Pending& pending, bool evenOverLimits);
+    void AskReadsAhead();
     void ImportRecord(Pending& pending);
     void ImportFile(const SubunitInfo& record, int categoryId, const CNullable<int>& unitInfoId,
-                    int parent, ThumbnailRecord thumbnail = {});
-    void ImportArchive(const SubunitInfo& record, int categoryId, int parent,
-                       const ArchiveLister::Listing& listing);
+                    int parent, Later later);
+    bool IsRead(const Later& later) const;
+    bool WriteLater(bool wait);
+    void WriteRead(Later& later);
     int ParentIndex(quint32 scannedParentId);
     void FlushFiles();
     void WriteTotals();
@@ -118,13 +150,21 @@ private:
     CSqliteWrapper& m_db;
     SubunitQueue& m_queue;
     QObject* m_notify = nullptr;
-    bool m_categorise = true;
-    int m_fixedCategory = 1;
-    int m_storageId = 0;
     quint64 m_totalSize = 0;
     quint64 m_importedSize = 0;
+    int m_fixedCategory = 1;
+    int m_storageId = 0;
     int m_lastPercentage = 0;
     std::atomic<int> m_cancel{0};
+    // Set, with the target above, by StartImport; until then the worker reads ahead.
+    std::atomic<bool> m_writing{false};
+    bool m_categorise = true;
+    bool m_hasLastHour = false;
+    bool m_creationFromWrite = false;
+    bool m_thumbnails = true;
+    bool m_archives = true;
+    std::mutex m_writingMutex;
+    std::condition_variable m_writingAllowed;
 
     std::vector<Folder> m_folders;
     std::unordered_map<quint32, int> m_folderIndex; // scanned folder ID -> index in m_folders
@@ -133,24 +173,28 @@ private:
     std::unordered_map<qint64, qint64> m_utcOffsets; // hour since 1970 -> msecs east of UTC
     qint64 m_lastHour = 0;
     qint64 m_lastOffset = 0;
-    bool m_hasLastHour = false;
 
     int m_batchRows = CFileInsertBatch::kDefaultRows;
-    bool m_creationFromWrite = false;
-    std::unique_ptr<CFileInsertBatch> m_files;
-    // The thumbnails of files waiting in m_files, by row index there: their ids are
-    // known once the batch is written. Then, and for files written one by one, they
-    // wait in m_thumbnailRows.
-    std::vector<std::pair<int, ThumbnailRecord>> m_batchThumbnails;
-    CThumbnailInsertBatch m_thumbnailRows;
-    bool m_thumbnails = true;
     int m_batchedParentUnitId = 0; // the folder of the last file put into m_files
+    std::unique_ptr<CFileInsertBatch> m_files;
+    // The thumbnails and listings asked for files waiting in m_files: their ids are
+    // known once the batch is written. Then, and for files written one by one, they
+    // wait in m_later until they are read; thumbnails then gather in m_thumbnailRows.
+    std::vector<Later> m_batchLater;
+    std::vector<Later> m_later;
+    CThumbnailInsertBatch m_thumbnailRows;
     std::deque<Pending> m_window;
+    // Records at the window's front whose details and thumbnails, and whose listings,
+    // were asked for.
+    size_t m_askedReads = 0;
+    size_t m_askedArchives = 0;
+    int m_readsAhead = 0;    // details and thumbnails asked for and not taken
+    int m_archivesAhead = 0; // listings asked for and not taken
 
     ReaderFactory m_readerFactory;
     int m_mediaThreads = 0;
     std::unique_ptr<MediaReadPool> m_pool;
-    bool m_archives = true;
+    std::unique_ptr<ThumbnailReadPool> m_thumbnailPool;
     std::unique_ptr<ArchiveReadPool> m_archivePool; // made for the first archive met
     std::unique_ptr<CArchiveWriter> m_archiveWriter;
     CWorkerThread m_thread;

@@ -17,7 +17,9 @@
 // one reading thread, not the writer. Each thread gets its own read function, made on
 // that thread (a reader with state of its own). The threads are owned and joined by the
 // pool; when it goes away, reads under way see the cancel flag they are given and jobs
-// not started are dropped.
+// not started are dropped. A background pool's threads run at a lower priority: for
+// reads whose results the writer can take whenever they come, so that they use the
+// cores the writer and the scanner leave.
 template <typename Request, typename Result> class ReadAheadPool
 {
 public:
@@ -34,11 +36,16 @@ public:
     };
     using JobPtr = std::shared_ptr<Job>;
 
-    ReadAheadPool(ReadMaker makeRead, int threads) : m_makeRead(std::move(makeRead))
+    ReadAheadPool(ReadMaker makeRead, int threads, bool background = false)
+        : m_makeRead(std::move(makeRead))
     {
         for (int i = 0; i < std::max(1, threads); ++i) {
             m_threads.push_back(std::make_unique<CWorkerThread>());
-            m_threads.back()->Start([this] { Work(); });
+            m_threads.back()->Start([this, background] {
+                if (background)
+                    CWorkerThread::LowerCurrentPriority();
+                Work();
+            });
         }
     }
 

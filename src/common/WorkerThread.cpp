@@ -2,6 +2,21 @@
 
 #include <QThread>
 
+#include <algorithm>
+
+#ifdef Q_OS_LINUX
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+#endif
+
+namespace {
+
+// Nice value 5: a third of the share of a thread at 0 when both want a core.
+constexpr int kLowerNice = 5;
+
+} // namespace
+
 CWorkerThread::CWorkerThread() = default;
 
 CWorkerThread::~CWorkerThread()
@@ -27,4 +42,16 @@ void CWorkerThread::Join()
 bool CWorkerThread::IsRunning() const
 {
     return m_thread && !m_thread->isFinished();
+}
+
+void CWorkerThread::LowerCurrentPriority()
+{
+#ifdef Q_OS_LINUX
+    // Qt's thread priorities do nothing under the default policy on Linux; a nice value
+    // set for the thread's own id applies to that thread alone.
+    const auto tid = static_cast<id_t>(syscall(SYS_gettid));
+    setpriority(PRIO_PROCESS, tid, std::max(getpriority(PRIO_PROCESS, tid), kLowerNice));
+#else
+    QThread::currentThread()->setPriority(QThread::LowPriority);
+#endif
 }

@@ -26,6 +26,12 @@ public:
     /// True from Start until the work has returned.
     bool IsRunning() const;
 
+    /// Lowers the priority of the calling thread, for work that may wait while other
+    /// threads of the program need the cores: the scheduler then gives it what they
+    /// leave. Linux schedules threads one by one, so there the thread's nice value goes
+    /// up; elsewhere Qt's low priority is asked for.
+    static void LowerCurrentPriority();
+
 private:
     std::unique_ptr<QThread> m_thread;
 };

@@ -216,17 +216,11 @@ bool ReadTagLibFacts(const TagLib::FileRef& ref, MusicInfo& music)
     return true;
 }
 
-void InitialiseLibraries()
-{
-    static std::once_flag once;
-    std::call_once(once, [] { PictureDetails::InitialiseLibraries(); });
-}
-
 } // namespace
 
 LibraryMediaReader::LibraryMediaReader(FileAccess access) : m_access(access)
 {
-    InitialiseLibraries();
+    PictureDetails::InitialiseLibraries();
 }
 
 LibraryMediaReader::~LibraryMediaReader() = default;

@@ -38,7 +38,7 @@ MediaReadPool::MediaReadPool(ReaderFactory factory, int threads, bool thumbnails
               return ReadWith(factory ? std::shared_ptr<MediaDetailsReader>(factory()) : nullptr,
                               thumbnails);
           },
-          threads)
+          threads, true)
 {
 }
 

@@ -19,7 +19,9 @@ struct MediaReadRequest
 // the importer that writes them: the importer hands in each film, music or picture file
 // as it takes the record from the scanner, and collects the result when it comes to
 // write that record. A slow file then holds up one reading thread, not the catalogue.
-// Each thread has its own reader, made by the factory on that thread.
+// Each thread has its own reader, made by the factory on that thread. The threads run
+// in the background (at a lower priority), so that the writer and the scanner keep
+// their cores.
 class MediaReadPool final : public ReadAheadPool<MediaReadRequest, MediaRecord>
 {
 public:

@@ -289,11 +289,16 @@ namespace PictureDetails {
 
 void InitialiseLibraries()
 {
-    // XMP parsing sets up a toolkit that is not safe to set up from two threads at once.
-    static std::recursive_mutex xmpMutex;
-    Exiv2::XmpParser::initialize(LockXmpToolkit, &xmpMutex);
-    // Damaged metadata is common in collections; Exiv2 would write a warning for each.
-    Exiv2::LogMsg::setLevel(Exiv2::LogMsg::mute);
+    static std::once_flag once;
+    std::call_once(once, [] {
+        // XMP parsing sets up a toolkit that is not safe to set up from two threads at
+        // once.
+        static std::recursive_mutex xmpMutex;
+        Exiv2::XmpParser::initialize(LockXmpToolkit, &xmpMutex);
+        // Damaged metadata is common in collections; Exiv2 would write a warning for
+        // each.
+        Exiv2::LogMsg::setLevel(Exiv2::LogMsg::mute);
+    });
 }
 
 bool Read(MediaFile& file, PictureInfo& picture)

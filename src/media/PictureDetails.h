@@ -21,8 +21,9 @@ class MediaFile;
 // parse of the whole drawing.
 namespace PictureDetails {
 
-/// Process-wide set-up of Exiv2 (its XMP parser and its log). Called once, before any
-/// reading thread starts: LibraryMediaReader's constructor does it.
+/// Process-wide set-up of Exiv2 (its XMP parser and its log), done by the first call;
+/// every thread calls it before its first use of Exiv2 (LibraryMediaReader's constructor,
+/// the thumbnailer).
 void InitialiseLibraries();
 
 /// False when neither library finds a picture of known size in the open file. May throw

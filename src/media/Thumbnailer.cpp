@@ -1,5 +1,7 @@
 #include "media/Thumbnailer.h"
 
+#include "media/PictureDetails.h"
+
 #include <QBuffer>
 #include <QCoreApplication>
 #include <QFile>
@@ -46,6 +48,7 @@ struct ExifThumbnail
 ExifThumbnail ReadExifThumbnail(const QString& path)
 {
     ExifThumbnail found;
+    PictureDetails::InitialiseLibraries();
     try {
         const auto image = Exiv2::ImageFactory::open(QFile::encodeName(path).toStdString());
         if (!image.get())

@@ -5,10 +5,17 @@
 
 #include "acquisition/Importer.h"
 #include "acquisition/SubunitQueue.h"
+#include "acquisition/SubunitsSearcher.h"
 #include "common/WorkerEvent.h"
 #include "common/WorkerThread.h"
 
+#include <QColor>
 #include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QProcess>
+#include <QTemporaryDir>
 #include <QTest>
 
 #include <gtest/gtest.h>
@@ -129,4 +136,69 @@ TEST(WorkerThread, AnImporterThatHasFinishedIsWaitedForAndRunsAgain)
     }
     EXPECT_EQ(events.Outcomes,
               (std::vector<WorkOutcome>{WorkOutcome::Succeeded, WorkOutcome::Succeeded}));
+}
+
+TEST(WorkerThread, AnImporterReadingAheadWritesOnlyOnceToldWhereAndIsStoppedByWait)
+{
+    // A folder counted while the importer reads ahead: pictures (thumbnails), a zip
+    // (entries) and plain files.
+    QTemporaryDir dir;
+    const QString root = dir.filePath(QStringLiteral("tree"));
+    ASSERT_TRUE(QDir().mkpath(root + QStringLiteral("/pictures")));
+    for (int i = 0; i < 12; ++i) {
+        QImage picture(400 + i, 300, QImage::Format_RGB32);
+        picture.fill(QColor::fromHsv(i * 30, 200, 200));
+        ASSERT_TRUE(picture.save(QStringLiteral("%1/pictures/p%2.png").arg(root).arg(i)));
+    }
+    QFile plain(root + QStringLiteral("/notes.txt"));
+    ASSERT_TRUE(plain.open(QIODevice::WriteOnly));
+    plain.write("notes");
+    plain.close();
+    const bool zipped = QProcess::execute(QStringLiteral("zip"),
+                                          {QStringLiteral("-qr"), root + QStringLiteral("/set.zip"),
+                                           root + QStringLiteral("/pictures"),
+                                           root + QStringLiteral("/notes.txt")}) == 0;
+
+    TestCatalogue catalogue;
+    const int storage = catalogue.Db().AddStorage("Shelf", QString());
+    const int top = catalogue.AddFolder(storage, 0, "tree");
+    const qint64 unitsBefore = catalogue.Number(QStringLiteral("SELECT COUNT(*) FROM Units"));
+    FinishedEvents events;
+    SubunitQueue queue;
+    SubunitsSearcher searcher(queue);
+    CImporter importer(catalogue.Db(), queue);
+    importer.SetThumbnails(true);
+    importer.SetLookInsideArchives(true);
+
+    // Stopped before it is told where: nothing written, nothing posted.
+    importer.ReadAhead(true, 1);
+    EXPECT_TRUE(importer.IsReadingAhead());
+    searcher.Start(root, nullptr, true);
+    searcher.Wait();
+    importer.Wait();
+    RunEventLoop();
+    EXPECT_FALSE(importer.IsRunning());
+    EXPECT_TRUE(events.Outcomes.empty());
+    EXPECT_EQ(catalogue.Number(QStringLiteral("SELECT COUNT(*) FROM Units")), unitsBefore);
+
+    // Told where after the walk: every record, thumbnail and entry is written.
+    queue.Clear();
+    importer.ReadAhead(true, 1);
+    searcher.Start(root, nullptr, true);
+    searcher.Wait();
+    importer.StartImport(&events, true, 1, storage, top, searcher.TotalSize());
+    EXPECT_FALSE(importer.IsReadingAhead());
+    importer.Wait();
+    RunEventLoop();
+    EXPECT_EQ(events.Outcomes, std::vector<WorkOutcome>{WorkOutcome::Succeeded});
+    EXPECT_EQ(catalogue.Number(
+                  QStringLiteral("SELECT SubfilesNumber FROM Units WHERE UnitID = %1").arg(top)),
+              zipped ? 14 : 13);
+    qint64 bytes = 0;
+    EXPECT_EQ(catalogue.Db().CountThumbnails(bytes), 12);
+    if (zipped) {
+        EXPECT_EQ(catalogue.Number(QStringLiteral("SELECT COUNT(*) FROM Units WHERE UnitType = "
+                                                  "'f' AND UnitName LIKE 'p%.png'")),
+                  12);
+    }
 }
