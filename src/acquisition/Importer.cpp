@@ -23,11 +23,13 @@ constexpr int kMediaPollMs = 50;
 // Archives are read on threads of their own beside the media readers: few, as reading
 // headers is mostly waiting for the disc.
 constexpr int kArchiveThreads = 2;
-// Reads asked for and not taken by the writer yet, at most: what a window of records
-// needs, and a bound on the memory their results take while the writer is behind
-// (reading ahead of a folder's count, or behind one slow read). Listings are large.
-constexpr int kMaxReadsAhead = 4096;
-constexpr int kMaxArchivesAhead = 64;
+// Reads asked for and not taken by the writer yet, at most: room for the readers to
+// run well ahead of the writer (while a folder is counted, all the more), and a bound
+// on the memory their results take meanwhile. A thumbnail takes a few KB; a listing
+// grows with its archive, roughly a tenth of the archive's bytes or less.
+constexpr int kMaxReadsAhead = 16384;
+constexpr int kMaxArchivesAhead = 256;
+constexpr quint64 kMaxArchiveBytesAhead = 128 * 1024 * 1024;
 
 void Post(QObject* receiver, int code, qintptr wParam)
 {
@@ -77,6 +79,7 @@ void CImporter::Reset(bool categorise, int fixedCategory)
     m_askedArchives = 0;
     m_readsAhead = 0;
     m_archivesAhead = 0;
+    m_archiveBytesAhead = 0;
     m_files = m_batchRows > 1 ? std::make_unique<CFileInsertBatch>(m_batchRows) : nullptr;
     m_archiveWriter.reset();
     m_batchLater.clear();
@@ -286,12 +289,14 @@ bool CImporter::AskArchive(Pending& pending, bool evenOverLimits)
     if (!m_archives || !record.IsFile() || record.Data.IsLink() ||
         !ArchiveLister::HasArchiveName(record.Data.FileName))
         return true;
-    if (!evenOverLimits && m_archivesAhead >= kMaxArchivesAhead)
+    if (!evenOverLimits && (m_archivesAhead >= kMaxArchivesAhead ||
+                            m_archiveBytesAhead + record.Data.Size > kMaxArchiveBytesAhead))
         return false;
     if (!m_archivePool)
         m_archivePool = std::make_unique<ArchiveReadPool>(kArchiveThreads, true);
     pending.archive = m_archivePool->Submit(record.Path());
     ++m_archivesAhead;
+    m_archiveBytesAhead += record.Data.Size;
     return true;
 }
 
@@ -329,8 +334,10 @@ void CImporter::ImportRecord(Pending& pending)
         Later later;
         later.thumbnail = std::move(pending.thumbnail);
         later.archive = std::move(pending.archive);
-        if (later.archive)
+        if (later.archive) {
             later.path = record.Path();
+            later.archiveBytes = record.Data.Size;
+        }
         ImportFile(record, pending.categoryId, unitInfoId, parent, std::move(later));
         return;
     }
@@ -451,6 +458,7 @@ void CImporter::WriteRead(Later& later)
     if (later.archive) {
         const ArchiveLister::Listing listing = m_archivePool->Take(later.archive);
         --m_archivesAhead;
+        m_archiveBytesAhead -= later.archiveBytes;
         CArchiveWriter::ReportErrors(later.path, listing);
         if (listing.IsArchive) {
             if (!m_archiveWriter)

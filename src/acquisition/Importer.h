@@ -123,6 +123,7 @@ private:
         ThumbnailReadPool::JobPtr thumbnail;
         ArchiveReadPool::JobPtr archive;
         QString path; // where an archive's errors are reported
+        quint64 archiveBytes = 0;
     };
 
     void Reset(bool categorise, int fixedCategory);
@@ -189,7 +190,8 @@ private:
     size_t m_askedReads = 0;
     size_t m_askedArchives = 0;
     int m_readsAhead = 0;    // details and thumbnails asked for and not taken
-    int m_archivesAhead = 0; // listings asked for and not taken
+    int m_archivesAhead = 0; // listings asked for and not taken, and their archives' bytes
+    quint64 m_archiveBytesAhead = 0;
 
     ReaderFactory m_readerFactory;
     int m_mediaThreads = 0;

@@ -31,7 +31,9 @@ public:
     private:
         friend class ReadAheadPool;
         Request m_request;
-        bool m_done = false;
+        // Set, after the result, under the pool's lock; read without it by IsDone, which
+        // the writer asks often.
+        std::atomic<bool> m_done{false};
         Result m_result;
     };
     using JobPtr = std::shared_ptr<Job>;
@@ -77,11 +79,7 @@ public:
         return job;
     }
 
-    bool IsDone(const JobPtr& job) const
-    {
-        std::lock_guard<std::mutex> lock(m_mutex);
-        return job->m_done;
-    }
+    bool IsDone(const JobPtr& job) const { return job->m_done.load(std::memory_order_acquire); }
 
     // Waits until the job is done or timeoutMs have passed (negative: no limit); true
     // when done.
@@ -89,11 +87,11 @@ public:
     {
         std::unique_lock<std::mutex> lock(m_mutex);
         if (timeoutMs < 0) {
-            m_jobDone.wait(lock, [&job] { return job->m_done; });
+            m_jobDone.wait(lock, [&job] { return job->m_done.load(); });
             return true;
         }
         return m_jobDone.wait_for(lock, std::chrono::milliseconds(timeoutMs),
-                                  [&job] { return job->m_done; });
+                                  [&job] { return job->m_done.load(); });
     }
 
     // The result of a done job, moved out.
@@ -121,7 +119,7 @@ private:
             {
                 std::lock_guard<std::mutex> lock(m_mutex);
                 job->m_result = std::move(result);
-                job->m_done = true;
+                job->m_done.store(true, std::memory_order_release);
             }
             m_jobDone.notify_all();
         }

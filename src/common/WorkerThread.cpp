@@ -12,8 +12,8 @@
 
 namespace {
 
-// Nice value 5: a third of the share of a thread at 0 when both want a core.
-constexpr int kLowerNice = 5;
+// Nice value 10: a tenth of the share of a thread at 0 when both want a core.
+constexpr int kLowerNice = 10;
 
 } // namespace
 
