@@ -154,7 +154,7 @@ WorkOutcome CImporter::Run()
         const int threads = m_mediaThreads > 0 ? m_mediaThreads : MediaReadPool::DefaultThreads();
         m_pool = std::make_unique<MediaReadPool>(m_readerFactory, threads);
         if (m_thumbnails)
-            m_thumbnailPool = std::make_unique<ThumbnailReadPool>(threads);
+            m_thumbnailPool = std::make_unique<ThumbnailReadPool>(std::max(1, threads - 1));
     }
     WorkOutcome outcome = WorkOutcome::Failed;
     try {
@@ -293,7 +293,7 @@ bool CImporter::AskArchive(Pending& pending, bool evenOverLimits)
                             m_archiveBytesAhead + record.Data.Size > kMaxArchiveBytesAhead))
         return false;
     if (!m_archivePool)
-        m_archivePool = std::make_unique<ArchiveReadPool>(kArchiveThreads, true);
+        m_archivePool = std::make_unique<ArchiveReadPool>(std::max(1, std::min(kArchiveThreads, QThread::idealThreadCount() - 1)), true);
     pending.archive = m_archivePool->Submit(record.Path());
     ++m_archivesAhead;
     m_archiveBytesAhead += record.Data.Size;

@@ -23,15 +23,31 @@ int ArchiveContents::Child(int parent, const QString& name, bool isFolder)
 int ArchiveContents::Add(int parent, const QString& path, bool isFolder, quint64 size,
                          qint64 lastWriteTime)
 {
-    QStringList parts = path.split(QLatin1Char('/'), Qt::SkipEmptyParts);
-    parts.removeAll(QStringLiteral("."));
-    parts.removeAll(QStringLiteral(".."));
-    if (parts.isEmpty())
-        return -1;
-    int folder = parent;
-    for (qsizetype i = 0; i + 1 < parts.size(); ++i)
-        folder = Child(folder, parts[i], true);
-    const int index = Child(folder, parts.last(), isFolder);
+    // Entries mostly come folder by folder: the folder the last path named is kept, and
+    // a path in the same folder (the same text before its last '/') needs no splitting.
+    const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
+    const QStringView name = QStringView(path).mid(slash + 1);
+    const bool plainName = !name.isEmpty() && name != u"." && name != u"..";
+    int index = -1;
+    if (plainName && slash > 0 && parent == m_lastParent &&
+        QStringView(path).left(slash) == m_lastFolderPath) {
+        index = Child(m_lastFolder, name.toString(), isFolder);
+    } else {
+        QStringList parts = path.split(QLatin1Char('/'), Qt::SkipEmptyParts);
+        parts.removeAll(QStringLiteral("."));
+        parts.removeAll(QStringLiteral(".."));
+        if (parts.isEmpty())
+            return -1;
+        int folder = parent;
+        for (qsizetype i = 0; i + 1 < parts.size(); ++i)
+            folder = Child(folder, parts[i], true);
+        index = Child(folder, parts.last(), isFolder);
+        if (plainName && slash > 0) {
+            m_lastParent = parent;
+            m_lastFolderPath = path.left(slash);
+            m_lastFolder = folder;
+        }
+    }
     Entry& entry = m_entries[static_cast<size_t>(index)];
     entry.LastWriteTime = lastWriteTime;
     if (!isFolder) {
@@ -87,4 +103,7 @@ void ArchiveContents::Clear()
     m_nested.clear();
     m_folders.clear();
     m_uncompressed = 0;
+    m_lastParent = kNoFolder;
+    m_lastFolderPath.clear();
+    m_lastFolder = -1;
 }

@@ -6,6 +6,7 @@
 #include <QString>
 #include <QtGlobal>
 
+#include <limits>
 #include <vector>
 
 // What an archive (or a disc image lying on a medium) holds, as a tree of entries to
@@ -63,4 +64,10 @@ private:
     // (parent index, name) -> index of a folder entry, so paths find their folders.
     QHash<QPair<int, QString>, int> m_folders;
     quint64 m_uncompressed = 0;
+    // The folder the last path added lay in: the parent it was added below, the text of
+    // the path before its last '/', and the folder's index.
+    static constexpr int kNoFolder = std::numeric_limits<int>::min();
+    int m_lastParent = kNoFolder;
+    int m_lastFolder = -1;
+    QString m_lastFolderPath;
 };
