@@ -21,7 +21,7 @@ constexpr size_t kWindow = 4096;
 // How long a wait for a media read lasts before cancel and the queue are looked at.
 constexpr int kMediaPollMs = 50;
 // Archives are read on threads of their own beside the media readers: few, as reading
-// headers is mostly waiting for the disc.
+// headers is mostly waiting for the disc, and no more than the cores the writer leaves.
 constexpr int kArchiveThreads = 2;
 // Reads asked for and not taken by the writer yet, at most: room for the readers to
 // run well ahead of the writer (while a folder is counted, all the more), and a bound
@@ -153,6 +153,7 @@ WorkOutcome CImporter::Run()
     if (m_readerFactory) {
         const int threads = m_mediaThreads > 0 ? m_mediaThreads : MediaReadPool::DefaultThreads();
         m_pool = std::make_unique<MediaReadPool>(m_readerFactory, threads);
+        // Decoding pictures is work for the cores the writer leaves.
         if (m_thumbnails)
             m_thumbnailPool = std::make_unique<ThumbnailReadPool>(std::max(1, threads - 1));
     }
@@ -293,7 +294,8 @@ bool CImporter::AskArchive(Pending& pending, bool evenOverLimits)
                             m_archiveBytesAhead + record.Data.Size > kMaxArchiveBytesAhead))
         return false;
     if (!m_archivePool)
-        m_archivePool = std::make_unique<ArchiveReadPool>(std::max(1, std::min(kArchiveThreads, QThread::idealThreadCount() - 1)), true);
+        m_archivePool = std::make_unique<ArchiveReadPool>(
+            std::clamp(QThread::idealThreadCount() - 1, 1, kArchiveThreads), true);
     pending.archive = m_archivePool->Submit(record.Path());
     ++m_archivesAhead;
     m_archiveBytesAhead += record.Data.Size;
