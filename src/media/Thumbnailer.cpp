@@ -1,6 +1,7 @@
 #include "media/Thumbnailer.h"
 
 #include "media/PictureDetails.h"
+#include "media/PngEncoder.h"
 
 #include <QBuffer>
 #include <QCoreApplication>
@@ -275,7 +276,7 @@ ThumbnailRecord FromImage(const QImage& image)
     thumbnail.Width = scaled.width();
     thumbnail.Height = scaled.height();
     if (HasTransparentPixels(scaled))
-        thumbnail.Image = Encode(scaled, "PNG", kPngQuality);
+        thumbnail.Image = PngEncoder::Encode(scaled);
     else
         thumbnail.Image =
             Encode(scaled.convertToFormat(QImage::Format_RGB888), "JPEG", kJpegQuality);

@@ -20,9 +20,6 @@ namespace Thumbnailer {
 
 constexpr int kMaxSide = 160;
 constexpr int kJpegQuality = 75;
-// Qt's PNG quality 80 is zlib's level 1: a thumbnail is written about twice as fast
-// and comes out a few per cent larger.
-constexpr int kPngQuality = 80;
 
 /// The size within kMaxSide x kMaxSide with the aspect of source (each side at least 1);
 /// source itself when it fits already.

@@ -1,6 +1,8 @@
 // Thumbnails of pictures made by ImageMagick and exiftool: every format fits the box
 // with its own shape, transparency keeps PNG, a camera's Exif thumbnail is taken when it
-// has the picture's shape, and damaged pictures give none.
+// has the picture's shape, damaged pictures give none, and the PNG written for a
+// transparent thumbnail is lossless and read by ImageMagick too.
+#include "media/PngEncoder.h"
 #include "media/Thumbnailer.h"
 
 #include <QDir>
@@ -186,3 +188,39 @@ TEST_F(ThumbnailerTest, DamagedOrMissingPicturesGiveNone)
 }
 
 } // namespace
+
+TEST_F(ThumbnailerTest, TransparentThumbnailsAreLosslessPngsThatOtherReadersTake)
+{
+    // Every channel value in every position, alpha included; a single pixel; one column.
+    QImage varied(161, 97, QImage::Format_ARGB32);
+    for (int y = 0; y < varied.height(); ++y) {
+        for (int x = 0; x < varied.width(); ++x)
+            varied.setPixel(
+                x, y, qRgba((x * 7 + y) % 256, (y * 13) % 256, (x * y) % 256, (x + 3 * y) % 256));
+    }
+    QImage dot(1, 1, QImage::Format_ARGB32);
+    dot.fill(qRgba(10, 20, 30, 40));
+    QImage column(1, 160, QImage::Format_ARGB32_Premultiplied);
+    column.fill(Qt::transparent);
+    for (const QImage& image : {varied, dot, column}) {
+        const QByteArray png = PngEncoder::Encode(image);
+        ASSERT_TRUE(IsPng(png));
+        const QImage back = QImage::fromData(png, "PNG");
+        ASSERT_EQ(back.size(), image.size());
+        EXPECT_EQ(back.convertToFormat(QImage::Format_RGBA8888),
+                  image.convertToFormat(QImage::Format_RGBA8888));
+    }
+    // ImageMagick reads it too (checking every chunk's CRC on the way).
+    const QString file = Path(QStringLiteral("varied.png"));
+    QFile out(file);
+    ASSERT_TRUE(out.open(QIODevice::WriteOnly));
+    out.write(PngEncoder::Encode(varied));
+    out.close();
+    QProcess identify;
+    identify.start(QStringLiteral("identify"),
+                   {QStringLiteral("-format"), QStringLiteral("%w %h %A"), file});
+    ASSERT_TRUE(identify.waitForFinished(30000));
+    EXPECT_EQ(identify.exitCode(), 0) << identify.readAllStandardError().toStdString();
+    EXPECT_EQ(identify.readAllStandardOutput().trimmed(), QByteArray("161 97 True"));
+    EXPECT_TRUE(PngEncoder::Encode(QImage()).isEmpty());
+}
