@@ -30,6 +30,9 @@ constexpr int kArchiveThreads = 2;
 constexpr int kMaxReadsAhead = 16384;
 constexpr int kMaxArchivesAhead = 256;
 constexpr quint64 kMaxArchiveBytesAhead = 128 * 1024 * 1024;
+// Thumbnails and listings still unread that the writer looks past for read ones: more
+// than the reading threads have under way.
+constexpr int kUnreadLookedPast = 16;
 
 void Post(QObject* receiver, int code, qintptr wParam)
 {
@@ -425,12 +428,23 @@ bool CImporter::IsRead(const Later& later) const
 bool CImporter::WriteLater(bool wait)
 {
     for (;;) {
-        // What is read is written, whatever is still being read before it.
-        const auto unread = std::stable_partition(
-            m_later.begin(), m_later.end(), [this](const Later& later) { return !IsRead(later); });
-        for (auto it = unread; it != m_later.end(); ++it)
-            WriteRead(*it);
-        m_later.erase(unread, m_later.end());
+        // The readers take their jobs in the order of this list, a few at a time: what
+        // is read is its start, but for the few still being read there. Past some
+        // unread ones, the rest is unread too.
+        int unread = 0;
+        for (Later& later : m_later) {
+            if (later.written)
+                continue;
+            if (!IsRead(later)) {
+                if (++unread > kUnreadLookedPast)
+                    break;
+                continue;
+            }
+            WriteRead(later);
+            later.written = true;
+        }
+        while (!m_later.empty() && m_later.front().written)
+            m_later.pop_front();
         if (m_later.empty() || !wait)
             break;
         if (m_cancel.load(std::memory_order_relaxed) == 1)

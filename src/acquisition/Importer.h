@@ -124,6 +124,7 @@ private:
         ArchiveReadPool::JobPtr archive;
         QString path; // where an archive's errors are reported
         quint64 archiveBytes = 0;
+        bool written = false;
     };
 
     void Reset(bool categorise, int fixedCategory);
@@ -182,7 +183,7 @@ private:
     // known once the batch is written. Then, and for files written one by one, they
     // wait in m_later until they are read; thumbnails then gather in m_thumbnailRows.
     std::vector<Later> m_batchLater;
-    std::vector<Later> m_later;
+    std::deque<Later> m_later;
     CThumbnailInsertBatch m_thumbnailRows;
     std::deque<Pending> m_window;
     // Records at the window's front whose details and thumbnails, and whose listings,
