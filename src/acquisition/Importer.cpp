@@ -30,9 +30,6 @@ constexpr int kArchiveThreads = 2;
 constexpr int kMaxReadsAhead = 16384;
 constexpr int kMaxArchivesAhead = 256;
 constexpr quint64 kMaxArchiveBytesAhead = 128 * 1024 * 1024;
-// Thumbnails and listings still unread that the writer looks past for read ones: more
-// than the reading threads have under way.
-constexpr int kUnreadLookedPast = 16;
 
 void Post(QObject* receiver, int code, qintptr wParam)
 {
@@ -281,7 +278,9 @@ bool CImporter::AskReads(Pending& pending, bool evenOverLimits)
     pending.media = m_pool->Submit(record.Path(), pending.categoryId);
     ++m_readsAhead;
     if (m_thumbnailPool && pending.categoryId == CategoryIds::Picture) {
-        pending.thumbnail = m_thumbnailPool->Submit(record.Path());
+        // The largest pictures first: they take longest.
+        pending.thumbnail =
+            m_thumbnailPool->Submit(record.Path(), static_cast<qint64>(record.Data.Size));
         ++m_readsAhead;
     }
     return true;
@@ -299,7 +298,7 @@ bool CImporter::AskArchive(Pending& pending, bool evenOverLimits)
     if (!m_archivePool)
         m_archivePool = std::make_unique<ArchiveReadPool>(
             std::clamp(QThread::idealThreadCount() - 1, 1, kArchiveThreads), true);
-    pending.archive = m_archivePool->Submit(record.Path());
+    pending.archive = m_archivePool->Submit(record.Path(), static_cast<qint64>(record.Data.Size));
     ++m_archivesAhead;
     m_archiveBytesAhead += record.Data.Size;
     return true;
@@ -428,20 +427,13 @@ bool CImporter::IsRead(const Later& later) const
 bool CImporter::WriteLater(bool wait)
 {
     for (;;) {
-        // The readers take their jobs in the order of this list, a few at a time: what
-        // is read is its start, but for the few still being read there. Past some
-        // unread ones, the rest is unread too.
-        int unread = 0;
+        // The readers take the largest files first: what is read lies anywhere in the
+        // list.
         for (Later& later : m_later) {
-            if (later.written)
-                continue;
-            if (!IsRead(later)) {
-                if (++unread > kUnreadLookedPast)
-                    break;
-                continue;
+            if (!later.written && IsRead(later)) {
+                WriteRead(later);
+                later.written = true;
             }
-            WriteRead(later);
-            later.written = true;
         }
         while (!m_later.empty() && m_later.front().written)
             m_later.pop_front();

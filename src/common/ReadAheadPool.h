@@ -6,8 +6,8 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <deque>
 #include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -67,13 +67,17 @@ public:
     ReadAheadPool(const ReadAheadPool&) = delete;
     ReadAheadPool& operator=(const ReadAheadPool&) = delete;
 
-    JobPtr Submit(Request request)
+    // Jobs are read in the order of their priority, the highest first, and in the order
+    // they were handed in among equals. A writer that takes results whenever they come
+    // gives the longest reads the highest: started first, they end before the short ones
+    // rather than alone at the end.
+    JobPtr Submit(Request request, qint64 priority = 0)
     {
         auto job = std::make_shared<Job>();
         job->m_request = std::move(request);
         {
             std::lock_guard<std::mutex> lock(m_mutex);
-            m_waiting.push_back(job);
+            m_waiting.emplace(priority, job);
         }
         m_workArrived.notify_one();
         return job;
@@ -112,8 +116,8 @@ private:
                 m_workArrived.wait(lock, [this] { return m_stopping || !m_waiting.empty(); });
                 if (m_stopping)
                     return;
-                job = std::move(m_waiting.front());
-                m_waiting.pop_front();
+                job = std::move(m_waiting.begin()->second);
+                m_waiting.erase(m_waiting.begin());
             }
             Result result = read ? read(job->m_request, m_cancel) : Result();
             {
@@ -129,7 +133,7 @@ private:
     mutable std::mutex m_mutex;
     std::condition_variable m_workArrived;
     std::condition_variable m_jobDone;
-    std::deque<JobPtr> m_waiting;
+    std::multimap<qint64, JobPtr, std::greater<>> m_waiting; // by priority, highest first
     bool m_stopping = false;
     std::atomic<int> m_cancel{0};
     std::vector<std::unique_ptr<CWorkerThread>> m_threads;

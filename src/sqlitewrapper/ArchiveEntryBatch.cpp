@@ -1,5 +1,6 @@
 #include "sqlitewrapper/ArchiveEntryBatch.h"
 
+#include "sqlitewrapper/SqlText.h"
 #include "sqlitewrapper/SqliteWrapper.h"
 
 #include <QDateTime>
@@ -8,8 +9,11 @@
 
 namespace {
 
-constexpr char kInsertHead[] = "INSERT INTO Units(UnitID, UnitName, UnitType, StorageID, "
-                               "ParentUnitID, UnitSize, DateModified, CategoryID)VALUES";
+// The rows go in as the text of one string literal, read by ArchiveEntryRows.
+constexpr char kInsertHead[] =
+    "INSERT INTO Units(UnitID, ParentUnitID, UnitName, UnitType, StorageID, UnitSize, "
+    "DateModified, CategoryID) SELECT UnitID, ParentUnitID, UnitName, UnitType, ";
+constexpr char kRowsFrom[] = ", UnitSize, DateModified, CategoryID FROM ArchiveEntryRows('";
 
 void AppendNumber(std::string& sql, qint64 value)
 {
@@ -18,13 +22,49 @@ void AppendNumber(std::string& sql, qint64 value)
     sql.append(digits, static_cast<size_t>(end - digits));
 }
 
+// A name as a field of the rows' text inside the literal: the characters that end a
+// field or a line escaped, a quote doubled as in any literal.
+void AppendNameField(std::string& sql, const QString& name)
+{
+    const QByteArray bytes = name.toUtf8();
+    for (const char c : bytes) {
+        switch (c) {
+        case '\\':
+            sql += "\\\\";
+            break;
+        case '\t':
+            sql += "\\t";
+            break;
+        case '\n':
+            sql += "\\n";
+            break;
+        case '\0':
+            sql += "\\0";
+            break;
+        case '\'':
+            sql += "''";
+            break;
+        default:
+            sql += c;
+        }
+    }
+}
+
 } // namespace
 
 CArchiveEntryBatch::CArchiveEntryBatch(int firstId, int storageId)
     : m_nextId(firstId), m_storageId(storageId)
 {
     m_sql.reserve(64 * 1024);
+    Start();
+}
+
+void CArchiveEntryBatch::Start()
+{
     m_sql = kInsertHead;
+    AppendNumber(m_sql, m_storageId);
+    m_sql += kRowsFrom;
+    m_rows = 0;
 }
 
 int CArchiveEntryBatch::Add(int parentId, const QString& name, bool isFolder, qint64 size,
@@ -32,27 +72,27 @@ int CArchiveEntryBatch::Add(int parentId, const QString& name, bool isFolder, qi
 {
     const int id = m_nextId++;
     std::string& sql = m_sql;
-    if (m_rows > 0)
-        sql += ", ";
-    sql += '(';
     AppendNumber(sql, id);
-    sql += ", ";
-    SqlText::AppendQuotedUtf8(sql, name);
-    sql += isFolder ? ", 'd', " : ", 'f', ";
-    AppendNumber(sql, m_storageId);
-    sql += ", ";
+    sql += '\t';
     AppendNumber(sql, parentId);
-    sql += ", ";
+    sql += '\t';
+    AppendNameField(sql, name);
+    sql += isFolder ? "\td\t" : "\tf\t";
     AppendNumber(sql, size);
-    sql += ", ";
-    if (modifiedWallMsecs == kNoDate)
-        sql += "NULL";
-    else if (!SqlText::AppendDateLiteral(sql, modifiedWallMsecs))
-        sql += SqlText::FormatSqlDate(QDateTime::fromMSecsSinceEpoch(modifiedWallMsecs, Qt::UTC))
-                   .toStdString();
-    sql += ", ";
+    sql += '\t';
+    if (modifiedWallMsecs != kNoDate) {
+        // The date literal's text without its quotes.
+        m_date.clear();
+        if (SqlText::AppendDateLiteral(m_date, modifiedWallMsecs))
+            sql.append(m_date, 1, m_date.size() - 2);
+        else
+            sql +=
+                SqlText::FormatDateText(QDateTime::fromMSecsSinceEpoch(modifiedWallMsecs, Qt::UTC))
+                    .toStdString();
+    }
+    sql += '\t';
     AppendNumber(sql, categoryId);
-    sql += ')';
+    sql += '\n';
     ++m_rows;
     return id;
 }
@@ -63,7 +103,8 @@ void CArchiveEntryBatch::Flush(CSqliteWrapper& db)
         return;
     std::string sql;
     sql.swap(m_sql);
-    m_sql = kInsertHead;
-    m_rows = 0;
+    sql += "')";
+    m_sql.reserve(sql.capacity());
+    Start();
     db.ExecuteUtf8(sql);
 }

@@ -9,7 +9,8 @@
 class CSqliteWrapper;
 
 // The Units rows of an archive's entries ('d' folders and 'f' files below the archive's
-// own 'F' unit), written as multi-row INSERTs. Each row carries its UnitID, handed out
+// own 'F' unit), written a few hundred at a time by one INSERT ... SELECT over
+// ArchiveEntryRows, the rows' text one string literal. Each row carries its UnitID, handed out
 // here from the first free one (CSqliteWrapper::NextUnitId), so an entry's parent is
 // known before its folder's row is written and a whole archive goes in a few statements.
 // Entries have no creation date and no media row.
@@ -34,8 +35,11 @@ public:
     int NextId() const { return m_nextId; }
 
 private:
+    void Start();
+
     int m_nextId;
     int m_storageId;
     int m_rows = 0;
     std::string m_sql;
+    std::string m_date;
 };

@@ -1,5 +1,6 @@
 #include "sqlitewrapper/SqliteWrapper.h"
 
+#include "sqlitewrapper/ArchiveEntryRows.h"
 #include "sqlitewrapper/Transaction.h"
 
 #include "common/Strings.h"
@@ -61,6 +62,7 @@ void CSqliteWrapper::OpenWith(const QString& path, int flags, bool fatal)
     // Parsing a long statement (the multi-row inserts of an import) makes thousands of
     // small allocations; a larger lookaside takes most of them off the heap.
     sqlite3_db_config(db, SQLITE_DBCONFIG_LOOKASIDE, nullptr, 256, 4096);
+    ArchiveEntryRows::Register(db);
     m_db = db;
     Execute(QStringLiteral("PRAGMA temp_store = MEMORY"));
     LoadCategories();

@@ -1,11 +1,13 @@
 // Worker threads are owned by whoever started them: joined, then deleted, never deleted
-// behind the owner's back by the event loop.
+// behind the owner's back by the event loop. The importer's worker reads ahead and is
+// stopped or told where to write; a reading pool takes its jobs by priority.
 #include "Gate.h"
 #include "TestCatalogue.h"
 
 #include "acquisition/Importer.h"
 #include "acquisition/SubunitQueue.h"
 #include "acquisition/SubunitsSearcher.h"
+#include "common/ReadAheadPool.h"
 #include "common/WorkerEvent.h"
 #include "common/WorkerThread.h"
 
@@ -201,4 +203,34 @@ TEST(WorkerThread, AnImporterReadingAheadWritesOnlyOnceToldWhereAndIsStoppedByWa
                                                   "'f' AND UnitName LIKE 'p%.png'")),
                   12);
     }
+}
+
+TEST(WorkerThread, AReadAheadPoolReadsTheHighestPriorityFirstAndEqualsInOrder)
+{
+    // One thread, held in its first job while the others are handed in.
+    Gate held;
+    GateOpener opener(held);
+    std::mutex orderMutex;
+    std::vector<int> order;
+    ReadAheadPool<int, int> pool(
+        [&] {
+            return [&](const int& request, const std::atomic<int>&) {
+                if (request == 0)
+                    held.Pass();
+                const std::lock_guard<std::mutex> lock(orderMutex);
+                order.push_back(request);
+                return request * 10;
+            };
+        },
+        1);
+    std::vector<ReadAheadPool<int, int>::JobPtr> jobs{pool.Submit(0, 1000)};
+    ASSERT_TRUE(QTest::qWaitFor([&] { return held.Arrived() == 1; }, 60000));
+    const std::vector<std::pair<int, qint64>> requests = {{1, 5}, {2, 50}, {3, 5}, {4, 0}, {5, 50}};
+    for (const auto& [request, priority] : requests)
+        jobs.push_back(pool.Submit(request, priority));
+    held.Open();
+    for (const auto& job : jobs)
+        ASSERT_TRUE(pool.WaitFor(job, 60000));
+    EXPECT_EQ(order, (std::vector<int>{0, 2, 5, 1, 3, 4}));
+    EXPECT_EQ(pool.Take(jobs[2]), 20);
 }

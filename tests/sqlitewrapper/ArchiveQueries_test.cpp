@@ -1,9 +1,11 @@
 // What the listings say of archives: which rows are archives, which units lead the tree
 // further because of one, and an archive's ArchiveInfo row; a catalogue left before the
-// table existed lists as it always did.
+// table existed lists as it always did; entries written in batches keep every name.
 #include "TestCatalogue.h"
 
+#include "sqlitewrapper/ArchiveEntryBatch.h"
 #include "sqlitewrapper/SqlText.h"
+#include "sqlitewrapper/SqliteWrapperError.h"
 
 #include <gtest/gtest.h>
 
@@ -125,4 +127,61 @@ TEST(ArchiveQueries, ACatalogueWithoutTheArchiveTableListsAsBefore)
     std::vector<StorageListItem> storages;
     db.GetStorageList(storages);
     EXPECT_EQ(storages.size(), 1u);
+}
+
+TEST(ArchiveQueries, EntryBatchesKeepEveryNameAndDateAndRefuseABrokenRow)
+{
+    TestCatalogue cat;
+    CSqliteWrapper& db = cat.Db();
+    const int shelf = db.AddStorage(QStringLiteral("Shelf"), QString());
+    const int archive = cat.AddFile(shelf, 0, QStringLiteral("odd.zip"), 4000);
+    // Names with what ends a field, a line or a literal, and with what escapes them.
+    const QStringList names = {QStringLiteral("tab\there"),
+                               QStringLiteral("line\nfeed"),
+                               QStringLiteral("back\\slash\\t"),
+                               QStringLiteral("Tom's 'quoted'"),
+                               QStringLiteral("\u00e9t\u00e9 \u65e5\u672c"),
+                               QStringLiteral("\\"),
+                               QStringLiteral("plain.txt")};
+    CArchiveEntryBatch batch(db.NextUnitId(), shelf);
+    const int folder = batch.Add(archive, QStringLiteral("dir"), true, 0,
+                                 CArchiveEntryBatch::kNoDate, CategoryIds::General);
+    std::vector<int> ids;
+    for (int i = 0; i < names.size(); ++i) {
+        // 2024-05-01 10:11:12 wall-clock time, a second more for each.
+        ids.push_back(batch.Add(folder, names[i], false, 100 + i, 1714558272000LL + i * 1000,
+                                CategoryIds::General));
+        if (i == 3)
+            batch.Flush(db); // two statements
+    }
+    batch.Flush(db);
+    EXPECT_EQ(cat.Number(QStringLiteral("SELECT COUNT(*) FROM Units WHERE UnitType = 'f' AND "
+                                        "ParentUnitID = %1")
+                             .arg(folder)),
+              names.size());
+    EXPECT_EQ(cat.Number(QStringLiteral("SELECT COUNT(*) FROM Units WHERE UnitID = %1 AND "
+                                        "UnitType = 'd' AND DateModified IS NULL AND "
+                                        "ParentUnitID = %2 AND StorageID = %3")
+                             .arg(folder)
+                             .arg(archive)
+                             .arg(shelf)),
+              1);
+    for (int i = 0; i < names.size(); ++i) {
+        const UnitListItem row = db.GetUnit(ids[static_cast<size_t>(i)]);
+        EXPECT_EQ(row.UnitName, names[i]) << i;
+        EXPECT_EQ(row.UnitSize, 100 + i);
+    }
+    EXPECT_EQ(cat.Number(QStringLiteral("SELECT COUNT(*) FROM Units WHERE UnitID = %1 AND "
+                                        "DateModified = '2024-05-01 10:11:18'")
+                             .arg(ids.back())),
+              1);
+
+    // A row that does not read fails its statement, which writes nothing.
+    const qint64 before = cat.Number(QStringLiteral("SELECT COUNT(*) FROM Units"));
+    EXPECT_THROW(db.Execute(QStringLiteral("INSERT INTO Units(UnitID, ParentUnitID, UnitName, "
+                                           "UnitType, StorageID) SELECT UnitID, ParentUnitID, "
+                                           "UnitName, UnitType, 1 FROM ArchiveEntryRows("
+                                           "'900\t1\tok\tf\t1\t\t1\n901\tx\tbad\tf\t1\t\t1')")),
+                 CSqliteWrapperError);
+    EXPECT_EQ(cat.Number(QStringLiteral("SELECT COUNT(*) FROM Units")), before);
 }
