@@ -75,6 +75,7 @@ void CImporter::Reset(bool categorise, int fixedCategory)
     m_lastParentId = 0;
     m_lastParentIndex = 0;
     m_window.clear();
+    m_early.clear();
     m_askedReads = 0;
     m_askedArchives = 0;
     m_readsAhead = 0;
@@ -169,6 +170,7 @@ WorkOutcome CImporter::Run()
     }
     // The jobs go before their pools.
     m_window.clear();
+    m_early.clear();
     m_batchLater.clear();
     m_later.clear();
     m_pool.reset();
@@ -192,20 +194,23 @@ WorkOutcome CImporter::Drain()
     for (;;) {
         if (m_cancel.load(std::memory_order_relaxed) == 1)
             return WorkOutcome::Cancelled;
-        // Reading ahead, every record is taken in as it comes; writing, a window's worth.
-        const bool writing = m_writing.load();
-        if (!writing || m_window.size() < kWindow) {
-            queue.PopBatch(arrived, writing ? kWindow - m_window.size() : kWindow);
+        if (!m_writing.load()) {
+            // Reading ahead: the records are looked at as they come, and left queued.
+            queue.LookAtNew(arrived);
+            for (const SubunitInfoPtr& record : arrived)
+                AskEarly(record);
+            arrived.clear();
+            // At the end of the walk (or its cancel), wait for the go.
+            if (!queue.WaitUnlooked() && !WaitToWrite())
+                return WorkOutcome::Cancelled;
+            continue;
+        }
+        if (m_window.size() < kWindow) {
+            queue.PopBatch(arrived, kWindow - m_window.size());
             for (SubunitInfoPtr& record : arrived)
                 Admit(std::move(record));
             arrived.clear();
             AskReadsAhead();
-        }
-        if (!writing) {
-            // At the end of the walk (or its cancel), wait for the go.
-            if (!queue.WaitNext() && !WaitToWrite())
-                return WorkOutcome::Cancelled;
-            continue;
         }
         if (m_window.empty()) {
             // Write what is gathered before waiting for the scanner: a slow disc's
@@ -237,7 +242,8 @@ WorkOutcome CImporter::Drain()
             AskArchive(front, true);
             m_askedArchives = 1;
         }
-        if (front.media && !m_pool->IsDone(front.media)) {
+        const MediaReadPool::JobPtr* media = front.reads ? &front.reads->media : nullptr;
+        if (media && *media && !m_pool->IsDone(*media)) {
             // While its details are read, take in more records so that the other
             // readers have work; wait only when there is nothing else to do.
             if (m_window.size() < kWindow && queue.Size() > 0)
@@ -245,7 +251,7 @@ WorkOutcome CImporter::Drain()
             // Meanwhile what the background readers have done is written: it frees
             // room for reads ahead.
             WriteLater(false);
-            m_pool->WaitFor(front.media, kMediaPollMs);
+            m_pool->WaitFor(*media, kMediaPollMs);
             continue;
         }
         ImportRecord(front);
@@ -255,31 +261,59 @@ WorkOutcome CImporter::Drain()
     }
 }
 
+int CImporter::CategoryOf(const SubunitInfo& record) const
+{
+    if (!m_categorise)
+        return m_fixedCategory;
+    return record.IsFile() ? m_db.CategoryForFile(record.Data.FileName) : CategoryIds::General;
+}
+
 void CImporter::Admit(SubunitInfoPtr record)
 {
     Pending pending;
-    if (record->IsFile())
-        pending.categoryId =
-            m_categorise ? m_db.CategoryForFile(record->Data.FileName) : m_fixedCategory;
-    else
-        pending.categoryId = m_categorise ? CategoryIds::General : m_fixedCategory;
+    pending.categoryId = CategoryOf(*record);
+    // What was asked while the folder was counted.
+    if (!m_early.empty()) {
+        const auto early = m_early.find(record.get());
+        if (early != m_early.end()) {
+            pending.reads = std::move(early->second);
+            m_early.erase(early);
+        }
+    }
     pending.record = std::move(record);
     m_window.push_back(std::move(pending));
+}
+
+void CImporter::AskEarly(const SubunitInfoPtr& record)
+{
+    if (!record->IsFile())
+        return;
+    Pending probe;
+    probe.record = record;
+    probe.categoryId = CategoryOf(*record);
+    // Over the limits, a read is asked later, as the file comes into the window.
+    AskReads(probe, false);
+    AskArchive(probe, false);
+    if (probe.reads)
+        m_early.emplace(record.get(), std::move(probe.reads));
 }
 
 bool CImporter::AskReads(Pending& pending, bool evenOverLimits)
 {
     const SubunitInfo& record = *pending.record;
     // A link is catalogued as itself: its target's details are not its own.
-    if (!m_pool || !record.IsFile() || record.Data.IsLink() || !HasMediaTable(pending.categoryId))
+    if (!m_pool || !record.IsFile() || record.Data.IsLink() || !HasMediaTable(pending.categoryId) ||
+        (pending.reads && pending.reads->media))
         return true;
     if (!evenOverLimits && m_readsAhead >= kMaxReadsAhead)
         return false;
-    pending.media = m_pool->Submit(record.Path(), pending.categoryId);
+    if (!pending.reads)
+        pending.reads = std::make_unique<Reads>();
+    pending.reads->media = m_pool->Submit(record.Path(), pending.categoryId);
     ++m_readsAhead;
     if (m_thumbnailPool && pending.categoryId == CategoryIds::Picture) {
         // The largest pictures first: they take longest.
-        pending.thumbnail =
+        pending.reads->thumbnail =
             m_thumbnailPool->Submit(record.Path(), static_cast<qint64>(record.Data.Size));
         ++m_readsAhead;
     }
@@ -290,6 +324,7 @@ bool CImporter::AskArchive(Pending& pending, bool evenOverLimits)
 {
     const SubunitInfo& record = *pending.record;
     if (!m_archives || !record.IsFile() || record.Data.IsLink() ||
+        (pending.reads && pending.reads->archive) ||
         !ArchiveLister::HasArchiveName(record.Data.FileName))
         return true;
     if (!evenOverLimits && (m_archivesAhead >= kMaxArchivesAhead ||
@@ -298,7 +333,10 @@ bool CImporter::AskArchive(Pending& pending, bool evenOverLimits)
     if (!m_archivePool)
         m_archivePool = std::make_unique<ArchiveReadPool>(
             std::clamp(QThread::idealThreadCount() - 1, 1, kArchiveThreads), true);
-    pending.archive = m_archivePool->Submit(record.Path(), static_cast<qint64>(record.Data.Size));
+    if (!pending.reads)
+        pending.reads = std::make_unique<Reads>();
+    pending.reads->archive =
+        m_archivePool->Submit(record.Path(), static_cast<qint64>(record.Data.Size));
     ++m_archivesAhead;
     m_archiveBytesAhead += record.Data.Size;
     return true;
@@ -331,13 +369,15 @@ void CImporter::ImportRecord(Pending& pending)
     const int parent = ParentIndex(record.ParentID);
     if (record.IsFile()) {
         CNullable<int> unitInfoId;
-        if (pending.media) {
-            unitInfoId = AddMediaRow(m_db, m_pool->Take(pending.media));
-            --m_readsAhead;
-        }
         Later later;
-        later.thumbnail = std::move(pending.thumbnail);
-        later.archive = std::move(pending.archive);
+        if (pending.reads) {
+            if (pending.reads->media) {
+                unitInfoId = AddMediaRow(m_db, m_pool->Take(pending.reads->media));
+                --m_readsAhead;
+            }
+            later.thumbnail = std::move(pending.reads->thumbnail);
+            later.archive = std::move(pending.reads->archive);
+        }
         if (later.archive) {
             later.path = record.Path();
             later.archiveBytes = record.Data.Size;

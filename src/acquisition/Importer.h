@@ -77,10 +77,10 @@ public:
     void SetLookInsideArchives(bool on) { m_archives = on; }
 
     // Starts the worker before the records have a place in the catalogue: while the
-    // scanner walks a folder to count it, the records are taken in as they come and
-    // their details, thumbnails and listings are read, as far as the limits on reads
-    // ahead allow; nothing is written until StartImport. A worker stopped (Cancel,
-    // Wait) before that writes nothing and posts nothing.
+    // scanner walks a folder to count it, the records are looked at as they come (and
+    // left queued) and the reading of their details, thumbnails and listings starts,
+    // as far as the limits on reads ahead allow; nothing is written until StartImport.
+    // A worker stopped (Cancel, Wait) before that writes nothing and posts nothing.
     void ReadAhead(bool categorise, int fixedCategory);
     // Writes the records below rootUnitId: on the worker reading ahead, or on a new one.
     void StartImport(QObject* notify, bool categorise, int fixedCategory, int storageId,
@@ -107,13 +107,19 @@ private:
         quint64 size = 0;
     };
     // A record taken from the queue and not written yet.
+    // The reads asked for a file, apart: most records have none, and a folder's whole
+    // count may wait in the window.
+    struct Reads
+    {
+        MediaReadPool::JobPtr media;
+        ThumbnailReadPool::JobPtr thumbnail;
+        ArchiveReadPool::JobPtr archive;
+    };
     struct Pending
     {
         SubunitInfoPtr record;
         int categoryId = 0;
-        MediaReadPool::JobPtr media;
-        ThumbnailReadPool::JobPtr thumbnail;
-        ArchiveReadPool::JobPtr archive;
+        std::unique_ptr<Reads> reads; // made for the first read asked
     };
     // A file whose thumbnail or archive listing was asked for, written when it is read.
     struct Later
@@ -131,7 +137,9 @@ private:
     void SetTarget(QObject* notify, int storageId, int rootUnitId, quint64 totalSize);
     bool WaitToWrite();
     WorkOutcome Drain();
+    int CategoryOf(const SubunitInfo& record) const;
     void Admit(SubunitInfoPtr record);
+    void AskEarly(const SubunitInfoPtr& record);
     bool AskReads(Pending& pending, bool evenOverLimits);
     bool AskArchive(Pending& pending, bool evenOverLimits);
     void AskReadsAhead();
@@ -186,6 +194,8 @@ private:
     std::deque<Later> m_later;
     CThumbnailInsertBatch m_thumbnailRows;
     std::deque<Pending> m_window;
+    // The reads asked while the folder was counted, by record, until it is admitted.
+    std::unordered_map<const SubunitInfo*, std::unique_ptr<Reads>> m_early;
     // Records at the window's front whose details and thumbnails, and whose listings,
     // were asked for.
     size_t m_askedReads = 0;

@@ -1,5 +1,6 @@
 #include "acquisition/SubunitQueue.h"
 
+#include <algorithm>
 #include <iterator>
 
 void SubunitQueue::Clear()
@@ -9,6 +10,8 @@ void SubunitQueue::Clear()
         std::lock_guard<std::mutex> lock(m_mutex);
         released.swap(m_blocks);
         m_firstInBlock = 0;
+        m_lookBlock = 0;
+        m_lookOffset = 0;
         m_count = 0;
         m_finished.store(false);
         m_cancelled.store(false);
@@ -108,6 +111,11 @@ SubunitInfoPtr SubunitQueue::TakeFirst()
     if (++m_firstInBlock == block->size()) {
         m_blocks.pop_front();
         m_firstInBlock = 0;
+        // Looking goes on where it was; in a block gone, at the start of the next.
+        if (m_lookBlock > 0)
+            --m_lookBlock;
+        else
+            m_lookOffset = 0;
     }
     return record;
 }
@@ -131,4 +139,31 @@ size_t SubunitQueue::Size() const
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     return m_count;
+}
+
+void SubunitQueue::LookAtNew(std::vector<SubunitInfoPtr>& out)
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    for (; m_lookBlock < m_blocks.size(); ++m_lookBlock, m_lookOffset = 0) {
+        const Block& block = m_blocks[m_lookBlock];
+        // Records of the first block already taken are not looked at any more.
+        size_t i = m_lookBlock == 0 ? std::max(m_lookOffset, m_firstInBlock) : m_lookOffset;
+        for (; i < block->size(); ++i)
+            out.emplace_back(block, &(*block)[i]);
+    }
+}
+
+bool SubunitQueue::WaitUnlooked()
+{
+    for (;;) {
+        if (m_cancelled.load())
+            return false;
+        std::unique_lock<std::mutex> lock(m_mutex);
+        if (m_lookBlock < m_blocks.size())
+            return true;
+        if (m_finished.load())
+            return false;
+        m_signal.wait(lock, [this] { return m_signalled; });
+        m_signalled = false;
+    }
 }

@@ -55,6 +55,14 @@ public:
     size_t PopBatch(std::vector<SubunitInfoPtr>& out, size_t max);
     size_t Size() const;
 
+    // Appends to out the records pushed since the last look and not taken, in order,
+    // without taking them: they stay queued. Lets the taker look ahead (to start reads)
+    // before it takes anything.
+    void LookAtNew(std::vector<SubunitInfoPtr>& out);
+    // True when records not looked at yet are there; false when the walk has ended (or
+    // was cancelled) and none are. Blocks while there are none and the scanner runs.
+    bool WaitUnlooked();
+
 private:
     using Block = std::shared_ptr<const std::vector<SubunitInfo>>;
 
@@ -67,6 +75,8 @@ private:
     bool m_signalled = false; // auto-reset: a wait consumes it
     std::deque<Block> m_blocks;
     size_t m_firstInBlock = 0; // records of the first block already taken
+    size_t m_lookBlock = 0;    // where LookAtNew goes on: a block's index in m_blocks
+    size_t m_lookOffset = 0;   // and a record's in that block
     size_t m_count = 0;        // records not taken yet
     std::atomic<bool> m_finished{false};
     std::atomic<bool> m_cancelled{false};

@@ -73,3 +73,49 @@ TEST(SubunitQueueTest, AWaitingConsumerGetsEveryRecordInOrderAndIsWokenByTheEnd)
     waiting.join();
     EXPECT_EQ(end, WorkOutcome::Cancelled);
 }
+
+TEST(SubunitQueueTest, LookingAheadSeesEachRecordOnceInOrderAndTakesNone)
+{
+    SubunitQueue queue;
+    const auto pushBatch = [&queue](quint32 first, quint32 count) {
+        std::vector<SubunitInfo> batch(count);
+        for (quint32 i = 0; i < count; ++i)
+            batch[i].ID = first + i;
+        queue.PushBatch(batch);
+    };
+    const auto look = [&queue] {
+        std::vector<SubunitInfoPtr> seen;
+        queue.LookAtNew(seen);
+        std::vector<quint32> ids;
+        for (const SubunitInfoPtr& record : seen)
+            ids.push_back(record->ID);
+        return ids;
+    };
+    pushBatch(1, 3);
+    pushBatch(4, 2);
+    EXPECT_TRUE(queue.WaitUnlooked());
+    EXPECT_EQ(look(), (std::vector<quint32>{1, 2, 3, 4, 5}));
+    EXPECT_TRUE(look().empty());
+    EXPECT_EQ(queue.Size(), 5u) << "looking takes nothing";
+
+    // Taking a whole block and part of the next, then more pushed: only the new are seen.
+    std::vector<SubunitInfoPtr> taken;
+    queue.PopBatch(taken, 4);
+    pushBatch(6, 2);
+    EXPECT_EQ(look(), (std::vector<quint32>{6, 7}));
+    // Taking records already looked at does not make the look go back.
+    pushBatch(8, 3);
+    taken.clear();
+    queue.PopBatch(taken, 2); // 5 and 6
+    pushBatch(11, 1);
+    EXPECT_EQ(look(), (std::vector<quint32>{8, 9, 10, 11}));
+    queue.SetFinished();
+    EXPECT_FALSE(queue.WaitUnlooked());
+    std::vector<quint32> rest;
+    EXPECT_EQ(Drain(queue, &rest), WorkOutcome::Succeeded);
+    EXPECT_EQ(rest, (std::vector<quint32>{7, 8, 9, 10, 11}));
+
+    queue.Clear();
+    pushBatch(20, 2);
+    EXPECT_EQ(look(), (std::vector<quint32>{20, 21}));
+}
