@@ -67,6 +67,10 @@ double Add(CShelfwiseDoc& doc, int storage, CAddLocationJob::Mode mode, const QS
            bool media, FolderLister* lister = nullptr, int batchRows = 0)
 {
     CAddLocationJob job(doc);
+    // The plain import: what looking inside files adds is bench_thumbnails' and
+    // bench_archives' to measure.
+    job.SetThumbnails(false);
+    job.SetLookInsideArchives(false);
     if (!media)
         job.Importer().DisableMediaDetails();
     if (batchRows > 0)
