@@ -277,8 +277,8 @@ bool CAddLocationJob::Start(const Request& request)
         return true;
     case Mode::Folder:
         m_counting = true;
-        // The importer takes the records as the count finds them and starts reading
-        // their details ahead, on the cores the walk leaves idle.
+        // The importer looks at the records as the count finds them and starts reading
+        // their details, thumbnails and archives ahead, on the cores the walk leaves.
         Importer().SetCreationFromWrite(false);
         Importer().SetLookInsideArchives(m_archives);
         Importer().ReadAhead(request.categorise, request.fixedCategory);
