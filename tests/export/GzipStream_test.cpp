@@ -2,6 +2,8 @@
 // byte, whatever the sizes of the writes, and numbers come back from their LEB128 form.
 #include "export/GzipStream.h"
 
+#include "export/Gunzip.h"
+
 #include <QBuffer>
 
 #include <gtest/gtest.h>
@@ -9,30 +11,7 @@
 #include <limits>
 #include <vector>
 
-#include <zlib.h>
-
 namespace {
-
-QByteArray Gunzip(const QByteArray& packed)
-{
-    z_stream zs{};
-    if (inflateInit2(&zs, 15 + 16) != Z_OK)
-        return {};
-    zs.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(packed.constData()));
-    zs.avail_in = static_cast<uInt>(packed.size());
-    QByteArray out;
-    char buffer[4096];
-    int result = Z_OK;
-    while (result == Z_OK) {
-        zs.next_out = reinterpret_cast<Bytef*>(buffer);
-        zs.avail_out = sizeof buffer;
-        result = inflate(&zs, Z_NO_FLUSH);
-        out.append(buffer, static_cast<qsizetype>(sizeof buffer - zs.avail_out));
-    }
-    const bool whole = result == Z_STREAM_END && zs.avail_in == 0;
-    inflateEnd(&zs);
-    return whole ? out : QByteArray("(not a whole gzip stream)");
-}
 
 std::vector<quint64> ReadVarints(const QByteArray& bytes)
 {

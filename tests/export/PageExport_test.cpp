@@ -5,6 +5,7 @@
 
 #include "cli/CliProcess.h"
 #include "export/CatalogueExporter.h"
+#include "export/Gunzip.h"
 #include "export/PageExportWriter.h"
 #include "sqlitewrapper/SqliteWrapper.h"
 
@@ -19,8 +20,6 @@
 
 #include <gtest/gtest.h>
 
-#include <zlib.h>
-
 namespace {
 
 const QString kBig = QStringLiteral("film \"final\" cut.mkv");
@@ -28,27 +27,6 @@ const QString kScript = QStringLiteral("<script>alert(1)<x>.txt");
 const QString kAmpersand = QStringLiteral("Tom & Jerry's.avi");
 const QString kAccents = QStringLiteral("Ärger 日本語.txt");
 constexpr qint64 kBigSize = 5LL * 1024 * 1024 * 1024 + 17;
-
-// The bytes of one gzip stream.
-QByteArray Gunzip(const QByteArray& packed)
-{
-    z_stream zs{};
-    if (inflateInit2(&zs, 15 + 16) != Z_OK)
-        return {};
-    zs.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(packed.constData()));
-    zs.avail_in = static_cast<uInt>(packed.size());
-    QByteArray out;
-    char buffer[16384];
-    int result = Z_OK;
-    while (result == Z_OK) {
-        zs.next_out = reinterpret_cast<Bytef*>(buffer);
-        zs.avail_out = sizeof buffer;
-        result = inflate(&zs, Z_NO_FLUSH);
-        out.append(buffer, static_cast<qsizetype>(sizeof buffer - zs.avail_out));
-    }
-    inflateEnd(&zs);
-    return result == Z_STREAM_END ? out : QByteArray();
-}
 
 // The decoded bytes of the page's data block with that id.
 QByteArray Column(const QString& page, const char* id)
